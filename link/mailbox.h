@@ -1,0 +1,31 @@
+#pragma once
+
+/**
+ * The mailbox between the host and the controller: byte addresses, and the values that the two
+ * sides write to each other. Both ends of the link share this header and nothing else.
+ */
+
+/** Receive direction, controller to host. */
+constexpr unsigned int MAILBOX_RX_DATA = 5;
+constexpr unsigned int MAILBOX_RX_FLAG = 6;
+constexpr unsigned int MAILBOX_RX_STATE = 7;
+
+/** Send direction, host to controller; the state is the controller's presence too. */
+constexpr unsigned int MAILBOX_TX_DATA = 8;
+constexpr unsigned int MAILBOX_TX_FLAG = 9;
+constexpr unsigned int MAILBOX_TX_STATE = 10;
+
+/** The controller's firmware revision. */
+constexpr unsigned int MAILBOX_REVISION_LOW = 16;
+constexpr unsigned int MAILBOX_REVISION_HIGH = 17;
+
+/** A data byte's flag: set by its giver behind the byte, answered by its taker. */
+constexpr unsigned char RX_BYTE_OFFERED = 243;
+constexpr unsigned char RX_BYTE_TAKEN = 63;
+constexpr unsigned char TX_BYTE_OFFERED = 36;
+constexpr unsigned char TX_BYTE_TAKEN = 35;
+
+/** A direction's state. Any other value is neither requested nor ready. */
+constexpr unsigned char STATE_ABSENT = 0;
+constexpr unsigned char STATE_REQUESTED = 1;
+constexpr unsigned char STATE_READY = 2;

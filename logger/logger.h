@@ -1,0 +1,84 @@
+#pragma once
+
+#include <string>
+
+/**
+ * Severities of a report. The number is what a threshold compares, the word what a line shows:
+ * X(name, value, word).
+ */
+#define LOG_SEVERITIES(X)        \
+    X(DEBUG, 0, "DEBUG")         \
+    X(TRACE, 1, "TRACE")         \
+    X(NOTICE, 2, "NOTICE")       \
+    X(WARNING, 3, "WARNING")     \
+    X(ERROR, 4, "ERROR")         \
+    X(CRITICAL, 5, "CRITICAL")   \
+    X(ALERT, 6, "ALERT")         \
+    X(EMERGENCY, 7, "EMERGENCY") \
+    X(CRASH, 8, "*****CRASH*****")
+
+/** The underlying type is int so that a number outside the list can be passed and clamped. */
+enum e_LogSeverity : int {
+#define LOG_SEVERITY_ENUMERATOR(name, value, word) e_LogSeverity_##name = value,
+    LOG_SEVERITIES(LOG_SEVERITY_ENUMERATOR)
+#undef LOG_SEVERITY_ENUMERATOR
+};
+
+/** The word of a severity; "" for a number outside the list. */
+const char* SeverityName(int severity);
+
+/**
+ * Writes one report line to standard output, if its severity passes the filter:
+ *
+ *     C: 042 S: NOTICE T: p:777 "message" at file:line.
+ *
+ * The counter runs modulo 1000 over the lines of this function alone. A message is cut at 1023
+ * bytes; a newline at its end stays inside the quotes. A severity outside 0 to 8 counts as DEBUG.
+ * A suppressed line allocates nothing. Any thread may call it; errno is preserved.
+ */
+void LogMessage(int severity, const char* function, const char* file, unsigned line,
+                const char* format, ...) __attribute__((format(printf, 5, 6)));
+
+/**
+ * As LogMessage, for assertions and crash reports: one stack buffer, no heap, no counter. The whole
+ * line is cut at 1023 bytes.
+ */
+void LogNoAlloc(int severity, const char* function, const char* file, unsigned line,
+                const char* format, ...) __attribute__((format(printf, 5, 6)));
+
+/** Hands one finished line to the sink. The severity chooses nothing today. */
+void LogOutput(int severity, const char* text);
+
+/** vprintf. Nothing flushes: each main makes standard output line-buffered. */
+void ConsolePrintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+/** vsyslog: the second sink, which nothing selects. */
+void SyslogWrite(int priority, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+/**
+ * What the logger asks about the calling thread. The registry of threads supplies it; without one
+ * every thread is a plain thread. The three functions may be called from any thread at any time.
+ */
+struct ThreadDescriber {
+    /** True for a thread with the time-critical threshold. */
+    bool (*isCritical)();
+    /** The thread's description, without a blank at its end. */
+    std::string (*describe)();
+    /** The same into `length` bytes, zero-terminated, with a blank at its end; no heap. */
+    void (*describeNoAlloc)(char* buffer, size_t length);
+};
+
+/** Sets the describer, which must outlive its use; null goes back to plain threads. */
+void SetThreadDescriber(const ThreadDescriber* describer);
+
+/**
+ * The calling thread as a plain thread: "p:" and its handle in decimal. Both forms of
+ * ThreadDescriber.
+ */
+std::string DescribePlainThread();
+void DescribePlainThreadNoAlloc(char* buffer, size_t length);
+
+#define LOG_MESSAGE(severity, ...) \
+    LogMessage(e_LogSeverity_##severity, __PRETTY_FUNCTION__, __FILE__, __LINE__, __VA_ARGS__)
+#define LOG_NO_ALLOC(severity, ...) \
+    LogNoAlloc(e_LogSeverity_##severity, __PRETTY_FUNCTION__, __FILE__, __LINE__, __VA_ARGS__)

@@ -1,0 +1,195 @@
+#include "logger/logger.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "logger/loggerconfig.h"
+#include "tests/support/child.h"
+
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+
+namespace {
+
+/** What `body` writes to standard output, in a process of its own with a fresh line counter. */
+std::string OutputOf(const std::function<void()>& body) {
+    return testsupport::RunInChild(body).out;
+}
+
+void Log(int severity, const char* text) {
+    LogMessage(severity, "function", "dir/file.cpp", 17, "%s", text);
+}
+
+void LogBare(int severity, const char* text) {
+    LogNoAlloc(severity, "function", "dir/file.cpp", 17, "%s", text);
+}
+
+TEST(LogMessage, BuildsTheLine) {
+    EXPECT_THAT(OutputOf([] { Log(e_LogSeverity_NOTICE, "hello"); }),
+                MatchesRegex("C: 001 S: NOTICE T: p:[0-9]+ \"hello\" at dir/file\\.cpp:17\\.\n"));
+}
+
+TEST(LogMessage, KeepsANewlineInsideTheQuotes) {
+    EXPECT_THAT(OutputOf([] { Log(e_LogSeverity_NOTICE, "Done\n"); }),
+                HasSubstr("\"Done\n\" at dir/file.cpp:17.\n"));
+}
+
+TEST(LogMessage, NeverTakesTheFinishedLineAsAFormat) {
+    EXPECT_THAT(OutputOf([] { Log(e_LogSeverity_NOTICE, "%n%s%d 100%"); }),
+                HasSubstr("\"%n%s%d 100%\" at"));
+}
+
+TEST(LogNoAlloc, DiffersFromLogMessageByTheCounterOnly) {
+    const std::string output = OutputOf([] {
+        Log(e_LogSeverity_ERROR, "same");
+        LogBare(e_LogSeverity_ERROR, "same");
+    });
+    const size_t newline = output.find('\n');
+    ASSERT_NE(newline, std::string::npos);
+    EXPECT_EQ(output.substr(0, newline + 1), "C: 001 " + output.substr(newline + 1));
+}
+
+struct FilterCase {
+    int minimum;
+    int severity;
+    const char* word;  // null: no line
+};
+
+TEST(LogFilter, ComparesTheClampedSeverityWithTheThreshold) {
+    const FilterCase cases[] = {
+        {2, e_LogSeverity_TRACE, nullptr},
+        {2, e_LogSeverity_NOTICE, "NOTICE"},
+        {2, -1, nullptr},
+        {2, 9, nullptr},
+        {0, -1, "DEBUG"},
+        {0, 9, "DEBUG"},
+        {8, e_LogSeverity_EMERGENCY, nullptr},
+        {8, e_LogSeverity_CRASH, "*****CRASH*****"},
+    };
+    for (const FilterCase& c : cases) {
+        SCOPED_TRACE(testing::Message() << "minimum " << c.minimum << " severity " << c.severity);
+        for (const auto log : {Log, LogBare}) {
+            const std::string output = OutputOf([&] {
+                LoggerConfig::instance()->setMinLogSeverity(c.minimum);
+                log(c.severity, "text");
+            });
+            if (c.word == nullptr) {
+                EXPECT_EQ(output, "");
+            } else {
+                EXPECT_THAT(output, HasSubstr(std::string("S: ") + c.word + " T: "));
+            }
+        }
+    }
+}
+
+TEST(LogFilter, CrashLineHasNoPosition) {
+    for (const auto log : {Log, LogBare}) {
+        EXPECT_THAT(OutputOf([&] { log(e_LogSeverity_CRASH, "gone"); }),
+                    ContainsRegex("p:[0-9]+ \"gone\" \n$"));
+    }
+}
+
+TEST(LogCounter, StepsOncePerShownLogMessageModuloThousand) {
+    const std::string output = OutputOf([] {
+        for (int i = 0; i < 999; ++i) {
+            Log(e_LogSeverity_NOTICE, "x");
+            Log(e_LogSeverity_DEBUG, "filtered");
+            LogBare(e_LogSeverity_NOTICE, "bare");
+        }
+        Log(e_LogSeverity_NOTICE, "last");
+    });
+    EXPECT_THAT(output, HasSubstr("C: 001 "));
+    EXPECT_THAT(output, HasSubstr("C: 999 "));
+    EXPECT_THAT(output, ContainsRegex("C: 000 S: NOTICE T: p:[0-9]+ \"last\""));
+}
+
+TEST(LogLength, MessageIsCutInsideItsQuotesAndBareLineAsAWhole) {
+    const std::string longText(2000, 'm');
+    EXPECT_THAT(OutputOf([&] { Log(e_LogSeverity_NOTICE, longText.c_str()); }),
+                HasSubstr(" \"" + std::string(1023, 'm') + "\" at dir/file.cpp:17.\n"));
+    const std::string bare = OutputOf([&] { LogBare(e_LogSeverity_NOTICE, longText.c_str()); });
+    EXPECT_EQ(bare.size(), 1024U);
+    EXPECT_THAT(bare, testing::EndsWith("mm\n"));
+}
+
+TEST(LogMessage, ReplacesAMessageThatCannotBeFormatted) {
+    const std::string output = OutputOf([] {
+        const wchar_t unencodable[] = {0xD800, 0};
+        LogMessage(e_LogSeverity_NOTICE, "function", "dir/file.cpp", 17, "%ls", unencodable);
+    });
+    EXPECT_THAT(output, HasSubstr("\"Error in vsnprintf!\" at dir/file.cpp:17.\n"));
+}
+
+TEST(LogMessage, PreservesErrno) {
+    for (const auto log : {Log, LogBare}) {
+        EXPECT_THAT(OutputOf([&] {
+                        errno = EACCES;
+                        log(e_LogSeverity_NOTICE, "x");
+                        if (errno == EACCES) {
+                            log(e_LogSeverity_NOTICE, "kept");
+                        }
+                    }),
+                    HasSubstr("kept"));
+    }
+}
+
+TEST(ThreadDescriber, ChoosesTheThresholdAndNamesTheThread) {
+    static const ThreadDescriber critical = {
+        [] { return true; }, [] { return std::string("FM0 p:1"); },
+        [](char* buffer, size_t length) { strncpy(buffer, "FM0 p:1 ", length); }};
+    for (const auto log : {Log, LogBare}) {
+        const std::string output = OutputOf([&] {
+            SetThreadDescriber(&critical);
+            log(e_LogSeverity_ERROR, "below");
+            log(e_LogSeverity_CRITICAL, "at");
+            LoggerConfig::instance()->setAllThreadLogging(true);
+            log(e_LogSeverity_NOTICE, "all");
+            LoggerConfig::instance()->setPrintLogThreadId(false);
+            log(e_LogSeverity_NOTICE, "nameless");
+            SetThreadDescriber(nullptr);
+            LoggerConfig::instance()->setAllThreadLogging(false);
+            log(e_LogSeverity_NOTICE, "plain");
+        });
+        EXPECT_THAT(output, Not(HasSubstr("below")));
+        EXPECT_THAT(output, HasSubstr("S: CRITICAL T: FM0 p:1 \"at\" "));
+        EXPECT_THAT(output, HasSubstr("S: NOTICE T: FM0 p:1 \"all\" "));
+        EXPECT_THAT(output, HasSubstr("S: NOTICE \"nameless\" "));
+        EXPECT_THAT(output, HasSubstr("S: NOTICE \"plain\" "));
+    }
+}
+
+TEST(LoggerConfig, IgnoresThresholdsOutOfRange) {
+    LoggerConfig config;
+    config.setMinLogSeverity(9);
+    config.setTimeCritMinLogSeverity(-1);
+    EXPECT_EQ(config.minLogSeverity(), 2);
+    EXPECT_EQ(config.timeCritMinLogSeverity(), 5);
+    config.setMinLogSeverity(8);
+    config.setTimeCritMinLogSeverity(0);
+    config.setAllThreadLogging(true);
+    config.setPrintToStdOut(true);
+    config.setPrintLogThreadId(false);
+    EXPECT_EQ(config.minLogSeverity(), 8);
+    EXPECT_EQ(config.timeCritMinLogSeverity(), 0);
+    config.resetToDefaults();
+    EXPECT_EQ(config.minLogSeverity(), 2);
+    EXPECT_EQ(config.timeCritMinLogSeverity(), 5);
+    EXPECT_FALSE(config.allThreadLogging());
+    EXPECT_FALSE(config.printToStdOut());
+    EXPECT_TRUE(config.printLogThreadId());
+}
+
+TEST(SeverityName, IsEmptyOutsideTheList) {
+    EXPECT_STREQ(SeverityName(-1), "");
+    EXPECT_STREQ(SeverityName(9), "");
+    EXPECT_STREQ(SeverityName(7), "EMERGENCY");
+}
+
+}  // namespace

@@ -1,0 +1,41 @@
+#pragma once
+
+/**
+ * The settings of the logger, one object for the process, built before main. Its constructor also
+ * sets the locale of LC_CTYPE to en_US.UTF-8 where the machine has it.
+ *
+ * Any thread may read or change it; nothing is locked.
+ */
+class LoggerConfig {
+  public:
+    LoggerConfig();
+    virtual ~LoggerConfig() = default;
+    LoggerConfig(const LoggerConfig&) = delete;
+    LoggerConfig& operator=(const LoggerConfig&) = delete;
+
+    static LoggerConfig* instance();
+
+    /** The lowest severity shown, 0 to 8; anything else is ignored. */
+    void setMinLogSeverity(int severity);
+    /** The same for time-critical threads, unless all threads log alike. */
+    void setTimeCritMinLogSeverity(int severity);
+    void setAllThreadLogging(bool on);
+    void setPrintLogThreadId(bool on);
+    /** Stored only: the sink is standard output whatever it says. */
+    void setPrintToStdOut(bool on);
+
+    void resetToDefaults();
+
+    int timeCritMinLogSeverity() const { return i_timeCritMinLogSeverity; }
+    int minLogSeverity() const { return i_minLogSeverity; }
+    bool allThreadLogging() const { return i_allThreadLogging; }
+    bool printLogThreadId() const { return i_printLogThreadId; }
+    bool printToStdOut() const { return i_printToStdOut; }
+
+  private:
+    int i_timeCritMinLogSeverity;
+    int i_minLogSeverity;
+    bool i_allThreadLogging;
+    bool i_printLogThreadId;
+    bool i_printToStdOut;
+};
