@@ -1,0 +1,60 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace controller {
+
+constexpr size_t PAGE_SIZE = 256;
+
+/** One page as the host sends it. The CRC is the number that its two wire bytes make, low first. */
+struct FlashPage {
+    uint16_t number = 0;
+    uint16_t crc = 0;
+    std::vector<uint8_t> data;
+};
+
+/** The verdict on a page; the value is the result byte of the answer, and only 0 is good. */
+enum class PageResult : uint8_t {
+    e_Good = 0,
+    e_BadCrc = 1,
+    e_OutOfOrder = 2,
+    e_BadSize = 3,
+    e_NotBegun = 4,
+};
+
+const char* ResultName(PageResult result);
+
+/** CRC-16 of the MODBUS kind: reflected polynomial 0xA001, start 0xFFFF. Of no bytes, 0xFFFF. */
+uint16_t PageCrc(const std::vector<uint8_t>& bytes);
+
+/**
+ * The controller's flash: the pages of the present transfer, in order and without gaps.
+ *
+ * A transfer begins with an erased flash. A page is kept if it is whole, its CRC is right and it is
+ * the next one or the last one again, which the host sends when an answer did not reach it.
+ */
+class Flash {
+  public:
+    /** Starts a transfer; what was held is gone. */
+    void erase();
+    /** Judges the page, and keeps it if it is good. */
+    PageResult program(const FlashPage& page);
+
+    size_t pages() const { return i_bytes.size() / PAGE_SIZE; }
+    size_t size() const { return i_bytes.size(); }
+
+    /** Writes the contents to a file, complete or not at all. False leaves errno. */
+    bool save(const std::string& fileName) const;
+
+  private:
+    PageResult judge(const FlashPage& page) const;
+
+    bool i_erased = false;
+    std::vector<uint8_t> i_bytes;
+};
+
+}  // namespace controller

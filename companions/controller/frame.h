@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace controller {
+
+/** Message ids of the upgrade conversation. */
+constexpr uint16_t ID_UPGRADE_INFO = 11938;
+constexpr uint16_t ID_FLASH_PAGE = 11939;
+constexpr uint16_t ID_UPGRADE_END = 11940;
+constexpr uint16_t ID_UPGRADE_BEGIN = 11941;
+constexpr uint16_t ID_PAGE_RESULT = 11942;
+
+/** One message: its id, and what stands behind the 8 header bytes. */
+struct Frame {
+    uint16_t id = 0;
+    std::vector<uint8_t> body;
+};
+
+/** A message as it stands on the wire, header included. */
+std::vector<uint8_t> PackFrame(uint16_t id, const std::vector<uint8_t>& body);
+
+/** The big-endian numbers of the wire; the bytes must be there. */
+uint16_t ReadU16(const uint8_t* bytes);
+uint32_t ReadU32(const uint8_t* bytes);
+
+/**
+ * Cuts the host's bytes into frames.
+ *
+ * Bytes that cannot begin a frame are dropped one by one until two lead bytes stand at the front
+ * again, so the reader falls back into step after a broken-off or spoilt message. A stated length
+ * that no message of the host has is a spoilt header and is not waited for.
+ */
+class FrameReader {
+  public:
+    /** The frame that this byte completes, if it does. */
+    std::optional<Frame> push(uint8_t byte);
+
+    /** True in the middle of a frame. */
+    bool partial() const { return !i_bytes.empty(); }
+    /** Forgets the frame that was begun. */
+    void restart() { i_bytes.clear(); }
+    /** Bytes dropped so far because no frame could begin with them. */
+    size_t droppedBytes() const { return i_droppedBytes; }
+
+  private:
+    bool plausible() const;
+
+    std::vector<uint8_t> i_bytes;
+    size_t i_droppedBytes = 0;
+};
+
+}  // namespace controller

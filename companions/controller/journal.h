@@ -1,0 +1,44 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+
+namespace controller {
+
+/**
+ * What the controller says while it runs, one line each: events always, the decoded conversation if
+ * it is asked for, and findings, which are counted too. A finding is anything that a faultless
+ * upgrade would not have shown.
+ *
+ * Borrows the stream.
+ */
+class Journal {
+  public:
+    Journal(std::ostream& out, bool tracing) : i_out(out), i_tracing(tracing) {}
+
+    void event(const std::string& text) { line("controller: ", text); }
+    void trace(const std::string& text) {
+        if (i_tracing) {
+            line("trace: ", text);
+        }
+    }
+    void finding(const std::string& text) {
+        ++i_findings;
+        line("finding: ", text);
+    }
+
+    bool tracing() const { return i_tracing; }
+    unsigned findings() const { return i_findings; }
+
+  private:
+    // Flushed line by line: whoever waits for an event reads it from a pipe or a file.
+    void line(const char* kind, const std::string& text) {
+        i_out << kind << text << '\n' << std::flush;
+    }
+
+    std::ostream& i_out;
+    bool i_tracing;
+    unsigned i_findings = 0;
+};
+
+}  // namespace controller

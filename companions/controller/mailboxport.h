@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace controller {
+
+/** Length of the card's address space, and where the mailbox lies in it; bytes. */
+constexpr size_t REGION_SIZE = 0x1000000;
+constexpr size_t MAILBOX_OFFSET = 0x2800;
+
+/**
+ * The mailbox from the far side: one 32-bit word for each address, the byte in bits 0 to 7.
+ *
+ * A write stores the whole word with zeroes above the byte, as the device's own port does; a read
+ * looks at the byte alone. Loads acquire and stores release, so that a byte written before its flag
+ * is there when the other process sees the flag.
+ *
+ * Borrows the words; any thread, no lock.
+ */
+class MailboxPort {
+  public:
+    explicit MailboxPort(uint32_t* words) : i_words(words) {}
+
+    unsigned char read(unsigned int address) const {
+        return static_cast<unsigned char>(__atomic_load_n(i_words + address, __ATOMIC_ACQUIRE));
+    }
+
+    void write(unsigned int address, unsigned char byte) {
+        __atomic_store_n(i_words + address, uint32_t{byte}, __ATOMIC_RELEASE);
+    }
+
+  private:
+    uint32_t* i_words;
+};
+
+}  // namespace controller

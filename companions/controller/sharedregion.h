@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace controller {
+
+/**
+ * A mapped POSIX shared-memory object: the address space of the card, seen from its far side.
+ *
+ * Opening creates the object where it is missing and grows it where it is smaller than `size`; it
+ * never shrinks, clears or removes one, since the host may hold it at the same time. The mapping
+ * lives as long as this object; the name outlives both.
+ */
+class SharedRegion {
+  public:
+    SharedRegion() = default;
+    ~SharedRegion();
+    SharedRegion(const SharedRegion&) = delete;
+    SharedRegion& operator=(const SharedRegion&) = delete;
+
+    /** Maps `size` bytes of the object. False: nothing is mapped, and `error()` says why. */
+    bool open(const std::string& name, size_t size);
+
+    /** The first byte of the mapping, null before a successful `open`. */
+    void* address() const { return i_address; }
+    const std::string& error() const { return i_error; }
+
+  private:
+    bool grow(int fd, size_t size);
+    bool fail(const char* step);
+
+    void* i_address = nullptr;
+    size_t i_size = 0;
+    std::string i_error;
+};
+
+}  // namespace controller

@@ -1,0 +1,152 @@
+/**
+ * tfi_make: makes firmware images in TFI format for demos and tests. Six header lines, a seventh
+ * that begins with END, the content, and two checksum bytes, low byte first.
+ */
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int EXIT_WRONG_USAGE = 2;
+constexpr uint64_t PAGE_BYTES = 256;
+constexpr uint64_t CHECKSUM_BYTES = 2;
+constexpr size_t FREE_HEADER_LINES = 6;
+
+/** More than any controller takes, and still no burden for a disk. */
+constexpr uint64_t LARGEST_PAYLOAD = 0x4000000;
+
+struct Settings {
+    std::string file;
+    std::vector<std::string> headerLines;
+    std::string endText;
+    uint64_t pages = 0;
+    uint64_t size = 0;
+    bool sizeGiven = false;
+    std::string pattern = "random";
+    uint32_t seed = 1;
+    std::optional<uint16_t> checksum;
+};
+
+std::string Header(const Settings& settings) {
+    std::vector<std::string> lines = settings.headerLines;
+    lines.resize(FREE_HEADER_LINES);
+    std::string text;
+    for (const std::string& line : lines) {
+        text += line + '\n';
+    }
+    return text + "END" + settings.endText + '\n';
+}
+
+std::vector<char> Content(const Settings& settings, uint64_t size) {
+    std::vector<char> bytes(size);
+    std::mt19937 generator(settings.seed);
+    uint64_t number = settings.seed;
+    for (char& byte : bytes) {
+        if (settings.pattern == "random") {
+            number = generator() >> 24;
+        }
+        byte = settings.pattern == "zero" ? '\0' : static_cast<char>(number & 0xFF);
+        ++number;
+    }
+    return bytes;
+}
+
+/** The sum of the bytes: enough to tell two images apart. */
+uint16_t Sum(const std::vector<char>& bytes) {
+    uint32_t sum = 0;
+    for (const char byte : bytes) {
+        sum += static_cast<unsigned char>(byte);
+    }
+    return static_cast<uint16_t>(sum);
+}
+
+/** Content and checksum together; a payload of less than two bytes holds what fits. */
+std::vector<char> Payload(const Settings& settings) {
+    const uint64_t size = settings.sizeGiven ? settings.size : settings.pages * PAGE_BYTES;
+    std::vector<char> bytes = Content(settings, size < CHECKSUM_BYTES ? 0 : size - CHECKSUM_BYTES);
+    const uint16_t checksum = settings.checksum.value_or(Sum(bytes));
+    bytes.push_back(static_cast<char>(checksum & 0xFF));
+    bytes.push_back(static_cast<char>(checksum >> 8));
+    bytes.resize(size);
+    return bytes;
+}
+
+int Write(const Settings& settings) {
+    std::ofstream file(settings.file, std::ios::binary | std::ios::trunc);
+    const std::vector<char> payload = Payload(settings);
+    file << Header(settings);
+    file.write(payload.data(), static_cast<std::streamsize>(payload.size()));
+    file.close();
+    if (file.fail()) {
+        fprintf(stderr, "tfi_make: cannot write %s: %s; choose another place\n",
+                settings.file.c_str(), strerror(errno));
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}
+
+void AddOptions(CLI::App& app, Settings& settings) {
+    app.set_version_flag("--version", "tfi_make " TOLMIRA_VERSION);
+    app.add_option("file", settings.file, "Image to write")->required();
+    CLI::Option_group* extent = app.add_option_group("extent", "One of these is needed");
+    extent->add_option("--pages", settings.pages, "Payload in whole flash pages of 256 bytes")
+        ->check(CLI::Range(uint64_t{0}, LARGEST_PAYLOAD / PAGE_BYTES));
+    extent
+        ->add_option_function<uint64_t>(
+            "--size",
+            [&settings](const uint64_t& size) {
+                settings.size = size;
+                settings.sizeGiven = true;
+            },
+            "Payload in bytes, the two checksum bytes included")
+        ->check(CLI::Range(uint64_t{0}, LARGEST_PAYLOAD));
+    extent->require_option(1);
+    app.add_option("--pattern", settings.pattern, "Content: random, count or zero")
+        ->check(CLI::IsMember({"random", "count", "zero"}))
+        ->capture_default_str();
+    app.add_option("--seed", settings.seed, "Start of the random numbers or of the count")
+        ->capture_default_str();
+    app.add_option("--header", settings.headerLines,
+                   "A header line, up to six times; the missing ones are empty")
+        ->expected(1, static_cast<int>(FREE_HEADER_LINES))
+        ->allow_extra_args(false);
+    app.add_option("--end-text", settings.endText, "What follows END on the seventh line");
+    app.add_option("--checksum", settings.checksum,
+                   "Checksum, also as 0x1234; otherwise the sum of the content's bytes");
+}
+
+/** The whole program; wrong usage passes through as an error of the command line's reader. */
+int Run(int argc, const char* const* argv) {
+    Settings settings;
+    CLI::App app(
+        "Makes a firmware image in TFI format.\n"
+        "Exit value: 0 written, 1 not written, 2 wrong usage.",
+        "tfi_make");
+    AddOptions(app, settings);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& request) {
+        return app.exit(request);
+    }
+    return Write(settings);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    try {
+        return Run(argc, argv);
+    } catch (const CLI::Error& error) {
+        fprintf(stderr, "tfi_make: %s (--help lists the options)\n", error.what());
+        return EXIT_WRONG_USAGE;
+    }
+}
