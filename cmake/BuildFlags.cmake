@@ -7,9 +7,9 @@ set(TOLMIRA_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize
 # What generated code needs too: language, include roots, position and source paths.
 # The second prefix map wins for files below the build tree, which lies inside the source tree.
 add_library(language_flags INTERFACE)
-target_compile_features(language_flags INTERFACE cxx_std_17)
 target_include_directories(language_flags INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
 target_compile_options(language_flags INTERFACE
+  -std=c++17
   -fno-pie
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
   -fmacro-prefix-map=${PROJECT_BINARY_DIR}/=)

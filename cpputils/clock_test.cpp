@@ -1,0 +1,86 @@
+#include "cpputils/include/clock.h"
+
+#include <gtest/gtest.h>
+
+#include <type_traits>
+
+namespace {
+
+constexpr uint32_t Rate = 666;
+const Clock& theClock = *Clock::instance();
+
+timeval Time(long seconds, long microseconds) {
+    timeval time = {};
+    time.tv_sec = seconds;
+    time.tv_usec = microseconds;
+    return time;
+}
+
+void ExpectTime(const timeval& time, long seconds, long microseconds) {
+    EXPECT_EQ(time.tv_sec, seconds);
+    EXPECT_EQ(time.tv_usec, microseconds);
+}
+
+/** The same in both widths, for values that fit both. */
+template <typename Count>
+void ExpectConversions() {
+    EXPECT_EQ(theClock.ticksToMicroseconds(Count{665}), Count{0});
+    EXPECT_EQ(theClock.ticksToMicroseconds(Count{666}), Count{1});
+    EXPECT_EQ(theClock.ticksToMicroseconds(Count{1331}), Count{1});
+    EXPECT_EQ(theClock.microsecondsToTicks(Count{3}), Count{1998});
+    timeval time = Time(7, 7);
+    EXPECT_EQ(&theClock.ticksToTimeval(Count{666000000}, time), &time);
+    ExpectTime(time, 1, 0);
+    ExpectTime(theClock.ticksToTimeval(Count{666000000 + 665 * 5}, time), 1, 4);
+    static_assert(std::is_same_v<decltype(theClock.ticksToMicroseconds(Count{1})), Count>);
+    static_assert(std::is_same_v<decltype(theClock.microsecondsToTicks(Count{1})), Count>);
+}
+
+// First, since the rate is the process's and there is no way back to none.
+TEST(Clock, YieldsNothingWithoutARate) {
+    EXPECT_EQ(theClock.ticksToMicroseconds(uint32_t{1000}), 0U);
+    EXPECT_EQ(theClock.ticksToMicroseconds(uint64_t{1000}), 0U);
+    EXPECT_EQ(theClock.timevalToTicks64(Time(10, 0)), 0U);
+    timeval time = Time(7, 7);
+    ExpectTime(theClock.ticksToTimeval(uint32_t{1000}, time), 0, 0);
+}
+
+TEST(Clock, ConvertsInBothWidths) {
+    Clock::instance()->setRate(Rate);
+    Clock::instance()->setRate(0);
+    ExpectConversions<uint32_t>();
+    ExpectConversions<uint64_t>();
+}
+
+TEST(Clock, WrapsIn32BitsOnly) {
+    Clock::instance()->setRate(Rate);
+    EXPECT_EQ(theClock.microsecondsToTicks(uint32_t{10000000}), 2365032704U);
+    EXPECT_EQ(theClock.microsecondsToTicks(uint64_t{10000000}), 6660000000U);
+    EXPECT_EQ(theClock.timevalToTicks(Time(10, 0)), 2365032704U);
+    EXPECT_EQ(theClock.timevalToTicks64(Time(10, 0)), 6660000000U);
+    EXPECT_EQ(theClock.ticksToMicroseconds(uint64_t{6660000000}), 10000000U);
+    timeval time = {};
+    ExpectTime(theClock.ticksToTimeval(uint64_t{6660000666}, time), 10, 1);
+    // Past 32 bits of seconds, and before the epoch.
+    EXPECT_EQ(theClock.timevalToTicks64(Time(0x100000001, 5)), (0x100000001 * 1000000 + 5) * 666U);
+    EXPECT_EQ(theClock.timevalToTicks(Time(0x100000001, 5)), 666003330U);
+    EXPECT_EQ(theClock.timevalToTicks64(Time(-1, 999999)), uint64_t{0} - Rate);
+    EXPECT_EQ(theClock.timevalToTicks(Time(-1, 999999)), uint32_t{0} - Rate);
+}
+
+TEST(Clock, ReadsTheTimeOfDay) {
+    timeval before = {};
+    timeval now = {};
+    timeval after = {};
+    gettimeofday(&before, nullptr);
+    theClock.getTimeOfDay(&now);
+    const time_t seconds = theClock.secondsNow();
+    gettimeofday(&after, nullptr);
+    EXPECT_FALSE(timercmp(&now, &before, <));
+    EXPECT_FALSE(timercmp(&after, &now, <));
+    EXPECT_GE(seconds, before.tv_sec);
+    EXPECT_LE(seconds, after.tv_sec);
+    theClock.getTimeOfDay(nullptr);
+}
+
+}  // namespace

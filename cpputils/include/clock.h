@@ -1,0 +1,60 @@
+#pragma once
+
+#include <sys/time.h>
+
+#include <cstdint>
+
+/**
+ * The process's wall clock, and conversions between microseconds and ticks of the processor clock.
+ *
+ * The rate is set once, at start-up on the main thread, and only read afterwards; nothing is
+ * locked. Until then it is 0, and every conversion yields 0. Reading the time needs no rate.
+ *
+ * Ticks and microseconds are unsigned and wrap at the width of the argument: 32-bit ticks last
+ * 6.4 seconds at 666 ticks per microsecond.
+ */
+class Clock {
+  public:
+    Clock(const Clock&) = delete;
+    Clock& operator=(const Clock&) = delete;
+
+    // Inline, and constant-initialised, so that a polling loop meets neither a call nor a guard.
+    static Clock* instance() {
+        static Clock clock;
+        return &clock;
+    }
+
+    /** Ticks per microsecond, that is the clock rate in MHz; 0 is ignored. */
+    void setRate(uint32_t ticksPerMicrosecond);
+
+    uint32_t ticksToMicroseconds(uint32_t ticks) const;
+    uint64_t ticksToMicroseconds(uint64_t ticks) const;
+    uint32_t microsecondsToTicks(uint32_t microseconds) const;
+    uint64_t microsecondsToTicks(uint64_t microseconds) const;
+
+    /** Fill and return `time`. */
+    timeval& ticksToTimeval(uint32_t ticks, timeval& time) const;
+    timeval& ticksToTimeval(uint64_t ticks, timeval& time) const;
+
+    /** Seconds and microseconds are cut to 32 bits first. */
+    uint32_t timevalToTicks(const timeval& time) const;
+    uint64_t timevalToTicks64(const timeval& time) const;
+
+    /** The time since the epoch; a null pointer gets nothing. */
+    void getTimeOfDay(timeval* now) const {
+        if (now != nullptr) {
+            gettimeofday(now, nullptr);
+        }
+    }
+
+    time_t secondsNow() const {
+        timeval now = {};
+        getTimeOfDay(&now);
+        return now.tv_sec;
+    }
+
+  private:
+    constexpr Clock() = default;
+
+    uint32_t i_ticksPerMicrosecond = 0;
+};

@@ -1,0 +1,253 @@
+#include "cpputils/include/pipeio.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstring>
+#include <functional>
+#include <set>
+#include <string>
+
+#include "tests/support/child.h"
+
+namespace {
+bool closeRangeMissing = false;
+}
+
+/** Stands in front of the C library's, to play a kernel that doesn't have it. */
+extern "C" int close_range(unsigned first, unsigned last, int flags) noexcept {
+    if (closeRangeMissing) {
+        errno = ENOSYS;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_close_range, first, last, flags));
+}
+
+namespace {
+
+class Pipe {
+  public:
+    Pipe() { EXPECT_EQ(pipe2(i_ends, O_NONBLOCK), 0); }
+    ~Pipe() {
+        closeReader();
+        closeWriter();
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    int reader() const { return i_ends[0]; }
+    int writer() const { return i_ends[1]; }
+    void closeReader() { closeEnd(i_ends[0]); }
+    void closeWriter() { closeEnd(i_ends[1]); }
+    void put(const std::string& bytes) const {
+        EXPECT_EQ(write(writer(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    }
+    std::string rest() const {
+        char bytes[256];
+        const ssize_t count = read(reader(), bytes, sizeof bytes);
+        return count > 0 ? std::string(bytes, static_cast<size_t>(count)) : "";
+    }
+
+  private:
+    static void closeEnd(int& fd) {
+        if (fd != -1) {
+            close(fd);
+        }
+        fd = -1;
+    }
+    int i_ends[2] = {-1, -1};
+};
+
+std::string NumberBytes(uint32_t number) {
+    return {reinterpret_cast<const char*>(&number), sizeof number};
+}
+
+TEST(PipeWrite, PutsLengthAndContentInHostOrder) {
+    const Pipe pipe;
+    EXPECT_EQ(WriteString(pipe.writer(), "abc"), 0);
+    EXPECT_EQ(WriteString(pipe.writer(), ""), 0);
+    EXPECT_EQ(WriteBytes(pipe.writer(), {'\0', '\xff'}), 0);
+    EXPECT_EQ(WriteInt(pipe.writer(), -2), 0);
+    EXPECT_EQ(pipe.rest(), NumberBytes(3) + "abc" + NumberBytes(0) + NumberBytes(2) +
+                               std::string("\0\xff", 2) + NumberBytes(0xFFFFFFFE));
+}
+
+TEST(PipeRead, TakesBackWhatWasWritten) {
+    const Pipe pipe;
+    const std::string text("a\0b\xff", 4);
+    const std::vector<char> bytes = {'x', '\0', 'y'};
+    WriteString(pipe.writer(), text);
+    WriteString(pipe.writer(), "");
+    WriteBytes(pipe.writer(), bytes);
+    WriteInt(pipe.writer(), -12345);
+    pipe.put("tail");
+
+    std::string gotText = "old";
+    std::vector<char> gotBytes(10);
+    int number = 0;
+    EXPECT_EQ(ReadString(pipe.reader(), gotText), 0);
+    EXPECT_EQ(gotText, text);
+    EXPECT_EQ(ReadString(pipe.reader(), gotText), 0);
+    EXPECT_EQ(gotText, "");
+    EXPECT_EQ(ReadBytes(pipe.reader(), gotBytes), 0);
+    EXPECT_EQ(gotBytes, bytes);
+    EXPECT_EQ(ReadInt(pipe.reader(), number), 0);
+    EXPECT_EQ(number, -12345);
+    EXPECT_EQ(pipe.rest(), "tail");
+}
+
+/** The three readers on a stream that breaks off: by its end, and by an error (nothing there yet).
+ */
+TEST(PipeRead, ReportsTheFirstMissingByteAndKeepsItsTarget) {
+    for (const bool ends : {true, false}) {
+        const int error = ends ? EPIPE : EAGAIN;
+        for (const std::string& stream : {std::string(), NumberBytes(7).substr(0, 3),
+                                          NumberBytes(7), NumberBytes(0xFFFFFFFF) + "abcdef"}) {
+            SCOPED_TRACE(testing::Message() << stream.size() << " bytes, error " << error);
+            Pipe pipe;
+            pipe.put(stream);
+            if (ends) {
+                pipe.closeWriter();
+            }
+            std::string text = "old";
+            EXPECT_EQ(ReadString(pipe.reader(), text), error);
+            EXPECT_EQ(text, "old");
+        }
+    }
+    Pipe pipe;
+    pipe.put(NumberBytes(3) + "ab");
+    std::vector<char> bytes = {'o', 'l', 'd', '!'};
+    EXPECT_EQ(ReadBytes(pipe.reader(), bytes), EAGAIN);
+    EXPECT_EQ(bytes, (std::vector<char>{'a', 'b', '\0'}));
+    pipe.put("xyz");
+    pipe.closeWriter();
+    int number = 5;
+    EXPECT_EQ(ReadInt(pipe.reader(), number), EPIPE);
+    EXPECT_EQ(number, 5);
+    EXPECT_EQ(ReadBytes(pipe.reader(), bytes), EPIPE);
+    EXPECT_EQ(ReadInt(-1, number), EBADF);
+}
+
+using Writer = int (*)(int);
+const Writer writers[] = {
+    [](int fd) { return WriteString(fd, "text"); },
+    [](int fd) { return WriteBytes(fd, {'b'}); },
+    [](int fd) { return WriteInt(fd, 1); },
+};
+
+TEST(PipeWrite, FailsWithoutASignalWhenTheReaderIsGone) {
+    for (const Writer writer : writers) {
+        const auto result = testsupport::RunInChild([&] {
+            Pipe pipe;
+            pipe.closeReader();
+            const int error = writer(pipe.writer());
+            sigset_t signals;
+            pthread_sigmask(SIG_SETMASK, nullptr, &signals);
+            const bool blocked = sigismember(&signals, SIGPIPE) == 1;
+            _exit(error == EPIPE && !blocked ? 0 : 1);
+        });
+        EXPECT_EQ(result.signal, 0);
+        EXPECT_EQ(result.exitValue, 0);
+    }
+}
+
+TEST(PipeWrite, LeavesASignalThatWasPendingBefore) {
+    const auto result = testsupport::RunInChild([] {
+        sigset_t signals;
+        sigemptyset(&signals);
+        sigaddset(&signals, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+        raise(SIGPIPE);
+        Pipe pipe;
+        pipe.closeReader();
+        WriteInt(pipe.writer(), 1);
+        sigpending(&signals);
+        _exit(sigismember(&signals, SIGPIPE) == 1 ? 0 : 1);
+    });
+    EXPECT_EQ(result.exitValue, 0);
+}
+
+TEST(PipeWrite, ReportsErrorsAndShortWrites) {
+    for (const Writer writer : writers) {
+        EXPECT_EQ(writer(-1), EBADF);
+    }
+    // A pipe with less room than the content has bytes.
+    const Pipe pipe;
+    EXPECT_EQ(WriteString(pipe.writer(), std::string(1 << 20, 'x')), EIO);
+    EXPECT_EQ(WriteInt(pipe.writer(), 1), EAGAIN);
+}
+
+/** Which of 3 to 19 stay open of descriptors 0 to 19, in a child. */
+std::set<int> OpenAfter(const std::function<void()>& closeThem) {
+    const auto result = testsupport::RunInChild([&] {
+        for (int fd = 3; fd < 20; ++fd) {
+            dup2(STDERR_FILENO, fd);
+        }
+        closeThem();
+        for (int fd = 0; fd < 20; ++fd) {
+            if (fcntl(fd, F_GETFD) != -1) {
+                dprintf(STDOUT_FILENO, "%c", 'a' + fd);
+            }
+        }
+    });
+    EXPECT_EQ(result.exitValue, 0);
+    std::set<int> open;
+    for (const char c : result.out) {
+        open.insert(c - 'a');
+    }
+    return open;
+}
+
+TEST(CloseAllExcept, KeepsTheStandardDescriptorsAndTheTwoGiven) {
+    const struct {
+        int keep1;
+        int keep2;
+        std::set<int> open;
+    } cases[] = {
+        {-1, -1, {0, 1, 2}},    {5, 9, {0, 1, 2, 5, 9}},       {9, 5, {0, 1, 2, 5, 9}},
+        {7, 7, {0, 1, 2, 7}},   {3, 4, {0, 1, 2, 3, 4}},       {-1, 19, {0, 1, 2, 19}},
+        {1, 12, {0, 1, 2, 12}}, {INT_MAX, INT_MIN, {0, 1, 2}},
+    };
+    for (const bool missing : {false, true}) {
+        for (const auto& c : cases) {
+            SCOPED_TRACE(testing::Message() << c.keep1 << ", " << c.keep2 << ", by "
+                                            << (missing ? "close" : "close_range"));
+            const std::set<int> open = OpenAfter([&] {
+                closeRangeMissing = missing;
+                CloseAllExcept(c.keep1, c.keep2);
+            });
+            EXPECT_EQ(open, c.open);
+        }
+    }
+}
+
+TEST(CloseAllExcept, StopsAtTheLimitOfTheProcess) {
+    const std::set<int> open = OpenAfter([] {
+        rlimit limit = {};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        limit.rlim_cur = 10;
+        setrlimit(RLIMIT_NOFILE, &limit);
+        CloseAllExcept(4, -1);
+    });
+    EXPECT_EQ(open, (std::set<int>{0, 1, 2, 4, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19}));
+}
+
+TEST(CloseAllExcept, CopesWithAHugeLimit) {
+    const std::set<int> open = OpenAfter([] {
+        // The highest that this process may ask for; as far as it is, not by a loop.
+        rlimit limit = {};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
+        CloseAllExcept(-1, 6);
+    });
+    EXPECT_EQ(open, (std::set<int>{0, 1, 2, 6}));
+}
+
+}  // namespace

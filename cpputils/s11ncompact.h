@@ -1,0 +1,23 @@
+#pragma once
+
+#include "cpputils/include/s11n.h"
+
+namespace s11n::io {
+
+/**
+ * The short form. Behind the cookie's line stands the root node, and a node is its name, its class
+ * name, the number of its properties, each as key and value, the number of its children, and these.
+ * A number is decimal digits and ":", a string the number of its bytes and the bytes.
+ */
+// The name is the library's.
+// NOLINTNEXTLINE(readability-identifier-naming)
+class compact_serializer : public serializer {
+  public:
+    std::string class_name() const override { return "s11n::io::compact_serializer"; }
+    std::string lexer_name() const override { return "compact_data_nodeFlexLexer"; }
+    std::string magic_cookie() const override { return "51191011"; }
+    bool serialize(const s11n_node& node, std::ostream& out) const override;
+    s11n_node* deserialize(std::istream& in) const override;
+};
+
+}  // namespace s11n::io

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "link/packable.h"
+#include "link/streamable.h"
+
+/**
+ * The CRC-16/MODBUS of a run of bytes: polynomial 0xA001 reflected, initial value 0xFFFF, no final
+ * XOR. It travels as two single bytes, low byte first, on a stream and in a smart buffer alike.
+ */
+class RouterCrc : public Streamable, public Extractable, public Packable {
+  public:
+    /** Of no bytes at all: 0xFFFF. */
+    RouterCrc() = default;
+    explicit RouterCrc(const std::vector<char>& bytes);
+    explicit RouterCrc(const std::vector<unsigned char>& bytes);
+    RouterCrc(const RouterCrc&) = default;
+    RouterCrc& operator=(const RouterCrc&) = default;
+
+    bool operator==(const RouterCrc& other) const {
+        return i_crcHigh == other.i_crcHigh && i_crcLow == other.i_crcLow;
+    }
+
+    /** Two raw characters, whatever the stream's width and white-space settings. */
+    std::ostream& toStream(std::ostream& stream) const override;
+    std::istream& fromStream(std::istream& stream) override;
+
+    WriteableSmartBuffer& pack(WriteableSmartBuffer& buffer) const override;
+    ReadableSmartBuffer& unpack(ReadableSmartBuffer& buffer) override;
+
+  private:
+    void add(unsigned char byte);
+
+    uint8_t i_crcHigh = 0xFF;
+    uint8_t i_crcLow = 0xFF;
+};

@@ -1,0 +1,378 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "link/packable.h"
+#include "logger/assertion.h"
+
+/**
+ * Smart buffers: cursors over a byte array that somebody else owns, with typed, bounds-checked,
+ * machine-independent access.
+ *
+ * Numbers stand high byte first; a long is 8 bytes on the wire whatever the machine's is. Bools
+ * share a byte, from its top bit down, until any other access closes the run. A std::string and a
+ * std::vector are a 4-byte count and their elements. There are no tags and no padding.
+ *
+ * A failure is sticky: an access that doesn't fit, or any access of a buffer that isn't
+ * initialised, sets it, and from then on accesses do nothing and leave their targets alone. The
+ * caller looks once, after the last field. In sizing mode the offset moves as if there were room
+ * for 4 GiB, and no byte is touched.
+ *
+ * A buffer belongs to one thread at a time.
+ */
+class WriteableSmartBuffer {
+  public:
+    /** A place to go back to. A default-constructed one is invalid. */
+    class Checkpoint {
+      public:
+        Checkpoint() = default;
+        explicit Checkpoint(uint32_t offset) : i_offset(offset), i_valid(true) {}
+        virtual ~Checkpoint() = default;
+        Checkpoint(const Checkpoint&) = default;
+        Checkpoint& operator=(const Checkpoint&) = default;
+
+        uint32_t offset() const { return i_offset; }
+        bool valid() const { return i_valid; }
+
+      private:
+        uint32_t i_offset = 0;
+        bool i_valid = false;
+    };
+
+    virtual ~WriteableSmartBuffer() = default;
+
+    /**
+     * Raw bytes: returns `count`, or 0 if nothing was written. A null pointer or a count of 0 is no
+     * failure, a negative count is one.
+     */
+    virtual int write(const void* bytes, int count) = 0;
+    virtual uint32_t bytesRemaining() const = 0;
+    virtual bool hasFailed() const = 0;
+    virtual void setFailed() = 0;
+    virtual Checkpoint getCheckpoint() const = 0;
+    /** 0, or -1 with nothing changed for an invalid checkpoint or one ahead of the offset. */
+    virtual int restoreCheckpoint(const Checkpoint& checkpoint) = 0;
+
+    virtual void write(const bool& value) = 0;
+    virtual void write(const char& value) = 0;
+    virtual void write(const signed char& value) = 0;
+    virtual void write(const unsigned char& value) = 0;
+    virtual void write(const short& value) = 0;
+    virtual void write(const unsigned short& value) = 0;
+    virtual void write(const int& value) = 0;
+    virtual void write(const unsigned int& value) = 0;
+    virtual void write(const long& value) = 0;
+    virtual void write(const unsigned long& value) = 0;
+    virtual void write(const long long& value) = 0;
+    virtual void write(const unsigned long long& value) = 0;
+    virtual void write(const float& value) = 0;
+    virtual void write(const double& value) = 0;
+    virtual void write(const Packable& value) = 0;
+    virtual void write(const std::string& value) = 0;
+
+    /** A pointer, a string literal too, would otherwise travel as a bool. */
+    template <typename T>
+    void write(const T* value) = delete;
+};
+
+/** The reading side; see WriteableSmartBuffer. */
+class ReadableSmartBuffer {
+  public:
+    virtual ~ReadableSmartBuffer() = default;
+
+    /** Raw bytes: returns `count`, or 0 if nothing was read; otherwise as the raw write. */
+    virtual int read(void* bytes, int count) = 0;
+    virtual uint32_t bytesRemaining() const = 0;
+    virtual bool hasFailed() const = 0;
+    virtual void setFailed() = 0;
+    /** Back to the first byte, failure cleared. 0 or -1. */
+    virtual int rewind() = 0;
+
+    virtual void read(bool& value) = 0;
+    virtual void read(char& value) = 0;
+    virtual void read(signed char& value) = 0;
+    virtual void read(unsigned char& value) = 0;
+    virtual void read(short& value) = 0;
+    virtual void read(unsigned short& value) = 0;
+    virtual void read(int& value) = 0;
+    virtual void read(unsigned int& value) = 0;
+    virtual void read(long& value) = 0;
+    virtual void read(unsigned long& value) = 0;
+    virtual void read(long long& value) = 0;
+    virtual void read(unsigned long long& value) = 0;
+    virtual void read(float& value) = 0;
+    virtual void read(double& value) = 0;
+    virtual void read(Packable& value) = 0;
+    /** The text ends at the first zero byte among the bytes read. */
+    virtual void read(std::string& value) = 0;
+};
+
+/**
+ * What reader and writer have in common: the array, the cursor and its state. `Byte` is const for
+ * the reader.
+ *
+ *     not initialised --initBuffer, initSizing, initView--> working --no room--> failed
+ *     failed --setOffset, restoreCheckpoint, rewind, init...--> working
+ *     any --clear--> not initialised
+ */
+template <typename Byte>
+class SmartBufferCursorT {
+  public:
+    /** Attaches to `size` bytes, which the caller keeps alive. -1, nothing changed, for null. */
+    int initBuffer(Byte* bytes, uint32_t size) {
+        if (bytes == nullptr) {
+            return -1;
+        }
+        attach(bytes, size);
+        return 0;
+    }
+
+    void initSizing() {
+        attach(nullptr, UINT32_MAX);
+        i_sizingOnly = true;
+    }
+
+    void clear() { attach(nullptr, 0); }
+
+    /** Checks the invariants of the cursor on the way. */
+    bool isInit() const {
+        ASSERT(i_boolBufferOffset < 8);
+        ASSERT(i_offset <= i_size);
+        if (i_boolBufferOffset != 0) {
+            ASSERT(0 != i_offset);
+        }
+        return i_buffer != nullptr || i_sizingOnly;
+    }
+
+    uint32_t getOffset() const { return i_offset; }
+
+    /** Moves the cursor and clears failure. -1, nothing changed, past the end. */
+    int setOffset(uint32_t offset) {
+        if (offset > i_size) {
+            return -1;
+        }
+        i_offset = offset;
+        i_failed = false;
+        i_boolBufferOffset = 0;
+        return 0;
+    }
+
+  protected:
+    SmartBufferCursorT() = default;
+
+    template <typename>
+    friend class SmartBufferCursorT;
+
+    /** A part of another buffer; the array stays its owner's. A sizing buffer has no part. */
+    template <typename OtherByte>
+    int attachView(const SmartBufferCursorT<OtherByte>& other, uint32_t start, uint32_t length) {
+        if (!other.isInit() || start > other.i_size || length > other.i_size - start) {
+            return -1;
+        }
+        attach(other.i_buffer != nullptr ? other.i_buffer + start : nullptr, length);
+        return 0;
+    }
+
+    template <typename OtherByte>
+    int attachView(const SmartBufferCursorT<OtherByte>& other, uint32_t start) {
+        return start > other.i_size ? -1 : attachView(other, start, other.i_size - start);
+    }
+
+    uint32_t remaining() const { return i_offset >= i_size ? 0 : i_size - i_offset; }
+
+    /**
+     * Moves past `count` bytes and ends a run of bools. False, with the failure set, where they
+     * don't fit. `place` becomes their first byte, or null when there is none to touch.
+     */
+    bool claim(uint32_t count, Byte*& place) {
+        if (i_failed) {
+            return false;
+        }
+        if (!isInit() || count > remaining()) {
+            i_failed = true;
+            return false;
+        }
+        place = i_sizingOnly ? nullptr : i_buffer + i_offset;
+        i_offset += count;
+        i_boolBufferOffset = 0;
+        return true;
+    }
+
+    /** The same for the next bool of a run: `place` is its byte, `bit` its bit in there. */
+    bool claimBit(Byte*& place, unsigned char& bit) {
+        const uint32_t position = i_boolBufferOffset;
+        if (position == 0) {
+            if (!claim(1, place)) {
+                return false;
+            }
+        } else {
+            if (i_failed) {
+                return false;
+            }
+            if (!isInit()) {
+                i_failed = true;
+                return false;
+            }
+            place = i_sizingOnly ? nullptr : i_buffer + i_offset - 1;
+        }
+        bit = static_cast<unsigned char>(0x80U >> position);
+        i_boolBufferOffset = (position + 1) % 8;
+        return true;
+    }
+
+    Byte* i_buffer = nullptr;
+    uint32_t i_size = 0;
+    uint32_t i_offset = 0;
+    bool i_failed = false;
+    /** 0: the next bool opens a byte; 1 to 7: its position, from the top, in the last byte. */
+    uint32_t i_boolBufferOffset = 0;
+    bool i_sizingOnly = false;
+
+  private:
+    void attach(Byte* bytes, uint32_t size) {
+        i_buffer = bytes;
+        i_size = size;
+        i_offset = 0;
+        i_failed = false;
+        i_boolBufferOffset = 0;
+        i_sizingOnly = false;
+    }
+};
+
+class SmartBufferWriter : public WriteableSmartBuffer, public SmartBufferCursorT<unsigned char> {
+  public:
+    int initBuffer(void* bytes, uint32_t size) {
+        return SmartBufferCursorT::initBuffer(static_cast<unsigned char*>(bytes), size);
+    }
+    /** The rest of `other` from `start`, or `length` bytes of it. -1, nothing changed, if it does
+     * not hold them. */
+    int initView(const SmartBufferWriter& other, uint32_t start) {
+        return attachView(other, start);
+    }
+    int initView(const SmartBufferWriter& other, uint32_t start, uint32_t length) {
+        return attachView(other, start, length);
+    }
+
+    using WriteableSmartBuffer::write;
+    int write(const void* bytes, int count) override;
+    uint32_t bytesRemaining() const override { return remaining(); }
+    bool hasFailed() const override { return i_failed; }
+    void setFailed() override { i_failed = true; }
+    Checkpoint getCheckpoint() const override { return Checkpoint(i_offset); }
+    int restoreCheckpoint(const Checkpoint& checkpoint) override;
+
+    void write(const bool& value) override;
+    void write(const char& value) override;
+    void write(const signed char& value) override;
+    void write(const unsigned char& value) override;
+    void write(const short& value) override;
+    void write(const unsigned short& value) override;
+    void write(const int& value) override;
+    void write(const unsigned int& value) override;
+    void write(const long& value) override;
+    void write(const unsigned long& value) override;
+    void write(const long long& value) override;
+    void write(const unsigned long long& value) override;
+    void write(const float& value) override;
+    void write(const double& value) override;
+    void write(const Packable& value) override;
+    void write(const std::string& value) override;
+
+  private:
+    void writeBigEndian(uint64_t value, uint32_t width);
+};
+
+class SmartBufferReader : public ReadableSmartBuffer,
+                          public SmartBufferCursorT<const unsigned char> {
+  public:
+    int initBuffer(const void* bytes, uint32_t size) {
+        return SmartBufferCursorT::initBuffer(static_cast<const unsigned char*>(bytes), size);
+    }
+    /** As SmartBufferWriter::initView; a reader may look at a writer's bytes too. */
+    int initView(const SmartBufferReader& other, uint32_t start) {
+        return attachView(other, start);
+    }
+    int initView(const SmartBufferReader& other, uint32_t start, uint32_t length) {
+        return attachView(other, start, length);
+    }
+    int initView(const SmartBufferWriter& other, uint32_t start) {
+        return attachView(other, start);
+    }
+    int initView(const SmartBufferWriter& other, uint32_t start, uint32_t length) {
+        return attachView(other, start, length);
+    }
+
+    int read(void* bytes, int count) override;
+    uint32_t bytesRemaining() const override { return remaining(); }
+    bool hasFailed() const override { return i_failed; }
+    void setFailed() override { i_failed = true; }
+    int rewind() override { return setOffset(0); }
+
+    void read(bool& value) override;
+    void read(char& value) override;
+    void read(signed char& value) override;
+    void read(unsigned char& value) override;
+    void read(short& value) override;
+    void read(unsigned short& value) override;
+    void read(int& value) override;
+    void read(unsigned int& value) override;
+    void read(long& value) override;
+    void read(unsigned long& value) override;
+    void read(long long& value) override;
+    void read(unsigned long long& value) override;
+    void read(float& value) override;
+    void read(double& value) override;
+    void read(Packable& value) override;
+    void read(std::string& value) override;
+
+  private:
+    bool readBigEndian(uint64_t& value, uint32_t width);
+    template <typename T>
+    void readInteger(T& value);
+    template <typename Wide, typename T>
+    void readNarrowed(T& value);
+};
+
+template <typename T>
+WriteableSmartBuffer& operator<<(WriteableSmartBuffer& buffer, const T& value) {
+    buffer.write(value);
+    return buffer;
+}
+
+template <typename T>
+ReadableSmartBuffer& operator>>(ReadableSmartBuffer& buffer, T& value) {
+    buffer.read(value);
+    return buffer;
+}
+
+template <typename T>
+WriteableSmartBuffer& operator<<(WriteableSmartBuffer& buffer, const std::vector<T>& values) {
+    buffer << static_cast<unsigned int>(values.size());
+    for (const T& value : values) {
+        buffer << value;
+    }
+    return buffer;
+}
+
+/**
+ * Replaces what `values` held. It grows as elements arrive, never by the stated count, and a body
+ * that ends early leaves the failure set.
+ */
+template <typename T>
+ReadableSmartBuffer& operator>>(ReadableSmartBuffer& buffer, std::vector<T>& values) {
+    values.clear();
+    unsigned int count = 0;
+    buffer >> count;
+    while (count != 0 && !buffer.hasFailed()) {
+        T value{};
+        buffer >> value;
+        values.push_back(value);
+        --count;
+    }
+    return buffer;
+}
+
+/** Measures `object` in bytes. 0, or -1 with `size` untouched if it can't be packed. */
+int GetPackedSize(const Packable& object, unsigned int& size);

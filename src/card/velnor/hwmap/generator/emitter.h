@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "src/card/velnor/hwmap/generator/tables.h"
+
+namespace hwmaptables {
+
+struct GeneratedFile {
+    std::string name;
+    std::string text;
+};
+
+/**
+ * The sources of one design's register map, from tables without findings. For the design `x`, with
+ * the stem genfpga_velnor_vp_x:
+ *
+ *   STEM.h             the design and its domains; of the groups only those marked inline, the
+ *                      others are declared. All that a program needs which uses these alone.
+ *   STEM_groups.h      all groups
+ *   STEM_domains.cpp   construction and teardown of design and domains
+ *   STEM_1.h, _1.cpp   classes, and their construction and teardown, of a share of the groups;
+ *                      so on up to `units`
+ *   STEM_walk.h, .cpp  the walk over the constructed objects
+ *
+ * The same tables give the same bytes.
+ */
+std::vector<GeneratedFile> EmitDesign(const Tables& tables, const std::string& design,
+                                      unsigned int units);
+
+}  // namespace hwmaptables

@@ -1,0 +1,268 @@
+#include "src/card/velnor/hwmap/generator/parser.h"
+
+#include <algorithm>
+#include <functional>
+#include <sstream>
+
+namespace hwmaptables {
+
+namespace {
+
+/** Far above any count of the hardware: a larger one is a slip of the pen. */
+constexpr std::uint32_t MAX_COUNT = 256;
+
+bool IsDigits(const std::string& text, const char* digits) {
+    return !text.empty() && text.find_first_not_of(digits) == std::string::npos;
+}
+
+/** Decimal without leading zeroes, or 0x; anything that could be read in two ways is refused. */
+bool ParseNumber(const std::string& text, std::uint32_t& number) {
+    const bool isHex = text.compare(0, 2, "0x") == 0;
+    const std::string digits = isHex ? text.substr(2) : text;
+    if (!IsDigits(digits, isHex ? "0123456789abcdefABCDEF" : "0123456789")) {
+        return false;
+    }
+    if (digits.size() > 10 || (!isHex && digits.size() > 1 && digits[0] == '0')) {
+        return false;
+    }
+    const std::uint64_t value = std::stoull(digits, nullptr, isHex ? 16 : 10);
+    number = static_cast<std::uint32_t>(value);
+    return value == number;
+}
+
+/** The words of one row, taken from left to right; what can't be taken becomes a finding. */
+class Row {
+  public:
+    Row(Origin origin, const std::string& text, Findings& findings)
+        : i_origin(std::move(origin)), i_findings(findings) {
+        std::string spaced;
+        for (const char c : text.substr(0, text.find('#'))) {
+            spaced += c == ',' ? std::string(" , ") : std::string(1, c);
+        }
+        std::istringstream stream(spaced);
+        for (std::string word; stream >> word;) {
+            i_words.push_back(word);
+        }
+    }
+
+    const Origin& origin() const { return i_origin; }
+    bool isBlank() const { return i_words.empty(); }
+    bool atEnd() const { return i_next == i_words.size(); }
+    std::string peek() const { return atEnd() ? "" : i_words[i_next]; }
+    std::string take() { return atEnd() ? "" : i_words[i_next++]; }
+
+    bool takeWord(const char* word) {
+        const bool isNext = peek() == word;
+        i_next += isNext ? 1 : 0;
+        return isNext;
+    }
+
+    bool takeName(const char* what, std::string& name) {
+        name = take();
+        return !name.empty() || refuse(what, name);
+    }
+
+    bool takeNumber(const char* what, std::uint32_t& number) {
+        const std::string word = take();
+        return ParseNumber(word, number) || refuse(what, word);
+    }
+
+    /** xN+S, where it stands. */
+    bool takeRepeat(Repeat& repeat) {
+        const std::string word = peek();
+        const std::size_t plus = word.find('+');
+        if (word.compare(0, 1, "x") != 0 || plus == std::string::npos) {
+            return true;
+        }
+        take();
+        if (!ParseNumber(word.substr(1, plus - 1), repeat.count) ||
+            !ParseNumber(word.substr(plus + 1), repeat.step)) {
+            return refuse("a repeat, xN+STEP", word);
+        }
+        return isCount(repeat.count);
+    }
+
+    /** Of instances or elements: one alone is written without a count. */
+    bool isCount(std::uint32_t count) {
+        return (count >= 2 && count <= MAX_COUNT) ||
+               refuse(("a count from 2 to " + std::to_string(MAX_COUNT)).c_str(),
+                      std::to_string(count));
+    }
+
+    bool takeEnd() { return atEnd() || refuse("the end of the row", take()); }
+
+    /** Always false. */
+    bool refuse(const std::string& expected, const std::string& found) {
+        i_findings.add(i_origin, "expected " + expected + ", found " +
+                                     (found.empty() ? "the end of the row" : "'" + found + "'"));
+        return false;
+    }
+
+  private:
+    Origin i_origin;
+    Findings& i_findings;
+    std::vector<std::string> i_words;
+    std::size_t i_next = 0;
+};
+
+void ForEachRow(const TableFile& file, Findings& findings,
+                const std::function<void(Row& row)>& parse) {
+    std::istringstream stream(file.text);
+    Origin origin{file.name, 0};
+    for (std::string line; std::getline(stream, line);) {
+        ++origin.line;
+        Row row(origin, line, findings);
+        if (!row.isBlank()) {
+            parse(row);
+        }
+    }
+}
+
+/** GROUP FIRST [COUNT STRIDE] [overlap] [inline] */
+bool ParsePlacementRow(Row& row, Placement& placement) {
+    placement.origin = row.origin();
+    placement.group = row.take();
+    if (!row.takeNumber("the first offset in bytes", placement.first)) {
+        return false;
+    }
+    std::uint32_t count = 0;
+    if (ParseNumber(row.peek(), count)) {
+        row.take();
+        placement.count = count;
+        if (!row.isCount(count) || !row.takeNumber("the stride in bytes", placement.stride)) {
+            return false;
+        }
+    }
+    placement.mayOverlap = row.takeWord("overlap");
+    placement.isInline = row.takeWord("inline");
+    return row.takeEnd();
+}
+
+void ParseDesigns(Row& row, Map& map) {
+    std::string name;
+    do {
+        if (!row.takeName("the name of a design", name)) {
+            return;
+        }
+        map.designs.push_back(name);
+    } while (!row.atEnd());
+}
+
+void ParseDomain(Row& row, Map& map) {
+    Domain domain;
+    domain.origin = row.origin();
+    if (row.takeName("the name of a domain", domain.name) &&
+        row.takeNumber("the base in bytes", domain.base) && row.takeEnd()) {
+        map.domains.push_back(domain);
+    }
+}
+
+void ParseRowOfMap(Row& row, Map& map) {
+    if (row.takeWord("map")) {
+        map.origin = row.origin();
+        if (row.takeName("the name of a map", map.name)) {
+            row.takeEnd();
+        }
+    } else if (row.takeWord("designs")) {
+        ParseDesigns(row, map);
+    } else if (row.takeWord("domain")) {
+        ParseDomain(row, map);
+    } else if (map.domains.empty()) {
+        row.refuse("map, designs or domain", row.peek());
+    } else if (Placement placement; ParsePlacementRow(row, placement)) {
+        map.domains.back().placements.push_back(placement);
+    }
+}
+
+/** name[hi:lo] or name[bit], then xN+S where it repeats */
+bool ParseField(Row& row, Field& field) {
+    const std::string word = row.take();
+    const std::size_t open = word.find('[');
+    const std::size_t close = word.find(']');
+    if (open == std::string::npos || close != word.size() - 1 || open > close) {
+        return row.refuse("a field, name[hi:lo] or name[bit]", word);
+    }
+    field.name = word.substr(0, open);
+    const std::string bits = word.substr(open + 1, close - open - 1);
+    const std::size_t colon = bits.find(':');
+    const std::string low = colon == std::string::npos ? bits : bits.substr(colon + 1);
+    if (!ParseNumber(bits.substr(0, colon), field.high) || !ParseNumber(low, field.low)) {
+        return row.refuse("bits of a field, [hi:lo] or [bit]", word);
+    }
+    return row.takeRepeat(field.repeat);
+}
+
+bool ParseFields(Row& row, std::vector<Field>& fields) {
+    do {
+        Field field;
+        if (!ParseField(row, field)) {
+            return false;
+        }
+        fields.push_back(field);
+    } while (row.takeWord(","));
+    return row.takeEnd();
+}
+
+/** The size of a memory; a register has none. */
+bool ParseWords(Row& row, Member& member) {
+    if (member.isRegister()) {
+        return true;
+    }
+    if (!row.takeNumber("the words of a memory (a register's name begins with R_)", member.words)) {
+        return false;
+    }
+    if (!row.takeWord("words")) {
+        return row.refuse("'words' behind the size of a memory", row.peek());
+    }
+    return member.words > 0 || row.refuse("a size of one word or more", "0");
+}
+
+/** OFFSET MEMBER [xN+STEP] [N words] FIELD, FIELD... */
+bool ParseMember(Row& row, Member& member) {
+    member.origin = row.origin();
+    return row.takeNumber("the offset of a member in bytes", member.offset) &&
+           row.takeName("the name of a member", member.name) && row.takeRepeat(member.repeat) &&
+           ParseWords(row, member) && ParseFields(row, member.fields);
+}
+
+/** NAME [empty | for MAP] */
+bool ParseBody(Row& row, Body& body) {
+    body.origin = row.origin();
+    if (!row.takeName("the name of a group", body.group)) {
+        return false;
+    }
+    body.isEmpty = row.takeWord("empty");
+    if (row.takeWord("for") && !row.takeName("the name of a map", body.map)) {
+        return false;
+    }
+    return row.takeEnd();
+}
+
+}  // namespace
+
+void ParsePlacement(const TableFile& file, Tables& tables, Findings& findings) {
+    Map map;
+    map.origin = {file.name, 1};
+    ForEachRow(file, findings, [&](Row& row) { ParseRowOfMap(row, map); });
+    if (map.name.empty() || map.designs.empty()) {
+        findings.add(map.origin, "no map or no designs are named");
+    }
+    tables.maps.push_back(map);
+}
+
+void ParseCatalogue(const TableFile& file, Tables& tables, Findings& findings) {
+    const std::size_t before = tables.bodies.size();
+    ForEachRow(file, findings, [&](Row& row) {
+        if (row.takeWord("group")) {
+            if (Body body; ParseBody(row, body)) {
+                tables.bodies.push_back(body);
+            }
+        } else if (tables.bodies.size() == before) {
+            row.refuse("group", row.peek());
+        } else if (Member member; ParseMember(row, member)) {
+            tables.bodies.back().members.push_back(member);
+        }
+    });
+}
+
+}  // namespace hwmaptables

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <pthread.h>
+#include <sys/time.h>
+
+#include "logger/assertion.h"
+
+/**
+ * A POSIX mutex whose failures are programming errors: every call but tryLock is asserted.
+ *
+ *     free --lock, tryLock (0)--> held by the caller --unlock--> free
+ *
+ * Destroying a held mutex is a failed assertion. Any thread may use it, except that a mutex is
+ * unlocked by its holder.
+ */
+class PMutexImpl {
+  public:
+    /** `mutexType` as pthread_mutexattr_settype takes it: PTHREAD_MUTEX_NORMAL or _RECURSIVE. */
+    explicit PMutexImpl(int mutexType);
+    virtual ~PMutexImpl();
+    PMutexImpl(const PMutexImpl&) = delete;
+    PMutexImpl& operator=(const PMutexImpl&) = delete;
+
+    void lock() { ASSERT(0 == pthread_mutex_lock(&i_mutex)); }
+    void unlock() { ASSERT(0 == pthread_mutex_unlock(&i_mutex)); }
+    /** 0 when the lock was taken, else the error number. */
+    int tryLock() { return pthread_mutex_trylock(&i_mutex); }
+
+  protected:
+    pthread_mutex_t i_mutex;
+};
+
+/**
+ * A mutex of the normal type with a condition variable. The caller holds the lock around the two
+ * waits and holds it again when they return. No blocking policy takes part.
+ */
+class PMutexWithCondImpl : public PMutexImpl {
+  public:
+    PMutexWithCondImpl();
+    ~PMutexWithCondImpl() override;
+
+    void wait();
+    /**
+     * Waits at most `timeout`, a length of time. 0, e_Error_Timeout, or e_Error_InvalidArgument at
+     * once for a timeout that is none.
+     */
+    int timedWait(const timeval& timeout);
+    void signal();
+    void broadcast();
+
+  private:
+    pthread_cond_t i_cond;
+};
+
+/** A mutex that asks `Policy` before it may sleep, also when it is free. */
+template <typename Policy>
+class PMutexT {
+  public:
+    explicit PMutexT(int mutexType) : i_impl(mutexType) {}
+    PMutexT(const PMutexT&) = delete;
+    PMutexT& operator=(const PMutexT&) = delete;
+
+    void lock() {
+        Policy::assertBlockingIsAllowed();
+        i_impl.lock();
+    }
+    void unlock() { i_impl.unlock(); }
+    /** 0 when the lock was taken, else the error number. Never sleeps, so no policy is asked. */
+    int tryLock() { return i_impl.tryLock(); }
+
+  private:
+    PMutexImpl i_impl;
+};
+
+/** Holds a mutex, which it borrows, to the end of its scope; a default-built one holds none. */
+template <typename Mutex>
+class AutoLockT {
+  public:
+    AutoLockT() : i_mutex(nullptr) {}
+    explicit AutoLockT(Mutex& mutex) : i_mutex(&mutex) { i_mutex->lock(); }
+    virtual ~AutoLockT() {
+        if (i_mutex != nullptr) {
+            i_mutex->unlock();
+        }
+    }
+    AutoLockT(const AutoLockT&) = delete;
+    AutoLockT& operator=(const AutoLockT&) = delete;
+
+  private:
+    Mutex* i_mutex;
+};

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "cpputils/include/pimpl_impl.h"
+
+/**
+ * A handle on one POSIX thread. It belongs to one thread at a time.
+ *
+ *     not created --create--> created --join--> not created
+ *
+ * A detached thread stays created. Destroying the handle of a created thread that isn't detached
+ * logs a warning and detaches it.
+ */
+class PThread {
+  public:
+    explicit PThread(bool detached);
+    virtual ~PThread();
+    PThread(const PThread&) = delete;
+    PThread& operator=(const PThread&) = delete;
+
+    /** 0; -1 if it is created already; else the error number of pthread_create, logged. */
+    int create(void* (*start)(void*), void* argument);
+    /**
+     * Waits for the thread's end; `result` may be null. 0; -1 for a detached thread or one that
+     * isn't created; else the error number of pthread_join, logged.
+     */
+    int join(void** result);
+
+    bool isCreated() const;
+
+  private:
+    class Impl;
+    PImplT<Impl> i_impl;
+};

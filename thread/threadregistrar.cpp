@@ -1,0 +1,209 @@
+#include "thread/threadregistrar.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <sstream>
+#include <tuple>
+
+#include "logger/logger.h"
+
+namespace {
+
+constexpr ThreadDescriber registrarDescriber = {
+    IsCurrentThreadCritical,
+    [] { return ThreadRegistrar::instance().describeThread(); },
+    [](char* buffer, size_t length) {
+        ThreadRegistrar::instance().describeThreadNoAlloc(buffer, length);
+    },
+};
+
+/** Text appended into a fixed buffer, cut where it ends. */
+class BoundedText {
+  public:
+    BoundedText(char* buffer, size_t length) : i_end(buffer), i_room(length) { *i_end = '\0'; }
+
+    template <typename Value>
+    void append(const char* format, Value value) {
+        (void)snprintf(i_end, i_room, format, value);
+        i_end[i_room - 1] = '\0';
+        const size_t added = strlen(i_end);
+        i_end += added;
+        i_room -= added;
+    }
+
+  private:
+    char* i_end;
+    size_t i_room;  // at least 1, for the closing zero
+};
+
+}  // namespace
+
+bool IsCurrentThreadCritical() {
+    return ThreadRegistrar::instance().isFieldMain();
+}
+
+ThreadId ThreadId::ofCaller() {
+    return {pthread_self(), getpid()};
+}
+
+bool operator==(const ThreadId& left, const ThreadId& right) {
+    return pthread_equal(left.handle, right.handle) != 0 && left.process == right.process;
+}
+
+bool operator<(const ThreadId& left, const ThreadId& right) {
+    return std::tie(left.process, left.handle) < std::tie(right.process, right.handle);
+}
+
+void FieldMainSlot::take(const ThreadId& id, uint32_t cookie) {
+    i_handle.store(id.handle, std::memory_order_relaxed);
+    i_process.store(id.process, std::memory_order_relaxed);
+    i_cookie.store(cookie, std::memory_order_relaxed);
+    i_valid.store(true, std::memory_order_release);
+}
+
+ThreadRegistrar& ThreadRegistrar::instance() {
+    static ThreadRegistrar registrar;
+    return registrar;
+}
+
+// Neither locks nor logs: both would ask for the instance that is just being built.
+ThreadRegistrar::ThreadRegistrar()
+    : i_namesMutex(PTHREAD_MUTEX_RECURSIVE), i_slotsMutex(PTHREAD_MUTEX_NORMAL) {
+    SetThreadDescriber(&registrarDescriber);
+}
+
+ThreadRegistrar::~ThreadRegistrar() {
+    SetThreadDescriber(nullptr);
+    delete i_names.load();
+}
+
+// Without a lock: the FieldMain threads are started one after the other.
+int ThreadRegistrar::registerFieldMain(uint32_t cookie) {
+    for (FieldMainSlot& slot : i_fieldMain) {
+        if (!slot.isValid()) {
+            slot.take(ThreadId::ofCaller(), cookie);
+            return 0;
+        }
+    }
+    return -1;
+}
+
+uint32_t ThreadRegistrar::fieldMainCookie() const {
+    const int index = fieldMainIndex();
+    return index == -1 ? 0 : i_fieldMain[static_cast<size_t>(index)].cookie();
+}
+
+void ThreadRegistrar::registerName(const std::string& name) {
+    const AutoLockT<NamesMutex> lock(i_namesMutex);
+    if (i_names.load() == nullptr) {
+        i_names.store(new Names);
+    }
+    (*i_names.load())[ThreadId::ofCaller()] = name;
+}
+
+int ThreadRegistrar::ownSlot() const {
+    const ThreadId caller = ThreadId::ofCaller();
+    for (size_t i = 0; i < i_fieldMain.size(); ++i) {
+        if (i_fieldMain[i].holds(caller)) {
+            return static_cast<int>(i);
+        }
+    }
+    return -1;
+}
+
+void ThreadRegistrar::unregisterThread() {
+    {
+        const AutoLockT<SlotsMutex> lock(i_slotsMutex);
+        const int slot = ownSlot();
+        if (slot != -1) {
+            i_fieldMain[static_cast<size_t>(slot)].free();
+            return;
+        }
+    }
+    const AutoLockT<NamesMutex> lock(i_namesMutex);
+    if (Names* names = i_names.load()) {
+        names->erase(ThreadId::ofCaller());
+    }
+}
+
+/**
+ * A critical thread never gets to the lock. In a forked child that is a thread whose handle equals
+ * a FieldMain thread's while its process doesn't: it is described without a name.
+ */
+template <typename Use>
+void ThreadRegistrar::withName(Use use) {
+    if (isFieldMain() || i_names.load() == nullptr) {
+        return;
+    }
+    const AutoLockT<NamesMutex> lock(i_namesMutex);
+    const Names& names = *i_names.load();
+    const auto found = names.find(ThreadId::ofCaller());
+    if (found != names.end()) {
+        use(found->second);
+    }
+}
+
+std::string ThreadRegistrar::describeThread() {
+    std::string text;
+    const int slot = ownSlot();
+    if (slot != -1) {
+        text = "FM" + std::to_string(slot) + " ";
+    } else {
+        withName([&](const std::string& name) { text = name + " "; });
+    }
+    return text + DescribePlainThread();
+}
+
+void ThreadRegistrar::describeThreadNoAlloc(char* buffer, size_t length) {
+    if (length == 0) {
+        return;
+    }
+    BoundedText text(buffer, length);
+    const int slot = ownSlot();
+    if (slot != -1) {
+        text.append("FM%d ", slot);
+    } else {
+        withName([&](const std::string& name) { text.append("%s ", name.c_str()); });
+    }
+    text.append("p:%lu ", pthread_self());
+}
+
+std::string ThreadRegistrar::listThreads() {
+    std::ostringstream text;
+    const auto start = [&](const ThreadId& id) -> std::ostream& {
+        return text << "pid: " << id.process << " threadId: " << id.handle;
+    };
+    {
+        const AutoLockT<SlotsMutex> lock(i_slotsMutex);
+        for (size_t i = 0; i < i_fieldMain.size(); ++i) {
+            if (i_fieldMain[i].isValid()) {
+                start(i_fieldMain[i].id()) << " FieldMain" << i << '\n';
+            }
+        }
+    }
+    if (i_names.load() != nullptr) {
+        const AutoLockT<NamesMutex> lock(i_namesMutex);
+        for (const auto& [id, name] : *i_names.load()) {
+            start(id) << " Name: " << name << '\n';
+        }
+    }
+    return text.str();
+}
+
+int ThreadRegistrar::claimSoleThread() {
+    const AutoLockT<SlotsMutex> lock(i_slotsMutex);
+    if (i_soleThread.isValid()) {
+        return -1;
+    }
+    i_soleThread.take(ThreadId::ofCaller(), 0);
+    return 0;
+}
+
+void ThreadRegistrar::releaseSoleThread() {
+    const AutoLockT<SlotsMutex> lock(i_slotsMutex);
+    if (i_soleThread.holds(ThreadId::ofCaller())) {
+        i_soleThread.free();
+    }
+}

@@ -1,0 +1,125 @@
+#pragma once
+
+#include <pthread.h>
+#include <sys/types.h>
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include "cpputils/include/thread/policies.h"
+#include "thread/pmutex.h"
+
+/** A thread of any process: its handle and the process id. Ordered by process, then handle. */
+struct ThreadId {
+    pthread_t handle;
+    pid_t process;
+
+    static ThreadId ofCaller();
+};
+
+bool operator==(const ThreadId& left, const ThreadId& right);
+bool operator<(const ThreadId& left, const ThreadId& right);
+
+/**
+ * A place for one thread. It is read without a lock, so all its fields are atomic, and `valid` is
+ * stored last with release: who loads it true with acquire sees the other fields.
+ */
+class FieldMainSlot {
+  public:
+    bool isValid() const { return i_valid.load(std::memory_order_acquire); }
+    /** Valid, and its handle is the caller's; the process isn't looked at. */
+    bool hasHandleOfCaller() const {
+        return isValid() && pthread_equal(i_handle.load(std::memory_order_relaxed), pthread_self());
+    }
+    /** Valid, and taken by the thread `id`. */
+    bool holds(const ThreadId& id) const { return isValid() && this->id() == id; }
+
+    ThreadId id() const {
+        return {i_handle.load(std::memory_order_relaxed),
+                i_process.load(std::memory_order_relaxed)};
+    }
+    uint32_t cookie() const { return i_cookie.load(std::memory_order_relaxed); }
+
+    void take(const ThreadId& id, uint32_t cookie);
+    void free() { i_valid.store(false, std::memory_order_release); }
+
+  private:
+    std::atomic<pthread_t> i_handle{0};
+    std::atomic<pid_t> i_process{0};
+    std::atomic<uint32_t> i_cookie{0};
+    std::atomic<bool> i_valid{false};
+};
+
+/**
+ * Knows which threads of the process are the time-critical FieldMain threads, at most two, and what
+ * the others are called. The logger and the blocking policies ask it on every use.
+ *
+ * All operations act on the calling thread. The questions about FieldMain threads take no lock; the
+ * names stand behind a lock that a FieldMain thread must not reach: it neither names itself nor
+ * lists the threads.
+ */
+class ThreadRegistrar {
+  public:
+    ThreadRegistrar(const ThreadRegistrar&) = delete;
+    ThreadRegistrar& operator=(const ThreadRegistrar&) = delete;
+
+    /** Built on first use, with the logger told of it; destroyed at exit. */
+    static ThreadRegistrar& instance();
+
+    /** Takes the first free slot; -1 when both are taken. A second call takes a second slot. */
+    int registerFieldMain(uint32_t cookie);
+    /** The slot, 0 or 1, that has the caller's handle; -1 for any other thread. */
+    int fieldMainIndex() const {
+        for (size_t i = 0; i < i_fieldMain.size(); ++i) {
+            if (i_fieldMain[i].hasHandleOfCaller()) {
+                return static_cast<int>(i);
+            }
+        }
+        return -1;
+    }
+    bool isFieldMain() const { return fieldMainIndex() != -1; }
+    /** What the caller registered with; 0 for any other thread. */
+    uint32_t fieldMainCookie() const;
+
+    /** Names the caller, replacing an earlier name. */
+    void registerName(const std::string& name);
+    /** Frees the caller's first slot or, if it holds none, forgets its name. */
+    void unregisterThread();
+
+    /** "FM0 p:777", "name p:777" or "p:777". */
+    std::string describeThread();
+    /** The same with a blank at the end, cut to `length` bytes with the closing zero. No heap. */
+    void describeThreadNoAlloc(char* buffer, size_t length);
+    /** A line for each FieldMain thread and each named one. Reaches the lock of the names. */
+    std::string listThreads();
+
+    /** A single slot beside the two: 0, or -1 if it is held, by whomever. */
+    int claimSoleThread();
+    /** Gives it back if the caller holds it. */
+    void releaseSoleThread();
+    bool isSoleThread() const { return i_soleThread.hasHandleOfCaller(); }
+
+  private:
+    using Names = std::map<ThreadId, std::string>;
+    using NamesMutex = PMutexT<CriticalThreadCantBlockPolicy>;
+    using SlotsMutex = PMutexT<EveryThreadCanBlockPolicy>;
+
+    ThreadRegistrar();
+    virtual ~ThreadRegistrar();
+    /** The slot that holds the caller by handle and process, or -1. */
+    int ownSlot() const;
+    /** Calls `use` with the caller's name, if it has one, under the lock of the names. */
+    template <typename Use>
+    void withName(Use use);
+
+    /** Made by the first registerName. The pointer is tested without the lock, the map never. */
+    std::atomic<Names*> i_names{nullptr};
+    NamesMutex i_namesMutex;
+    std::array<FieldMainSlot, 2> i_fieldMain;
+    /** Guards the freeing and the listing of slots. */
+    SlotsMutex i_slotsMutex;
+    FieldMainSlot i_soleThread;
+};

@@ -1,0 +1,175 @@
+#include "thread/threadregistrar.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <csignal>
+#include <string>
+#include <thread>
+
+#include "tests/support/child.h"
+
+using testing::HasSubstr;
+using testsupport::ChildResult;
+using testsupport::RunInChild;
+
+namespace {
+
+ThreadRegistrar& Registrar() {
+    return ThreadRegistrar::instance();
+}
+
+/** The calling thread as every description ends. */
+std::string Plain() {
+    return "p:" + std::to_string(pthread_self());
+}
+
+std::string NoAllocDescription(size_t length = 200) {
+    std::string buffer(length + 1, '#');
+    Registrar().describeThreadNoAlloc(buffer.data(), length);
+    EXPECT_EQ(buffer.back(), '#');
+    return buffer.c_str();
+}
+
+/** On a thread of its own, which gives its slots and name back. */
+template <typename Body>
+void OnFreshThread(Body body) {
+    std::thread([&] {
+        body();
+        Registrar().unregisterThread();
+        Registrar().unregisterThread();
+        Registrar().unregisterThread();
+    }).join();
+}
+
+TEST(ThreadRegistrar, DescribesPlainNamedAndFieldMainThreads) {
+    OnFreshThread([] {
+        EXPECT_EQ(Registrar().describeThread(), Plain());
+        EXPECT_EQ(NoAllocDescription(), Plain() + " ");
+        Registrar().registerName("first");
+        Registrar().registerName("FDBuffer");
+        EXPECT_EQ(Registrar().describeThread(), "FDBuffer " + Plain());
+        EXPECT_EQ(NoAllocDescription(), "FDBuffer " + Plain() + " ");
+        EXPECT_FALSE(Registrar().isFieldMain());
+        EXPECT_EQ(Registrar().registerFieldMain(77), 0);
+        EXPECT_EQ(Registrar().describeThread(), "FM0 " + Plain());
+        EXPECT_EQ(NoAllocDescription(), "FM0 " + Plain() + " ");
+        EXPECT_EQ(Registrar().fieldMainIndex(), 0);
+        EXPECT_EQ(Registrar().fieldMainCookie(), 77U);
+    });
+    EXPECT_EQ(Registrar().fieldMainIndex(), -1);
+    EXPECT_EQ(Registrar().fieldMainCookie(), 0U);
+}
+
+TEST(ThreadRegistrar, DescriptionIsCutToItsBuffer) {
+    OnFreshThread([] {
+        Registrar().registerName("a long name");
+        EXPECT_EQ(NoAllocDescription(1), "");
+        EXPECT_EQ(NoAllocDescription(5), "a lo");
+        EXPECT_EQ(NoAllocDescription(14), "a long name p");
+        char untouched = '#';
+        Registrar().describeThreadNoAlloc(&untouched, 0);
+        EXPECT_EQ(untouched, '#');
+    });
+}
+
+TEST(ThreadRegistrar, HasTwoSlotsAndFreesTheFirstOfACaller) {
+    OnFreshThread([] {
+        Registrar().registerName("both");
+        EXPECT_EQ(Registrar().registerFieldMain(1), 0);
+        EXPECT_EQ(Registrar().registerFieldMain(2), 0);
+        EXPECT_EQ(Registrar().registerFieldMain(3), -1);
+        EXPECT_EQ(Registrar().fieldMainCookie(), 1U);
+        Registrar().unregisterThread();
+        EXPECT_EQ(Registrar().fieldMainIndex(), 1);
+        EXPECT_EQ(Registrar().fieldMainCookie(), 2U);
+        Registrar().unregisterThread();
+        EXPECT_EQ(Registrar().describeThread(), "both " + Plain());
+        Registrar().unregisterThread();
+        EXPECT_EQ(Registrar().describeThread(), Plain());
+    });
+}
+
+TEST(ThreadRegistrar, ListsSlotsThenNames) {
+    OnFreshThread([] {
+        Registrar().registerName("listed");
+        Registrar().registerFieldMain(0);
+        const std::string id =
+            "pid: " + std::to_string(getpid()) + " threadId: " + std::to_string(pthread_self());
+        std::string list;
+        std::thread([&] { list = Registrar().listThreads(); }).join();
+        EXPECT_EQ(list, id + " FieldMain0\n" + id + " Name: listed\n");
+    });
+    EXPECT_EQ(Registrar().listThreads(), "");
+}
+
+TEST(ThreadRegistrar, SoleThreadIsHeldByOne) {
+    EXPECT_FALSE(Registrar().isSoleThread());
+    EXPECT_EQ(Registrar().claimSoleThread(), 0);
+    EXPECT_TRUE(Registrar().isSoleThread());
+    EXPECT_EQ(Registrar().claimSoleThread(), -1);
+    OnFreshThread([] {
+        EXPECT_FALSE(Registrar().isSoleThread());
+        EXPECT_EQ(Registrar().claimSoleThread(), -1);
+        Registrar().releaseSoleThread();
+    });
+    EXPECT_TRUE(Registrar().isSoleThread());
+    Registrar().releaseSoleThread();
+    EXPECT_FALSE(Registrar().isSoleThread());
+}
+
+TEST(ThreadRegistrar, IdsAreOrderedByProcessThenHandle) {
+    const ThreadId ids[] = {{9, 1}, {1, 2}, {2, 2}};
+    EXPECT_TRUE(ids[0] < ids[1]);
+    EXPECT_TRUE(ids[1] < ids[2]);
+    EXPECT_FALSE(ids[1] < ids[0]);
+    EXPECT_FALSE((ids[1] == ThreadId{1, 3}));
+}
+
+// The child's thread has the handle of a FieldMain thread and another process: critical for the
+// filter and the policy, but not described as one, nor by a name, whose lock it must not reach.
+TEST(ThreadRegistrar, ForkedChildOfACriticalThreadCanLog) {
+    const ChildResult result = RunInChild([] {
+        Registrar().registerName("parent");
+        Registrar().registerFieldMain(0);
+        const pid_t child = fork();
+        if (child == 0) {
+            LOG_MESSAGE(CRITICAL, "from the child");
+            LOG_MESSAGE(ERROR, "filtered");
+            fflush(stdout);
+            Registrar().unregisterThread();
+            _exit(3);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        printf("child ended by signal %d\n", WIFSIGNALED(status) ? WTERMSIG(status) : 0);
+    });
+    EXPECT_THAT(result.out,
+                testing::ContainsRegex("S: CRITICAL T: p:[0-9]+ \"from the child\" at"));
+    EXPECT_THAT(result.out, testing::Not(HasSubstr("filtered")));
+    // Its unregistering goes for the names, where a critical thread is stopped.
+    EXPECT_THAT(result.out, HasSubstr("ASSERT_BLOCKABLE_THREAD Failed"));
+    EXPECT_THAT(result.out, HasSubstr("child ended by signal " + std::to_string(SIGABRT)));
+}
+
+TEST(ThreadRegistrar, SlotsAndNamesMayBeReadWhileOthersChangeThem) {
+    std::atomic<bool> stop{false};
+    std::thread reader([&] {
+        while (!stop) {
+            EXPECT_FALSE(IsCurrentThreadCritical());
+            EXPECT_EQ(Registrar().describeThread(), Plain());
+            Registrar().listThreads();
+        }
+    });
+    for (int i = 0; i < 200; ++i) {
+        OnFreshThread([] {
+            Registrar().registerName("writer");
+            Registrar().registerFieldMain(1);
+        });
+    }
+    stop = true;
+    reader.join();
+}
+
+}  // namespace

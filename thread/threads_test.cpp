@@ -1,0 +1,118 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+
+#include "tests/support/child.h"
+#include "thread/pthread.h"
+#include "thread/sem.h"
+#include "thread/threadregistrar.h"
+#include "thread/threadrunner.h"
+
+using testing::ContainsRegex;
+using testsupport::RunInChild;
+
+namespace {
+
+void* ReturnArgument(void* argument) {
+    return argument;
+}
+
+TEST(PThread, IsCreatedFromCreateToJoinAndAgain) {
+    PThread thread(false);
+    int value = 0;
+    void* result = nullptr;
+    EXPECT_EQ(thread.join(&result), -1);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_FALSE(thread.isCreated());
+        EXPECT_EQ(thread.create(ReturnArgument, &value), 0);
+        EXPECT_TRUE(thread.isCreated());
+        EXPECT_EQ(thread.create(ReturnArgument, &value), -1);
+        EXPECT_EQ(thread.join(&result), 0);
+        EXPECT_EQ(result, &value);
+        EXPECT_EQ(thread.join(&result), -1);
+    }
+}
+
+TEST(PThread, DetachedOneStaysCreatedAndIsNeverJoined) {
+    static SemT<EveryThreadCanBlockPolicy> ended(0);
+    PThread thread(true);
+    EXPECT_EQ(thread.create(
+                  [](void*) -> void* {
+                      ended.post();
+                      return nullptr;
+                  },
+                  nullptr),
+              0);
+    ended.wait();
+    EXPECT_EQ(thread.join(nullptr), -1);
+    EXPECT_TRUE(thread.isCreated());
+}
+
+TEST(PThread, WarnsWhenAThreadMayOutliveItsHandle) {
+    const auto output = [](bool join) {
+        return RunInChild([join] {
+                   PThread thread(false);
+                   thread.create(ReturnArgument, nullptr);
+                   if (join) {
+                       thread.join(nullptr);
+                   }
+               })
+            .out;
+    };
+    EXPECT_EQ(output(true), "");
+    EXPECT_THAT(output(false), ContainsRegex("S: WARNING T: p:[0-9]+ \"pthread \\([0-9]+\\) may "
+                                             "still be running\\.\\.\\.\" at thread/pthread"));
+}
+
+class Reporter : public Runnable {
+  public:
+    void setRunner(ThreadRunner* runner) { i_runner = runner; }
+
+    void* run() override {
+        description = ThreadRegistrar::instance().describeThread();
+        runningInside = i_runner->isRunning();
+        return this;
+    }
+
+    std::string description;
+    bool runningInside = false;
+
+  private:
+    ThreadRunner* i_runner = nullptr;
+};
+
+TEST(ThreadRunner, NamesItsThreadWhileItRuns) {
+    constexpr int FrameworkClass = 2;
+    Reporter reporter;
+    ThreadRunner runner(&reporter, "worker", false, FrameworkClass);
+    reporter.setRunner(&runner);
+    EXPECT_FALSE(runner.isRunning());
+    EXPECT_FALSE(runner.isCreated());
+    EXPECT_EQ(runner.start(), 0);
+    void* result = nullptr;
+    EXPECT_EQ(runner.join(&result), 0);
+    EXPECT_EQ(result, &reporter);
+    EXPECT_TRUE(reporter.runningInside);
+    EXPECT_THAT(reporter.description, testing::StartsWith("worker p:"));
+    EXPECT_FALSE(runner.isRunning());
+    EXPECT_FALSE(runner.isCreated());
+    EXPECT_EQ(ThreadRegistrar::instance().listThreads(), "");
+}
+
+TEST(ThreadRunner, StaysRunningAfterAFailedStart) {
+    Reporter reporter;
+    ThreadRunner runner(&reporter, "worker", false, 2);
+    reporter.setRunner(&runner);
+    EXPECT_EQ(runner.start(), 0);
+    while (runner.isRunning()) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(runner.start(), -1);  // not joined yet
+    EXPECT_TRUE(runner.isRunning());
+    EXPECT_EQ(runner.join(nullptr), 0);
+    EXPECT_TRUE(runner.isRunning());
+}
+
+}  // namespace
