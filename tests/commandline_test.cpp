@@ -1,0 +1,143 @@
+/** The command line, the two files of settings, and the start-up. */
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+
+#include "tests/upgradefixture.h"
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+using testsupport::Payload;
+using testsupport::ProcessResult;
+using testsupport::Transcript;
+
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+class CommandLineTest : public UpgradeTest {
+  protected:
+    CommandLineTest() { writeImage(i_payload); }
+
+    std::string i_payload = Payload(300);
+};
+
+TEST_F(CommandLineTest, TouchesNothingBehindAWrongCount) {
+    const Arguments cases[] = {
+        {},
+        {"image"},
+        {"-f", "image"},
+        {"image", "configuration", "more"},
+        {"-ff", "image", "configuration"},
+        {"--", "image", "configuration"},
+        {"--force", "image", "configuration"},
+        {"-f", "-f", "image"},
+    };
+    for (const Arguments& arguments : cases) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        const ProcessResult result = run(arguments);
+        EXPECT_EQ(result.exitValue, EXIT_MINUS_ONE);
+        EXPECT_EQ(testsupport::Normalised(result.out),
+                  Transcript().assertion("argc == 3 + numOptions").text());
+        EXPECT_THAT(result.err, HasSubstr("tolmira_upgrade [-f] image configuration"));
+        EXPECT_FALSE(std::filesystem::exists("/dev/shm/resource0"));
+    }
+}
+
+TEST_F(CommandLineTest, TakesTheOptionAnywhere) {
+    const Arguments cases[] = {
+        {"-f", "image", "configuration"},           {"image", "-f", "configuration"},
+        {"image", "configuration", "-f"},           {"-f", "-f", "image", "configuration"},
+        {"-ff", "first", "image", "configuration"},
+    };
+    Controller controller(i_directory, {"--revision", "19525"});
+    for (const Arguments& arguments : cases) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        ExpectRun(run(arguments), 0, SuccessfulRun(i_payload, TOOL_REVISION));
+    }
+}
+
+TEST_F(CommandLineTest, GoesOnBehindAnUnknownOption) {
+    Controller controller(i_directory);
+    const ProcessResult result = run({"-x", "image", "configuration"});
+    EXPECT_EQ(result.exitValue, 0);
+    EXPECT_EQ(testsupport::Normalised(result.out), SuccessfulRun(i_payload).text());
+    EXPECT_THAT(result.err, HasSubstr("invalid option -- 'x'\n"));
+    EXPECT_THAT(result.err, EndsWith("\nUnknown argument ?\n"));
+}
+
+TEST_F(CommandLineTest, WarnsOfAConfigurationThatCannotBeRead) {
+    Controller controller(i_directory, {"--revision", "19525"});
+    for (const std::string name : {"no such file", "."}) {
+        ExpectRun(run({"image", name}), EXIT_MINUS_ONE,
+                  Transcript()
+                      .warning("Could not load configuration file '" + name +
+                               "' on Configuration creation")
+                      .notice("Controller is 19525\n")
+                      .notice("Controller is already at revision 19525\n"));
+    }
+}
+
+TEST_F(CommandLineTest, RunsWithAnyConfiguration) {
+    const std::string configurations[] = {
+        "CPU_RATE=800\n",
+        "CPU_RATE=abc\n[section\n= =\nMIN_LOG_SEVERITY=8\n",
+        std::string(100000, '[') + '\n' + std::string(1000, '\0'),
+    };
+    Controller controller(i_directory);
+    for (const std::string& configuration : configurations) {
+        i_directory.write("configuration", configuration);
+        const ProcessResult result = run({"-f", "image", "configuration"});
+        EXPECT_EQ(result.exitValue, 0) << result.out;
+    }
+    EXPECT_EQ(controller.report("upgrades"), 3);
+}
+
+TEST_F(CommandLineTest, TellsThatTheOptionsAreAbsent) {
+    Controller controller(i_directory, {"--revision", "19525"});
+    const Transcript transcript =
+        Transcript()
+            .critical(
+                "Software options file not present; using 1 mle(s), 18 input(s) and switcherMode "
+                "e_SwitcherMode_Pelwin_FCFS.")
+            .notice("Controller is 19525\n")
+            .notice("Controller is already at revision 19525\n");
+    ASSERT_EQ(unlink(i_directory.optionsFile().c_str()), 0);
+    ExpectRun(upgrade(), EXIT_MINUS_ONE, transcript);
+    ASSERT_EQ(mkdir(i_directory.optionsFile().c_str(), 0777), 0);
+    ExpectRun(upgrade(), EXIT_MINUS_ONE, transcript);
+}
+
+TEST_F(CommandLineTest, LeavesThreeRegionsOfTheirSizeBehind) {
+    Controller controller(i_directory, {"--revision", "19525"});
+    upgrade();
+    for (const char* region : {"resource0", "resource1", "resource2"}) {
+        EXPECT_EQ(std::filesystem::file_size(std::string("/dev/shm/") + region), 0x1000000U);
+    }
+}
+
+// A start-up condition is tried twice, and the process stops there.
+TEST_F(CommandLineTest, StopsWithoutItsMemory) {
+    ASSERT_EQ(mkdir("/dev/shm/resource1", 0777), 0);
+    const ProcessResult result = upgrade();
+    ASSERT_EQ(rmdir("/dev/shm/resource1"), 0);
+    const std::string path = "/sys/bus/pci/devices/0000:01:00.0/resource1";
+    const std::string why = " (Is a directory)";
+    EXPECT_EQ(testsupport::Normalised(result.out),
+              Transcript()
+                  .critical("open failed /resource1" + why)
+                  .critical("open failed " + path + why)
+                  .assertion("memoryMapContainer.createMemoryMap(e_MemoryMap_VELNOR_ALTERA_DDR0)")
+                  .critical("open failed /resource1" + why)
+                  .critical("open failed " + path + why)
+                  .text());
+    EXPECT_EQ(result.signal, SIGABRT);
+    EXPECT_THAT(result.err,
+                HasSubstr("memoryMapContainer.createMemoryMap(e_MemoryMap_VELNOR_ALTERA_DDR0)"));
+}
+
+}  // namespace

@@ -1,0 +1,98 @@
+/** The companions' own command lines. */
+#include <gmock/gmock.h>
+
+#include <algorithm>
+
+#include "tests/upgradefixture.h"
+
+using testing::HasSubstr;
+using testing::StartsWith;
+using testsupport::ProcessResult;
+using testsupport::ReadFile;
+using testsupport::RunProcess;
+
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+class CompanionsTest : public UpgradeTest {
+  protected:
+    std::string make(Arguments arguments) const {
+        arguments.emplace_back("made");
+        const ProcessResult result = RunProcess(TFI_MAKE, arguments, i_directory.path());
+        EXPECT_EQ(result.exitValue, 0) << result.err;
+        return ReadFile(i_directory.path("made"));
+    }
+};
+
+struct UsageCase {
+    const char* program;
+    Arguments arguments;
+};
+
+TEST_F(CompanionsTest, TellWrongUsageInOneLine) {
+    const UsageCase cases[] = {
+        {TOLMIRA_CONTROLLER, {"--bogus"}},
+        {TOLMIRA_CONTROLLER, {"--revision", "65536"}},
+        {TOLMIRA_CONTROLLER, {"--expect-checksum", "12345"}},
+        {TFI_MAKE, {}},
+        {TFI_MAKE, {"made"}},
+        {TFI_MAKE, {"--size", "2", "--pages", "2", "made"}},
+        {TFI_MAKE, {"--pages", "2", "--pattern", "plaid", "made"}},
+    };
+    for (const UsageCase& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.arguments));
+        const ProcessResult result = RunProcess(c.program, c.arguments, i_directory.path());
+        EXPECT_EQ(result.exitValue, 2);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+        EXPECT_THAT(result.err, HasSubstr("--help"));
+    }
+}
+
+TEST_F(CompanionsTest, MakeImages) {
+    EXPECT_EQ(make({"--size", "0"}), "\n\n\n\n\n\nEND\n");
+    EXPECT_EQ(make({"--size", "1", "--checksum", "0x1234"}), "\n\n\n\n\n\nEND\n\x34");
+    EXPECT_EQ(make({"--size", "5", "--pattern", "count", "--seed", "254", "--header", "one",
+                    "--header", "two", "--end-text", " here"}),
+              std::string("one\ntwo\n\n\n\n\nEND here\n\xFE\xFF\0\xFD\x01", 26));
+    const std::string first = make({"--pages", "3", "--seed", "1"});
+    EXPECT_EQ(first.size(), 10U + 3 * 256);
+    EXPECT_EQ(first, make({"--pages", "3"}));
+    EXPECT_NE(first, make({"--pages", "3", "--seed", "2"}));
+}
+
+TEST_F(CompanionsTest, TellTheirFailuresWithAWayOut) {
+    const ProcessResult maker =
+        RunProcess(TFI_MAKE, {"--size", "2", "no/such/folder"}, i_directory.path());
+    EXPECT_EQ(maker.exitValue, 1);
+    EXPECT_THAT(maker.err, StartsWith("tfi_make: cannot write no/such/folder: No such file"));
+    const ProcessResult controller =
+        RunProcess(TOLMIRA_CONTROLLER, {"--object", "/no/such"}, i_directory.path());
+    EXPECT_EQ(controller.exitValue, 1);
+    EXPECT_THAT(controller.err, StartsWith("tolmira_controller: shared memory /no/such: cannot"));
+}
+
+TEST_F(CompanionsTest, EndWhenTheHostHasGone) {
+    writeImage(testsupport::Payload(300));
+    testsupport::Process controller(TOLMIRA_CONTROLLER,
+                                    {"--once", "--trace", "--json", "--idle-timeout", "100"},
+                                    i_directory.path(), "controller");
+    ASSERT_TRUE(controller.waitForOutput("announced"));
+    EXPECT_EQ(upgrade().exitValue, 0);
+    const ProcessResult result = controller.wait();
+    EXPECT_EQ(result.exitValue, 0);
+    EXPECT_THAT(result.out, HasSubstr("trace: host sends page 1, attempt 1, CRC "));
+    EXPECT_THAT(result.out, HasSubstr("\"flash_pages\": 2, \"flash_bytes\": 512, "));
+}
+
+TEST_F(CompanionsTest, NoticeAChecksumThatIsNotTheExpectedOne) {
+    writeImage(testsupport::Payload(300));
+    Controller controller(i_directory, {"--expect-checksum", "0000"});
+    EXPECT_EQ(upgrade().exitValue, 0) << "the host reads no verdict on it";
+    EXPECT_EQ(controller.stop().exitValue, 1);
+    EXPECT_EQ(controller.report("upgrades"), 0);
+    EXPECT_EQ(controller.report("revision"), 0);
+}
+
+}  // namespace

@@ -1,0 +1,60 @@
+#include "tests/support/privateshm.h"
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+namespace testsupport {
+
+namespace {
+
+bool MountOverSharedMemory() {
+    return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("tmpfs", "/dev/shm", "tmpfs", 0, "size=256m") == 0;
+}
+
+void WriteTo(const char* fileName, const std::string& text) {
+    std::ofstream(fileName) << text;
+}
+
+/** In a user namespace this process is root, whoever it was before. */
+bool EnterUserNamespace() {
+    const std::string user = std::to_string(geteuid());
+    const std::string group = std::to_string(getegid());
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
+        return false;
+    }
+    WriteTo("/proc/self/setgroups", "deny");
+    WriteTo("/proc/self/uid_map", "0 " + user + " 1");
+    WriteTo("/proc/self/gid_map", "0 " + group + " 1");
+    return true;
+}
+
+void LockAndClean() {
+    const int fd =
+        open("/tmp/tolmira_shared_memory_tests.lock", O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (fd < 0 || flock(fd, LOCK_EX) != 0) {
+        throw std::runtime_error("no lock for the shared-memory tests");
+    }
+    for (const char* name : {"/resource0", "/resource1", "/resource2"}) {
+        shm_unlink(name);
+    }
+}
+
+}  // namespace
+
+void UsePrivateSharedMemory() {
+    const bool entered = unshare(CLONE_NEWNS) == 0 || EnterUserNamespace();
+    if (!entered || !MountOverSharedMemory()) {
+        LockAndClean();
+    }
+}
+
+}  // namespace testsupport

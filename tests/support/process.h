@@ -1,0 +1,60 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace testsupport {
+
+/** What a program left behind. */
+struct ProcessResult {
+    /** The value given to exit, or -1 where a signal ended it. */
+    int exitValue = -1;
+    /** The signal that ended it, or 0. */
+    int signal = 0;
+    std::string out;
+    std::string err;
+};
+
+/**
+ * A program of the build, running. Its output goes to two files in its working directory, which
+ * must outlive this object. A process that is still there at the end is killed.
+ *
+ * POSIXLY_CORRECT is taken out of its environment, since it changes the order in which options are
+ * found.
+ */
+class Process {
+  public:
+    /** Throws std::runtime_error if the program cannot be started. `label` names the files. */
+    Process(const std::string& program, const std::vector<std::string>& arguments,
+            const std::string& workingDirectory, const std::string& label);
+    ~Process();
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+
+    /** Waits for its end; after `limit` it is killed. */
+    ProcessResult wait(std::chrono::seconds limit = std::chrono::seconds(100));
+    /** Asks it to end with SIGTERM, and waits. */
+    ProcessResult stop();
+    /** Waits until its standard output holds the text. False: it ended, or ten seconds are over. */
+    bool waitForOutput(const std::string& text);
+
+  private:
+    bool ended();
+
+    std::string i_outFile;
+    std::string i_errFile;
+    pid_t i_pid = -1;
+    int i_status = 0;
+};
+
+/** Starts a program and waits for its end. */
+ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& arguments,
+                         const std::string& workingDirectory);
+
+/** The contents of a file, empty if there is none. */
+std::string ReadFile(const std::string& fileName);
+
+}  // namespace testsupport

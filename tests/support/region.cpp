@@ -1,0 +1,39 @@
+#include "tests/support/region.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <stdexcept>
+
+namespace testsupport {
+
+namespace {
+
+constexpr size_t SIZE = 0x1000000;
+constexpr size_t MAILBOX_OFFSET = 0x2800;
+
+void* Map() {
+    const int fd = shm_open("/resource0", O_RDWR | O_CREAT, 0666);
+    if (fd < 0 || ftruncate(fd, SIZE) != 0) {
+        throw std::runtime_error("no shared memory /resource0");
+    }
+    void* base = mmap(nullptr, SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    close(fd);
+    if (base == MAP_FAILED) {
+        throw std::runtime_error("cannot map /resource0");
+    }
+    return base;
+}
+
+}  // namespace
+
+Region::Region()
+    : i_base(Map()),
+      i_words(reinterpret_cast<uint32_t*>(static_cast<char*>(i_base) + MAILBOX_OFFSET)) {}
+
+Region::~Region() {
+    munmap(i_base, SIZE);
+}
+
+}  // namespace testsupport

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+
+namespace testsupport {
+
+/**
+ * The 32 words of the mailbox in "/resource0", for a test that looks at them or plays the far side.
+ * The object is made if it is not there yet.
+ */
+class Region {
+  public:
+    /** Throws std::runtime_error if it cannot be mapped. */
+    Region();
+    ~Region();
+    Region(const Region&) = delete;
+    Region& operator=(const Region&) = delete;
+
+    uint32_t word(unsigned address) const {
+        return __atomic_load_n(i_words + address, __ATOMIC_ACQUIRE);
+    }
+    void setWord(unsigned address, uint32_t value) {
+        __atomic_store_n(i_words + address, value, __ATOMIC_RELEASE);
+    }
+    /** The mailbox byte of the word. */
+    unsigned char byte(unsigned address) const { return static_cast<unsigned char>(word(address)); }
+
+  private:
+    void* i_base;
+    uint32_t* i_words;
+};
+
+}  // namespace testsupport

@@ -1,0 +1,113 @@
+#include "tests/upgradefixture.h"
+
+#include <sys/mman.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "tests/support/privateshm.h"
+
+using testsupport::ProcessResult;
+using testsupport::Transcript;
+
+namespace {
+
+class SharedMemoryOfItsOwn : public testing::Environment {
+  public:
+    void SetUp() override { testsupport::UsePrivateSharedMemory(); }
+};
+
+// GoogleTest owns it.
+const testing::Environment* const sharedMemoryOfItsOwn =
+    testing::AddGlobalTestEnvironment(new SharedMemoryOfItsOwn);
+
+void RemoveSharedMemory() {
+    for (const char* name : {"/resource0", "/resource1", "/resource2"}) {
+        shm_unlink(name);
+    }
+}
+
+std::vector<std::string> ControllerArguments(const std::vector<std::string>& options) {
+    std::vector<std::string> arguments = {"--flash", "flash", "--idle-timeout", "110"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return arguments;
+}
+
+std::string ChecksumLine(const std::string& file) {
+    char text[32];
+    snprintf(text, sizeof text, "Checksum is %02X%02X\n",
+             static_cast<unsigned char>(file[file.size() - 1]),
+             static_cast<unsigned char>(file[file.size() - 2]));
+    return text;
+}
+
+}  // namespace
+
+Controller::Controller(const testsupport::RunDirectory& directory,
+                       const std::vector<std::string>& options)
+    : i_flashFile(directory.path("flash")),
+      i_process(TOLMIRA_CONTROLLER, ControllerArguments(options), directory.path(), "controller") {
+    EXPECT_TRUE(i_process.waitForOutput("controller: announced"));
+}
+
+const ProcessResult& Controller::stop() {
+    if (!i_stopped) {
+        i_result = i_process.stop();
+        i_stopped = true;
+    }
+    return i_result;
+}
+
+long Controller::report(const std::string& name) {
+    const std::string& out = stop().out;
+    const size_t line = out.find('\n' + name + ": ");
+    return line == std::string::npos ? -1 : atol(out.c_str() + line + name.size() + 3);
+}
+
+std::string Controller::flash() {
+    stop();
+    return testsupport::ReadFile(i_flashFile);
+}
+
+UpgradeTest::UpgradeTest() {
+    RemoveSharedMemory();
+}
+
+UpgradeTest::~UpgradeTest() {
+    RemoveSharedMemory();
+}
+
+void UpgradeTest::writeImage(const std::string& payload, const std::string& header) const {
+    i_directory.write("image", header + payload);
+}
+
+ProcessResult UpgradeTest::run(const std::vector<std::string>& arguments) const {
+    return testsupport::RunProcess(TOLMIRA_UPGRADE, arguments, i_directory.path());
+}
+
+void AddOpening(Transcript& transcript, unsigned revision, const std::string& payload,
+                const std::string& header) {
+    const size_t pages = payload.size() / 256 + (payload.size() % 256 == 0 ? 0 : 1);
+    const std::string file = header + payload;
+    transcript.notice("Controller is " + std::to_string(revision) + "\n")
+        .notice("File name is image\n")
+        .notice(ChecksumLine(file))
+        .notice("File is open size " + std::to_string(file.size()) + " " + std::to_string(pages) +
+                " pages\n");
+}
+
+Transcript SuccessfulRun(const std::string& payload, unsigned revision, const std::string& header) {
+    Transcript transcript;
+    AddOpening(transcript, revision, payload, header);
+    for (size_t page = 0; page * 256 < payload.size(); ++page) {
+        transcript.notice("Page " + std::to_string(page) + " sent successfully\n");
+    }
+    return transcript.notice("Done\n");
+}
+
+void ExpectRun(const ProcessResult& result, int exitValue, const Transcript& transcript) {
+    EXPECT_EQ(result.signal, 0);
+    EXPECT_EQ(result.exitValue, exitValue);
+    EXPECT_EQ(testsupport::Normalised(result.out), transcript.text());
+    EXPECT_EQ(result.err, "");
+}
