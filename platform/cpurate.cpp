@@ -1,0 +1,21 @@
+#include "platform/cpurate.h"
+
+#include <cstdint>
+#include <sstream>
+
+#include "cpputils/include/clock.h"
+#include "platform/configuration.h"
+
+namespace {
+constexpr uint32_t DefaultCpuRate = 666;
+}
+
+void CpuRateFromConfiguration(const Configuration& configuration) {
+    uint32_t rate = DefaultCpuRate;
+    std::istringstream stream;
+    if (configuration.getValue(defaultSection, "CPU_RATE", stream) == 0) {
+        // 32 bits, so that a larger number becomes the largest and not, cut, perhaps 0.
+        stream >> rate;
+    }
+    Clock::instance()->setRate(rate);
+}

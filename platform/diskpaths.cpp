@@ -1,0 +1,41 @@
+#include "platform/diskaccess.h"
+
+#define DEFINE_STORAGE_PATH(name, text) const std::string name = text;
+STORAGE_PATHS(DEFINE_STORAGE_PATH)
+#undef DEFINE_STORAGE_PATH
+
+namespace {
+
+struct LocationWord {
+    e_StorageLocation location;
+    const char* word;
+};
+
+constexpr LocationWord locationWords[] = {
+#define STORAGE_LOCATION_WORD(name, value, word) {name, word},
+    STORAGE_LOCATIONS(STORAGE_LOCATION_WORD)
+#undef STORAGE_LOCATION_WORD
+};
+
+// The internal location, which also stands in for what is unknown.
+constexpr const LocationWord& fallback = locationWords[0];
+
+}  // namespace
+
+e_StorageLocation storageLocationFromString(const std::string& word) {
+    for (const LocationWord& row : locationWords) {
+        if (word == row.word) {
+            return row.location;
+        }
+    }
+    return fallback.location;
+}
+
+std::string storageLocationToString(e_StorageLocation location) {
+    for (const LocationWord& row : locationWords) {
+        if (location == row.location) {
+            return row.word;
+        }
+    }
+    return fallback.word;
+}

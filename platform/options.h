@@ -1,0 +1,83 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <set>
+#include <string>
+
+#include "cpputils/include/optional.h"
+#include "platform/velnorhwutils.h"
+
+class Configuration;
+
+/**
+ * What a frame is set up to do: how many MEs (mles) and inputs it offers, which switcher mode it
+ * runs, and some access switches. It starts from the hardware profile, which the software options
+ * file then narrows or overrides. A value object: constructed, loaded once, read and dropped.
+ *
+ * The file's values are trusted within the clamps that `load` tells. A value that is no number
+ * reads as 0, and as false; an empty one too.
+ */
+class Options {
+  public:
+    /** The profile of platform 0, but with every switcher mode available. */
+    Options();
+    explicit Options(e_VelnorType hardwarePlatform);
+
+    /**
+     * Takes over what the software options file says. Counts of MEs and inputs are cut to the
+     * platform's maximum, `numABU` to 3 and `numConfAudioChannels` to 48. With at most one ME the
+     * 2.5 ME modes are no longer available. A switcher mode that isn't available is ignored in
+     * silence. Without a file, logs what the frame runs with and changes nothing.
+     */
+    void load();
+
+    /** 16 inputs become 18 where the platform has these. */
+    void adjustNumInputs(e_VelnorType hardwarePlatform);
+
+    size_t getAvailableMles() const { return i_availableMles; }
+    size_t getAvailableInputs() const { return i_availableInputs; }
+    e_SwitcherMode getSwitcherMode() const { return i_switcherMode; }
+    size_t getMaxMles() const { return i_maxMles; }
+    size_t getMaxInputs() const { return i_maxInputs; }
+    const std::set<e_SwitcherMode>& getAvailableSwitcherModes() const {
+        return i_availableSwitcherModes;
+    }
+    bool getLogToUSB() const { return i_logToUSB; }
+    const Optional<std::string>& getVistrolName() const { return i_vistrolName; }
+    bool getAutoDiscoveryOn() const { return i_autoDiscoveryOn; }
+    bool getUseDefaultHTTPPort() const { return i_useDefaultHTTPPort; }
+    uint32_t getNumABU() const { return i_numABU; }
+    uint32_t getNumConfAudioChannels() const { return i_numConfAudioChannels; }
+    bool getWebMediaAccess() const { return i_webMediaAccess; }
+    bool getFtpAccess() const { return i_ftpAccess; }
+    uint32_t getRoleBasedControlAccess() const { return i_roleBasedControlAccess; }
+    const std::array<int32_t, 3>& getAuthVRQConnections() const { return i_authVRQConnections; }
+    const Optional<std::string>& getRbacMasterPassword() const { return i_rbacMasterPassword; }
+    bool getQuibnetAccess() const { return i_quibnetAccess; }
+
+  private:
+    void readCounts(const Configuration& file);
+    void readSwitcherMode(const Configuration& file);
+    void readRest(const Configuration& file);
+
+    size_t i_availableMles;
+    size_t i_availableInputs;
+    e_SwitcherMode i_switcherMode;
+    size_t i_maxMles;
+    size_t i_maxInputs;
+    std::set<e_SwitcherMode> i_availableSwitcherModes;
+    bool i_logToUSB = false;
+    Optional<std::string> i_vistrolName;
+    bool i_autoDiscoveryOn = true;
+    bool i_useDefaultHTTPPort = false;
+    uint32_t i_numABU = 1;
+    uint32_t i_numConfAudioChannels = 48;
+    bool i_webMediaAccess = true;
+    bool i_ftpAccess = true;
+    uint32_t i_roleBasedControlAccess = 1;
+    std::array<int32_t, 3> i_authVRQConnections = {0, 0, 0};
+    Optional<std::string> i_rbacMasterPassword;
+    bool i_quibnetAccess = true;
+};

@@ -1,0 +1,104 @@
+#include "src/card/velnor/hw/tolmiracomms_impl.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_2_5.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_2_5.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_mm_fcfs.h"
+#include "tests/support/child.h"
+#include "thread/threadregistrar.h"
+
+using testing::HasSubstr;
+using testsupport::ChildResult;
+using testsupport::RunInChild;
+
+namespace {
+
+constexpr size_t MailboxOffset = 0x2800;  // bytes
+constexpr size_t MailboxWords = 32;
+constexpr uint32_t Untouched = 0xDEADBEEF;
+
+/** A region just large enough to show an access beside the mailbox. */
+class TolmiraCommsTest : public testing::Test {
+  protected:
+    uint32_t& mailboxWord(size_t address) { return i_region[MailboxOffset / 4 + address]; }
+
+    std::vector<uint32_t> i_region = std::vector<uint32_t>(0x4000 / 4, Untouched);
+};
+
+template <typename Design>
+class TolmiraCommsOfDesign : public TolmiraCommsTest {};
+
+using Designs = testing::Types<hwmap::Design_velnor_vp_mm_fcfs<VolatileAccessor>,
+                               hwmap::Design_velnor_vp_dve<VolatileAccessor>,
+                               hwmap::Design_velnor_vp_dve_3g<VolatileAccessor>,
+                               hwmap::Design_velnor_vp_dve_2_5<VolatileAccessor>,
+                               hwmap::Design_velnor_vp_dve_3g_2_5<VolatileAccessor>>;
+TYPED_TEST_SUITE(TolmiraCommsOfDesign, Designs);
+
+TYPED_TEST(TolmiraCommsOfDesign, ReachesThe32WordsOfTheMailboxAndNothingElse) {
+    {
+        TolmiraUpgradeComms<TypeParam> comms(this->i_region.data());
+        for (unsigned int address = 0; address < MailboxWords; ++address) {
+            comms.writeAddress(address, static_cast<unsigned char>(address + 100));
+            EXPECT_EQ(comms.readAddress(address), address + 100);
+        }
+    }
+    for (size_t i = 0; i < this->i_region.size(); ++i) {
+        const size_t address = i - MailboxOffset / 4;
+        const bool isMailbox = i >= MailboxOffset / 4 && address < MailboxWords;
+        const auto byte = static_cast<uint32_t>(address + 100);
+        EXPECT_EQ(this->i_region[i], isMailbox ? (Untouched & ~0x1FFU) | byte : Untouched) << i;
+    }
+}
+
+using AnyComms = TolmiraUpgradeComms<hwmap::Design_velnor_vp_dve<VolatileAccessor>>;
+
+struct WordCase {
+    uint32_t before;
+    unsigned char byte;
+    uint32_t after;
+};
+
+TEST_F(TolmiraCommsTest, WriteReplacesNineBitsAndReadTakesEight) {
+    AnyComms comms(i_region.data());
+    const WordCase cases[] = {{0xFFFFFFFF, 0xFF, 0xFFFFFEFF},
+                              {0x00000000, 0x00, 0x00000000},
+                              {0x12345678, 0xAB, 0x123456AB},
+                              {0x00000100, 0x01, 0x00000001}};
+    for (const WordCase& c : cases) {
+        mailboxWord(5) = c.before;
+        EXPECT_EQ(comms.readAddress(5), c.before & 0xFF);
+        comms.writeAddress(5, c.byte);
+        EXPECT_EQ(mailboxWord(5), c.after);
+    }
+    mailboxWord(7) = 0x1A5;
+    EXPECT_EQ(comms.readAddress(7), 0xA5);
+}
+
+TEST_F(TolmiraCommsTest, AddressBehindTheMailboxStopsUntouched) {
+    AnyComms comms(i_region.data());
+    const ChildResult result = RunInChild([&] { comms.readAddress(MailboxWords); });
+    EXPECT_EQ(result.signal, SIGABRT);
+    EXPECT_THAT(result.out, HasSubstr("Assertion \"offset < i_size\" failed."));
+}
+
+TEST_F(TolmiraCommsTest, ACriticalThreadIsStopped) {
+    AnyComms comms(i_region.data());
+    const ChildResult result = RunInChild([&] {
+        ThreadRegistrar::instance().registerFieldMain(0);
+        comms.writeAddress(5, 1);
+    });
+    EXPECT_EQ(result.signal, SIGABRT);
+    EXPECT_THAT(result.out, HasSubstr("ASSERT_BLOCKABLE_THREAD Failed"));
+}
+
+}  // namespace

@@ -1,0 +1,57 @@
+#include "tool/createtolmiracomms.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "logger/assertion.h"
+#include "platform/options.h"
+#include "src/card/velnor/hw/tolmiracomms_impl.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_2_5.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_2_5.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_mm_fcfs.h"
+
+namespace {
+
+template <typename HWAltera>
+RouterCommsInterface* NewComms(void* base) {
+    return new TolmiraUpgradeComms<HWAltera>(base);
+}
+
+using MmFcfs = hwmap::Design_velnor_vp_mm_fcfs<VolatileAccessor>;
+using Dve = hwmap::Design_velnor_vp_dve<VolatileAccessor>;
+using Dve3g = hwmap::Design_velnor_vp_dve_3g<VolatileAccessor>;
+using Dve25 = hwmap::Design_velnor_vp_dve_2_5<VolatileAccessor>;
+using Dve3g25 = hwmap::Design_velnor_vp_dve_3g_2_5<VolatileAccessor>;
+
+struct ModeDesign {
+    e_SwitcherMode mode;
+    RouterCommsInterface* (*newComms)(void* base);
+};
+
+constexpr ModeDesign modeDesigns[] = {
+    {e_SwitcherMode_Pelwin_FCFS, NewComms<MmFcfs>}, {e_SwitcherMode_Pelwin, NewComms<Dve>},
+    {e_SwitcherMode_Pelwin_25_2997, NewComms<Dve>}, {e_SwitcherMode_Pelwin_3G, NewComms<Dve3g>},
+    {e_SwitcherMode_2_5ME, NewComms<Dve25>},        {e_SwitcherMode_2_5ME_25_2997, NewComms<Dve25>},
+    {e_SwitcherMode_2_5ME_3G, NewComms<Dve3g25>},
+};
+
+}  // namespace
+
+RouterCommsInterface* CreateTolmiraComms(void* base) {
+    Options options(e_VelnorType_Profile2);
+    options.load();
+    return CreateTolmiraComms(base, options.getSwitcherMode());
+}
+
+RouterCommsInterface* CreateTolmiraComms(void* base, e_SwitcherMode mode) {
+    const auto* found = std::find_if(std::begin(modeDesigns), std::end(modeDesigns),
+                                     [&](const ModeDesign& row) { return row.mode == mode; });
+    if (found == std::end(modeDesigns)) {
+        const char* name = EnumConverter::EnumToString(mode);
+        LOG_MESSAGE(CRITICAL, "Unknown SwitcherMode %s", name != nullptr ? name : "");
+        ASSERT(false);
+    }
+    return found->newComms(base);
+}

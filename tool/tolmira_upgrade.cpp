@@ -1,0 +1,87 @@
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "link/routercomms.h"
+#include "logger/assertion.h"
+#include "logger/logger.h"
+#include "memory/memorymapcontainer.h"
+#include "platform/configuration.h"
+#include "platform/cpurate.h"
+#include "tool/controllercheck.h"
+#include "tool/createtolmiracomms.h"
+#include "tool/upgradesequence.h"
+#include "tool/versioninfo.h"
+
+namespace {
+
+constexpr int ExitUpgraded = 0;
+constexpr int ExitControllerMissing = 1;
+constexpr int ExitNotUpgraded = -1;
+
+/** Scans the options; the number of option characters met, unknown ones too. */
+int ScanOptions(int argc, char** argv, bool& forceUpgrade) {
+    int numOptions = 0;
+    for (int option = getopt(argc, argv, "f"); option != -1; option = getopt(argc, argv, "f")) {
+        ++numOptions;
+        if (option == 'f') {
+            forceUpgrade = true;
+        } else {
+            fprintf(stderr, "Unknown argument %c\n", option);
+        }
+    }
+    return numOptions;
+}
+
+/** Decides and upgrades, now that the controller is there; the exit value. */
+int UpgradeIfNeeded(const char* imagePath, bool forceUpgrade, RouterCommWriter& writer,
+                    RouterCommReader& reader) {
+    reader.enable();
+    const bool needsUpgrade = ControllerNeedsUpgrade(reader);
+    if (!needsUpgrade && !forceUpgrade) {
+        LOG_MESSAGE(NOTICE, "Controller is already at revision %d\n",
+                    GetVersionInfo().getRevision());
+        return ExitNotUpgraded;
+    }
+    return UpgradeController(imagePath, writer, reader) ? ExitUpgraded : ExitNotUpgraded;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // A pipe sees progress as it happens, and a report survives an abort.
+    setvbuf(stdout, nullptr, _IOLBF, 0);
+
+    bool forceUpgrade = false;
+    const int numOptions = ScanOptions(argc, argv, forceUpgrade);
+    if (argc != 3 + numOptions) {
+        fprintf(stderr, "Usage: tolmira_upgrade [-f] image configuration\n");
+        LOG_FAILED_ASSERTION(ASSERTION_TEXT(argc == 3 + numOptions));
+        return ExitNotUpgraded;
+    }
+    // The scan has moved the options to the front.
+    const char* imagePath = argv[numOptions + 1];
+    const char* configurationPath = argv[numOptions + 2];
+
+    const Configuration configuration{std::string(configurationPath)};
+    CpuRateFromConfiguration(configuration);
+
+    MemoryMapContainer memoryMapContainer;
+    ASSERT(memoryMapContainer.createMemoryMap(e_MemoryMap_VELNOR_ALTERA));
+    ASSERT(memoryMapContainer.createMemoryMap(e_MemoryMap_VELNOR_ALTERA_DDR0));
+    ASSERT(memoryMapContainer.createMemoryMap(e_MemoryMap_VELNOR_ALTERA_DDR1));
+    MemoryMap* altera = memoryMapContainer.getMemoryMap(e_MemoryMap_VELNOR_ALTERA);
+    ASSERT(NULL != altera);  // NOLINT(modernize-use-nullptr): the report shows the expanded NULL
+
+    // Never deleted: the reader writes through it at its end, and it outlives the run.
+    static RouterCommsInterface* tolmiraComms = nullptr;
+    tolmiraComms = CreateTolmiraComms(altera->getAddress());
+    ASSERT(tolmiraComms);
+    RouterCommWriter writer(tolmiraComms);
+    RouterCommReader reader(tolmiraComms);
+
+    if (!WaitForController(writer)) {
+        return ExitControllerMissing;
+    }
+    return UpgradeIfNeeded(imagePath, forceUpgrade, writer, reader);
+}

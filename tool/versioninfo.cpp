@@ -1,0 +1,29 @@
+#include "tool/versioninfo.h"
+
+namespace {
+
+// The record copies the strings, so they stand in front of it.
+const std::string branch = "BR-Kestane";
+const std::string text2;
+const std::string text3 = "C";
+const std::string buildStamp = "Compiled: Fri Nov  1 13:20:04 EDT 2024";
+
+const VersionInfo versionInfo(6, 5, 0, 19525, branch, text2, text3, buildStamp);
+
+}  // namespace
+
+VersionInfo::VersionInfo(int major, int minor, int patch, int revision,
+                         const std::string& theBranch, const std::string& theText2,
+                         const std::string& theText3, const std::string& theBuildStamp)
+    : i_major(major),
+      i_minor(minor),
+      i_patch(patch),
+      i_revision(revision),
+      i_branch(theBranch),
+      i_text2(theText2),
+      i_text3(theText3),
+      i_buildStamp(theBuildStamp) {}
+
+const VersionInfo& GetVersionInfo() {
+    return versionInfo;
+}
