@@ -10,7 +10,7 @@
 
 #include "cpputils/include/returncodes.h"
 #include "logger/loggerconfig.h"
-#include "platform/testdirectory.h"
+#include "tests/support/testdirectory.h"
 #include "tests/support/child.h"
 
 using testing::HasSubstr;

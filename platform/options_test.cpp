@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/testdirectory.h"
+#include "tests/support/testdirectory.h"
 #include "tests/support/child.h"
 
 using testing::ElementsAre;
