@@ -94,7 +94,7 @@ class UpgradeTest : public testing::Test {
 };
 
 TEST_F(UpgradeTest, SendsEveryByteOfTheConversation) {
-    for (const size_t size : {2, 3, 255, 256, 258, 259, 511, 512, 514}) {
+    for (const size_t size : {2U, 3U, 255U, 256U, 258U, 259U, 511U, 512U, 514U}) {
         SCOPED_TRACE(size);
         const std::string payload = testsupport::Payload(size);
         const std::string log = upgrade(imageWithPayload(payload), {GOOD},
