@@ -148,12 +148,14 @@ TEST_F(MemoryMaps, FailuresAreLoggedAndLeaveTheRegionClosed) {
     for (const FailureCase& c : cases) {
         SCOPED_TRACE(c.name);
         shm_unlink("/resource1");
-        const std::string reason = std::string(" (") + strerror(c.error) + ")";
+        const std::string reason = " (" + std::string(strerror(c.error)) + ")";
         Transcript expected;
         if (c.first != nullptr) {
             expected.critical(c.first + reason);
         }
-        expected.critical(c.second + path + reason);
+        std::string second = c.second;
+        second.append(path).append(reason);
+        expected.critical(second);
         const ChildResult result = RunInChild([&] {
             MemoryMapContainer container;
             c.prepare();
