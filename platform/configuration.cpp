@@ -1,6 +1,7 @@
 #include "platform/configuration.h"
 
 #include <fstream>
+#include <iostream>
 #include <utility>
 
 #include "cpputils/include/returncodes.h"
@@ -93,6 +94,10 @@ void Configuration::print(std::ostream& out) const {
             PrintKeys(out, section->second);
         }
     }
+}
+
+void Configuration::print() const {
+    print(std::cout);
 }
 
 const std::string* Configuration::find(const std::string& section, const std::string& key) const {

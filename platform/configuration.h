@@ -1,7 +1,6 @@
 #pragma once
 
 #include <iosfwd>
-#include <iostream>
 #include <map>
 #include <sstream>
 #include <string>
@@ -44,7 +43,9 @@ class Configuration {
     int save(const std::string& fileName) const;
 
     /** Keys and sections in ascending order, the default section first and without a header. */
-    void print(std::ostream& out = std::cout) const;
+    void print(std::ostream& out) const;
+    /** The same to standard output. */
+    void print() const;
 
     bool hasSection(const std::string& section) const;
     bool hasKey(const std::string& section, const std::string& key) const;

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/testdirectory.h"
 #include "tests/support/child.h"
+#include "tests/support/testdirectory.h"
 
 using testing::ElementsAre;
 

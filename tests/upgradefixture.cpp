@@ -34,11 +34,7 @@ std::vector<std::string> ControllerArguments(const std::vector<std::string>& opt
 }
 
 std::string ChecksumLine(const std::string& file) {
-    char text[32];
-    snprintf(text, sizeof text, "Checksum is %02X%02X\n",
-             static_cast<unsigned char>(file[file.size() - 1]),
-             static_cast<unsigned char>(file[file.size() - 2]));
-    return text;
+    return "Checksum is " + testsupport::ChecksumText(file) + "\n";
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
+#include <string>
 
 #include "link/routercomms.h"
 #include "logger/assertion.h"
@@ -51,6 +53,8 @@ int UpgradeIfNeeded(const char* imagePath, bool forceUpgrade, RouterCommWriter& 
 int main(int argc, char** argv) {
     // A pipe sees progress as it happens, and a report survives an abort.
     setvbuf(stdout, nullptr, _IOLBF, 0);
+    // A reader of the log that goes away must not end a transfer in the middle of a page.
+    signal(SIGPIPE, SIG_IGN);
 
     bool forceUpgrade = false;
     const int numOptions = ScanOptions(argc, argv, forceUpgrade);

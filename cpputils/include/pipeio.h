@@ -13,19 +13,21 @@
  * interrupts a call is a failure (EINTR). A failure midway leaves the stream out of step.
  */
 
-/** Each is one write call for every 4 bytes of a number and one for the content. A write that takes
- * only a part is EIO, a reader that is gone EPIPE; no SIGPIPE is raised. */
+/**
+ * One write call for the 4 bytes of a number, one for the content. A write that takes only a part
+ * is EIO; a reader that is gone is EPIPE, and no SIGPIPE is raised.
+ */
 int WriteString(int fd, const std::string& text);
 int WriteBytes(int fd, const std::vector<char>& bytes);
 int WriteInt(int fd, int value);
 
-/** These read byte by byte, so they take no byte too many. The end of the stream is EPIPE. */
-
-/** `text` is replaced only when all bytes have arrived. */
+/**
+ * These read byte by byte, so they take no byte too many. The end of the stream is EPIPE. On
+ * failure the text and the number stay as they are; the vector has the stated length at once, if
+ * that arrived, and holds what came behind it, then zeros.
+ */
 int ReadString(int fd, std::string& text);
-/** `bytes` has the stated length at once, and on failure holds what came, then zeros. */
 int ReadBytes(int fd, std::vector<char>& bytes);
-/** `value` stays as it is on failure. */
 int ReadInt(int fd, int& value);
 
 /**

@@ -1,5 +1,7 @@
 #include "tests/support/image.h"
 
+#include <cstdio>
+
 namespace testsupport {
 
 namespace {
@@ -25,6 +27,14 @@ std::string Payload(size_t size) {
         bytes[i] = static_cast<char>(i * 7 + i / PAGE_SIZE + 1);
     }
     return bytes;
+}
+
+std::string ChecksumText(const std::string& payload) {
+    const auto low = static_cast<unsigned char>(payload[payload.size() - 2]);
+    const auto high = static_cast<unsigned char>(payload[payload.size() - 1]);
+    char text[5];
+    (void)snprintf(text, sizeof text, "%02X%02X", high, low);
+    return text;
 }
 
 uint16_t Crc16(const std::string& bytes) {

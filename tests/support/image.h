@@ -12,6 +12,9 @@ extern const std::string SHORTEST_HEADER;
 /** Payload bytes that differ from page to page and hold every value. */
 std::string Payload(size_t size);
 
+/** The checksum at the end of a payload, in the four digits of the log. */
+std::string ChecksumText(const std::string& payload);
+
 /** CRC-16 with the reflected polynomial 0xA001 and start 0xFFFF. */
 uint16_t Crc16(const std::string& bytes);
 

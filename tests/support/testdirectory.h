@@ -13,7 +13,7 @@ namespace testsupport {
 /** For tests: an empty directory of its own, removed with all it holds. */
 class TestDirectory {
   public:
-    TestDirectory() : i_path(testing::TempDir() + "platform_test_XXXXXX") {
+    TestDirectory() : i_path(testing::TempDir() + "tolmira_test_XXXXXX") {
         EXPECT_NE(mkdtemp(i_path.data()), nullptr);
     }
     ~TestDirectory() { std::filesystem::remove_all(i_path); }

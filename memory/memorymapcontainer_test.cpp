@@ -1,0 +1,207 @@
+#include "memory/memorymapcontainer.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstring>
+#include <string>
+#include <thread>
+
+#include "memory/sharedmemory.h"
+#include "tests/support/child.h"
+#include "tests/support/privateshm.h"
+#include "tests/support/transcript.h"
+#include "thread/threadregistrar.h"
+
+using testing::HasSubstr;
+using testsupport::ChildResult;
+using testsupport::Normalised;
+using testsupport::RunInChild;
+using testsupport::Transcript;
+
+namespace {
+
+constexpr size_t DefaultSize = 0x1000000;
+
+/** The size of an object, or -1 if there is none. */
+off_t ObjectSize(const char* name) {
+    const int fd = shm_open(name, O_RDONLY, 0);
+    if (fd == -1) {
+        return -1;
+    }
+    struct stat status = {};
+    fstat(fd, &status);
+    close(fd);
+    return status.st_size;
+}
+
+class MemoryMaps : public testing::Test {
+  protected:
+    static void SetUpTestSuite() { testsupport::UsePrivateSharedMemory(); }
+    void TearDown() override {
+        for (const char* name : {"/resource0", "/resource1", "/pci0", "/plb0"}) {
+            shm_unlink(name);
+        }
+    }
+};
+
+TEST_F(MemoryMaps, RegionIsTheSharedObjectOfItsPathsLastPart) {
+    {
+        MemoryMapContainer container;
+        EXPECT_EQ(container.getMemoryMap(e_MemoryMap_VELNOR_ALTERA), nullptr);
+        EXPECT_EQ(ObjectSize("/resource0"), -1);
+        MemoryMap* map = container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA);
+        ASSERT_NE(map, nullptr);
+        EXPECT_EQ(ObjectSize("/resource0"), static_cast<off_t>(DefaultSize));
+        EXPECT_EQ(container.getMemoryMap(e_MemoryMap_VELNOR_ALTERA), map);
+        EXPECT_EQ(&container.getMemoryMapReference(e_MemoryMap_VELNOR_ALTERA), map);
+        EXPECT_EQ(container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA, 4096), map);
+        EXPECT_EQ(ObjectSize("/resource0"), static_cast<off_t>(DefaultSize));
+        auto* bytes = static_cast<unsigned char*>(map->getAddress());
+        EXPECT_EQ(bytes[DefaultSize - 1], 0);
+        bytes[DefaultSize - 1] = 77;
+    }
+    // The object outlives the container, with its contents.
+    MemoryMapContainer again;
+    MemoryMap* map = again.createMemoryMap(e_MemoryMap_VELNOR_ALTERA);
+    ASSERT_NE(map, nullptr);
+    EXPECT_EQ(static_cast<unsigned char*>(map->getAddress())[DefaultSize - 1], 77);
+}
+
+TEST_F(MemoryMaps, RegionWithoutADefaultSizeNeedsOne) {
+    Transcript expected;
+    expected.critical("cannot create memory map (3) without specific size");
+    EXPECT_EQ(Normalised(RunInChild([] {
+                             MemoryMapContainer container;
+                             if (container.createMemoryMap(e_MemoryMap_Slot3) != nullptr ||
+                                 container.createMemoryMap(e_MemoryMap_Slot3, 100) == nullptr) {
+                                 printf("wrong result\n");
+                             }
+                         }).out),
+              expected.text());
+    EXPECT_EQ(ObjectSize("/pci0"), 100);
+}
+
+TEST_F(MemoryMaps, TypesBeyondTheTableAreRefused) {
+    const auto bad = static_cast<e_MemoryMapType>(NumMemoryMaps);
+    Transcript expected;
+    expected.critical("createMemoryMap: Invalid memoryMap: 48")
+        .critical("Invalid memoryMap: 48")
+        .critical("Invalid memoryMap: 48")
+        .assertion("\"Invalid memoryMap\"");
+    const ChildResult result = RunInChild([&] {
+        MemoryMapContainer container;
+        container.createMemoryMap(bad);
+        container.createMemoryMap(bad, 4096);
+        container.getMemoryMap(bad);
+        container.getMemoryMapReference(bad);
+    });
+    EXPECT_EQ(Normalised(result.out), expected.text());
+    EXPECT_EQ(result.signal, SIGABRT);
+}
+
+TEST_F(MemoryMaps, AClosedRegionHasNoReference) {
+    const ChildResult result =
+        RunInChild([] { MemoryMapContainer().getMemoryMapReference(e_MemoryMap_VELNOR_ALTERA); });
+    EXPECT_EQ(result.signal, SIGABRT);
+    EXPECT_THAT(result.out, HasSubstr("\"Assertion \"\"Invalid memoryMap\"\" failed.\""));
+}
+
+struct FailureCase {
+    const char* name;
+    void (*prepare)();
+    const char* first;   // null: no line
+    const char* second;  // with %s for the text of the error
+    int error;
+};
+
+// Each failure leaves the region closed, and a later try succeeds.
+TEST_F(MemoryMaps, FailuresAreLoggedAndLeaveTheRegionClosed) {
+    const std::string path = "/sys/bus/pci/devices/0000:01:00.0/resource1";
+    const FailureCase cases[] = {
+        {"no more descriptors",
+         [] {
+             const rlimit none = {0, 4096};
+             setrlimit(RLIMIT_NOFILE, &none);
+         },
+         "open failed /resource1", "open failed ", EMFILE},
+        {"no room for the file",
+         [] {
+             signal(SIGXFSZ, SIG_IGN);
+             const rlimit small = {4096, RLIM_INFINITY};
+             setrlimit(RLIMIT_FSIZE, &small);
+         },
+         "ftruncate failed /resource1", "open failed ", EFBIG},
+        {"no room for the mapping",
+         [] {
+             const rlimit small = {4096, RLIM_INFINITY};
+             setrlimit(RLIMIT_AS, &small);
+         },
+         nullptr, "mmap failed ", ENOMEM},
+    };
+    for (const FailureCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        shm_unlink("/resource1");
+        const std::string reason = " (" + std::string(strerror(c.error)) + ")";
+        Transcript expected;
+        if (c.first != nullptr) {
+            expected.critical(c.first + reason);
+        }
+        std::string second = c.second;
+        second.append(path).append(reason);
+        expected.critical(second);
+        const ChildResult result = RunInChild([&] {
+            MemoryMapContainer container;
+            c.prepare();
+            if (container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA_DDR0) != nullptr ||
+                container.getMemoryMap(e_MemoryMap_VELNOR_ALTERA_DDR0) != nullptr) {
+                printf("not closed\n");
+            }
+            for (const auto limit : {RLIMIT_NOFILE, RLIMIT_FSIZE, RLIMIT_AS}) {
+                rlimit all = {};
+                getrlimit(limit, &all);
+                all.rlim_cur = all.rlim_max;
+                setrlimit(limit, &all);
+            }
+            if (container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA_DDR0) == nullptr) {
+                printf("not tried again\n");
+            }
+        });
+        EXPECT_EQ(Normalised(result.out), expected.text());
+        EXPECT_EQ(result.exitValue, 0);
+    }
+}
+
+TEST_F(MemoryMaps, ThreadsThatRaceForARegionGetOne) {
+    MemoryMapContainer container;
+    MemoryMap* maps[8] = {};
+    std::vector<std::thread> threads;
+    for (MemoryMap*& map : maps) {
+        threads.emplace_back([&] { map = container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA); });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (MemoryMap* map : maps) {
+        EXPECT_EQ(map, container.getMemoryMap(e_MemoryMap_VELNOR_ALTERA));
+    }
+}
+
+TEST_F(MemoryMaps, ACriticalThreadIsStoppedAlsoAtAnOpenRegion) {
+    const ChildResult result = RunInChild([] {
+        MemoryMapContainer container;
+        container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA);
+        ThreadRegistrar::instance().registerFieldMain(0);
+        container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA, 4096);
+    });
+    EXPECT_EQ(result.signal, SIGABRT);
+    EXPECT_THAT(result.out, HasSubstr("ASSERT_BLOCKABLE_THREAD Failed"));
+}
+
+}  // namespace

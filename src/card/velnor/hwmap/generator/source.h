@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <initializer_list>
+#include <string>
+
+#include "src/card/velnor/hwmap/generator/tables.h"
+
+namespace hwmaptables {
+
+/** A pattern in which `$1` to `$9` stand for the values. */
+std::string Filled(const std::string& pattern, std::initializer_list<std::string> values);
+
+/** Unsigned literals. */
+std::string Hex(std::uint32_t number);
+std::string Decimal(std::uint32_t number);
+
+/** The text of a generated source, indented by its braces. */
+class Source {
+  public:
+    /** One line, indented. */
+    void line(const std::string& pattern, std::initializer_list<std::string> values = {});
+
+    /** One line at the left edge, whose braces don't count. */
+    void plain(const std::string& pattern, std::initializer_list<std::string> values = {});
+
+    /**
+     * A statement for each element of what repeats: `@` in it is the index, "[i]", and is dropped
+     * where there is one element alone.
+     */
+    void each(const Repeat& repeat, const std::string& pattern,
+              std::initializer_list<std::string> values);
+
+    const std::string& text() const { return i_text; }
+
+  private:
+    std::string i_text;
+    std::size_t i_depth = 0;
+};
+
+}  // namespace hwmaptables
