@@ -19,7 +19,7 @@ struct Events {
     const void* blocks[MAX_EVENTS];
     std::size_t count;
 
-    void add(const void* block) {
+    void add(void* block) {
         if (count < MAX_EVENTS) {
             blocks[count] = block;
         }
