@@ -5,13 +5,18 @@
 #include <cstddef>
 #include <filesystem>
 #include <iterator>
+#include <string>
 
 namespace testsupport {
 
+inline std::ptrdiff_t CountEntries(const std::string& directory) {
+    const std::filesystem::directory_iterator entries(directory);
+    return std::distance(begin(entries), end(entries));
+}
+
 /** The descriptors that this process has open. */
 inline std::ptrdiff_t CountDescriptors() {
-    const std::filesystem::directory_iterator open("/proc/self/fd");
-    return std::distance(begin(open), end(open)) - 1;  // but the one that reads the list
+    return CountEntries("/proc/self/fd") - 1;  // but the one that reads the list
 }
 
 /** Lets the process open descriptors up to `limit` only, or, above it, at least that many. */
