@@ -10,8 +10,8 @@
 
 #include "cpputils/include/returncodes.h"
 #include "logger/loggerconfig.h"
-#include "tests/support/testdirectory.h"
 #include "tests/support/child.h"
+#include "tests/support/testdirectory.h"
 
 using testing::HasSubstr;
 using testing::MatchesRegex;

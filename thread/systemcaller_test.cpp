@@ -188,7 +188,7 @@ TEST(SystemCaller, BreaksOffTheWholeGroupAndKeepsTheOutput) {
 TEST(SystemCaller, RepeatsACommandThatTimesOut) {
     const TestDirectory directory;
     const std::string runs = directory.path("runs");
-    constexpr timeval short_ = {0, 100'000};
+    constexpr timeval short_ = {0, 500'000};
     // Under load a run may end before its first command; it is then repeated once more.
     const std::string secondTimeGood =
         "[ -e " + runs + " ] && exit 3; touch " + runs + "; sleep 60";
