@@ -35,10 +35,10 @@ TEST(Backtrace, NamesTheFunctionsOnTheStack) {
 }
 
 TEST(Backtrace, NeitherNamesNorCutsAForeignAddress) {
-    const auto line = [](uintptr_t address) {
-        return RunInChild(
-                   [address] { LogSymbol(reinterpret_cast<void*>(address), e_LogSeverity_NOTICE); })
-            .out;
+    const auto line = [](uintptr_t number) {
+        // An address that no object has. NOLINTNEXTLINE(performance-no-int-to-ptr)
+        void* const address = reinterpret_cast<void*>(number);
+        return RunInChild([address] { LogSymbol(address, e_LogSeverity_NOTICE); }).out;
     };
     EXPECT_THAT(line(0x10), ContainsRegex("\"Address: 0x00000010, Symbol: NOT FOUND\""));
     // The function's address, and the same with one bit more.

@@ -30,7 +30,7 @@ std::string EveryByte() {
 }
 
 TEST(FDBufferThread, KeepsEveryByteOfADescriptorOfAnyNumber) {
-    LimitDescriptors(2 * BeyondSelect);
+    LimitDescriptors(BeyondSelect + 1);
     PipeEnds stream;
     ASSERT_EQ(stream.create(), 0);
     ASSERT_EQ(dup2(stream.readEnd(), BeyondSelect), BeyondSelect);

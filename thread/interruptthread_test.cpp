@@ -45,7 +45,7 @@ class FarSides : public InterruptAction, public Interrupter {
 };
 
 TEST(InterruptThread, EndsByTheFirstEvent) {
-    constexpr timeval short_ = {0, 1000};
+    constexpr timeval Brief = {0, 1000};
     constexpr timeval negative = {0, -1};
     const struct {
         int byte;
@@ -57,7 +57,7 @@ TEST(InterruptThread, EndsByTheFirstEvent) {
         {InterruptMark, nullptr, -1, "Interrupted", "interrupt detach"},
         {TimeoutMark, nullptr, e_Error_Timeout, "Timeout Occured", "timeout detach"},
         {'x', nullptr, -1, "Interrupted - Unknown Failure", "interrupt detach"},
-        {NoByte, &short_, e_Error_Timeout, "Timeout Occured", "timeout detach"},
+        {NoByte, &Brief, e_Error_Timeout, "Timeout Occured", "timeout detach"},
         {NoByte, &negative, -1, "Select failed (Invalid argument)", "detach"},
     };
     for (const auto& c : cases) {
@@ -88,7 +88,7 @@ TEST(InterruptThread, StopsBeforeAnyEvent) {
 
 TEST(InterruptThread, BorrowsTheDescriptorItIsGiven) {
     constexpr int BeyondSelect = 1500;
-    testsupport::LimitDescriptors(2 * BeyondSelect);
+    testsupport::LimitDescriptors(BeyondSelect + 1);
     PipeEnds marks;
     ASSERT_EQ(marks.create(), 0);
     ASSERT_EQ(dup2(marks.readEnd(), BeyondSelect), BeyondSelect);

@@ -188,13 +188,13 @@ TEST(SystemCaller, BreaksOffTheWholeGroupAndKeepsTheOutput) {
 TEST(SystemCaller, RepeatsACommandThatTimesOut) {
     const TestDirectory directory;
     const std::string runs = directory.path("runs");
-    constexpr timeval short_ = {0, 500'000};
+    constexpr timeval Brief = {0, 500'000};
     // Under load a run may end before its first command; it is then repeated once more.
     const std::string secondTimeGood =
         "[ -e " + runs + " ] && exit 3; touch " + runs + "; sleep 60";
-    EXPECT_EQ(Caller().execRetry(secondTimeGood, &short_, -1).commandRC, 768);
+    EXPECT_EQ(Caller().execRetry(secondTimeGood, &Brief, -1).commandRC, 768);
 
-    const auto result = Caller().execRetry("printf . >>" + runs + "; sleep 60", &short_, 1);
+    const auto result = Caller().execRetry("printf . >>" + runs + "; sleep 60", &Brief, 1);
     EXPECT_EQ(result.localRC, e_Error_Timeout);
     EXPECT_EQ(result.stderr, "Timeout Occured");
     EXPECT_LE(directory.read("runs").size(), 2U);
