@@ -127,8 +127,8 @@ void StartSlaveWithSignalsOff() {
 
 TEST(SystemCaller, BringsBackStatusAndOutputOfACommandThatStartsClean) {
     StartSlaveWithSignalsOff();
-    const std::string big(300'000, 'x');
-    const std::string printBig = "head -c 300000 /dev/zero | tr '\\0' x";
+    const std::string big(100'000, 'x');
+    const std::string printBig = "head -c 100000 /dev/zero | tr '\\0' x";
     const struct {
         std::string command;
         int commandRC;
