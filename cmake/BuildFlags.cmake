@@ -1,11 +1,12 @@
-# The flags of every hand-written target: link `build_flags` PRIVATE.
+# The flags of every target: hand-written ones link `build_flags` PRIVATE, generated ones
+# `generated_flags`.
 #
 # Programs are linked without PIE, so that the addresses in a symbol file are the addresses that
 # appear at run time.
 set(TOLMIRA_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize= takes them")
 
-# What generated code needs too: language, include roots, position and source paths.
-# The second prefix map wins for files below the build tree, which lies inside the source tree.
+# Language, include roots, position and source paths. The second prefix map wins for files below the
+# build tree, which lies inside the source tree.
 add_library(language_flags INTERFACE)
 target_include_directories(language_flags INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
 target_compile_options(language_flags INTERFACE
@@ -15,12 +16,27 @@ target_compile_options(language_flags INTERFACE
   -fmacro-prefix-map=${PROJECT_BINARY_DIR}/=)
 target_link_options(language_flags INTERFACE -no-pie)
 
-if(TOLMIRA_SANITIZE)
-  target_compile_options(language_flags INTERFACE
-    -fsanitize=${TOLMIRA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  target_link_options(language_flags INTERFACE -fsanitize=${TOLMIRA_SANITIZE})
-endif()
+function(add_sanitizers target sanitizers)
+  if(sanitizers)
+    list(JOIN sanitizers "," joined)
+    target_compile_options(${target} INTERFACE
+      -fsanitize=${joined} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(${target} INTERFACE -fsanitize=${joined})
+  endif()
+endfunction()
+
+string(REPLACE "," ";" sanitizers "${TOLMIRA_SANITIZE}")
 
 add_library(build_flags INTERFACE)
 target_link_libraries(build_flags INTERFACE language_flags)
 target_compile_options(build_flags INTERFACE -Wall -Wextra -Wshadow -Wconversion -Werror)
+add_sanitizers(build_flags "${sanitizers}")
+
+# Generated units are many small constructors that run once: optimising them further or describing
+# them to a debugger multiplies build time and size, and so do the checks for undefined behaviour.
+# What is inline in their headers gets the flags of its users.
+add_library(generated_flags INTERFACE)
+target_link_libraries(generated_flags INTERFACE language_flags)
+target_compile_options(generated_flags INTERFACE -O1 -g0)
+list(REMOVE_ITEM sanitizers undefined)
+add_sanitizers(generated_flags "${sanitizers}")

@@ -170,7 +170,7 @@ TEST(RouterCommReader, WaitsForWholeSecondsGreaterThanThree) {
 
 TEST(RouterCommReader, ResetsTheMailboxWhenNoByteComes) {
     FakeTime time({10, 0});
-    time.beforeReading = [&] { time.now.tv_sec += 4 * (time.readings == 1 ? 1 : 0); };
+    time.beforeReading = [&] { time.now.tv_sec += time.readings == 1 ? 4 : 0; };
     RecordingMailbox mailbox;
     mailbox.bytes[MAILBOX_RX_STATE] = STATE_READY;
     RouterCommReader reader(&mailbox);

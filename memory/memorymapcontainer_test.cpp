@@ -130,14 +130,14 @@ TEST_F(MemoryMaps, FailuresAreLoggedAndLeaveTheRegionClosed) {
              const rlimit none = {0, 4096};
              setrlimit(RLIMIT_NOFILE, &none);
          },
-         "open failed /resource1 ", "open failed ", EMFILE},
+         "open failed /resource1", "open failed ", EMFILE},
         {"no room for the file",
          [] {
              signal(SIGXFSZ, SIG_IGN);
              const rlimit small = {4096, RLIM_INFINITY};
              setrlimit(RLIMIT_FSIZE, &small);
          },
-         "ftruncate failed /resource1 ", "open failed ", EFBIG},
+         "ftruncate failed /resource1", "open failed ", EFBIG},
         {"no room for the mapping",
          [] {
              const rlimit small = {4096, RLIM_INFINITY};
@@ -148,12 +148,14 @@ TEST_F(MemoryMaps, FailuresAreLoggedAndLeaveTheRegionClosed) {
     for (const FailureCase& c : cases) {
         SCOPED_TRACE(c.name);
         shm_unlink("/resource1");
-        const std::string reason = std::string("(") + strerror(c.error) + ")";
+        const std::string reason = " (" + std::string(strerror(c.error)) + ")";
         Transcript expected;
         if (c.first != nullptr) {
             expected.critical(c.first + reason);
         }
-        expected.critical(c.second + path + " " + reason);
+        std::string second = c.second;
+        second.append(path).append(reason);
+        expected.critical(second);
         const ChildResult result = RunInChild([&] {
             MemoryMapContainer container;
             c.prepare();

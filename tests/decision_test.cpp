@@ -1,6 +1,4 @@
 /** Whether the tool upgrades: revision, force, presence, and the image's header. */
-#include <regex>
-
 #include "link/mailbox.h"
 #include "tests/support/region.h"
 #include "tests/upgradefixture.h"

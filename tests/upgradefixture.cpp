@@ -50,6 +50,8 @@ const ProcessResult& Controller::stop() {
     if (!i_stopped) {
         i_result = i_process.stop();
         i_stopped = true;
+        EXPECT_EQ(i_result.signal, 0);
+        EXPECT_EQ(i_result.err, "") << "the controller's own troubles";
     }
     return i_result;
 }

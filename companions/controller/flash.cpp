@@ -59,7 +59,8 @@ bool Flash::save(const std::string& fileName) const {
     if (file == nullptr) {
         return false;
     }
-    const bool written = fwrite(i_bytes.data(), 1, i_bytes.size(), file) == i_bytes.size();
+    const bool written =
+        i_bytes.empty() || fwrite(i_bytes.data(), 1, i_bytes.size(), file) == i_bytes.size();
     const bool closed = fclose(file) == 0;
     if (written && closed && rename(draft.c_str(), fileName.c_str()) == 0) {
         return true;

@@ -64,21 +64,14 @@ Report Summary(const Flash& flash, const Conversation& conversation, const Sessi
                const Journal& journal) {
     const Tally& tally = conversation.tally();
     return {
-        {"flash pages", flash.pages()},
-        {"flash bytes", flash.size()},
-        {"checksum", conversation.checksum()},
-        {"revision", session.revision()},
-        {"hosts", session.hosts()},
-        {"resets", session.resets()},
-        {"begin messages", tally.begins},
-        {"page messages", tally.pages},
-        {"info messages", tally.infos},
-        {"end messages", tally.ends},
-        {"unknown messages", tally.unknown},
-        {"good pages", tally.goodPages},
-        {"bad pages", tally.badPages},
-        {"upgrades", tally.upgrades},
-        {"findings", journal.findings()},
+        {"flash pages", flash.pages()},        {"flash bytes", flash.size()},
+        {"checksum", conversation.checksum()}, {"revision", session.revision()},
+
+        {"resets", session.resets()},          {"begin messages", tally.begins},
+        {"page messages", tally.pages},        {"info messages", tally.infos},
+        {"end messages", tally.ends},          {"unknown messages", tally.unknown},
+        {"good pages", tally.goodPages},       {"bad pages", tally.badPages},
+        {"upgrades", tally.upgrades},          {"findings", journal.findings()},
     };
 }
 

@@ -93,7 +93,6 @@ bool Session::followReceiveState(unsigned char state) {
 }
 
 void Session::welcomeHost() {
-    ++i_hosts;
     i_journal.trace("host asks for the receive direction");
     i_conversation.breakOff("another host has come");
     i_conversation.close();

@@ -57,7 +57,6 @@ class Session {
 
     /** True once a host has come and gone, or the mailbox was reset for good. */
     bool over() const { return i_over; }
-    unsigned hosts() const { return i_hosts; }
     unsigned resets() const { return i_resets; }
     uint16_t revision() const { return i_revision; }
 
@@ -84,7 +83,6 @@ class Session {
     /** Nothing has been offered since the receive direction came up. */
     bool i_directionNew = true;
     bool i_over = false;
-    unsigned i_hosts = 0;
     unsigned i_resets = 0;
 
     std::vector<uint8_t> i_answer;

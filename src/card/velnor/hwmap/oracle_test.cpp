@@ -1,5 +1,5 @@
 // Holds the designs against the tables. What it computes from them shares nothing with the
-// generator: rows are taken apart by patterns, addresses are counted up and masks are built bit by
+// generator: rows are taken apart by scanf, addresses are counted up and masks are built bit by
 // bit.
 
 #include <gtest/gtest.h>
@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <fstream>
 #include <map>
-#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -53,14 +52,11 @@ std::map<std::string, Rows> Bodies() {
     return bodies;
 }
 
-/** How often something stands, and how far apart; one that stands alone has an empty count. */
-std::uint64_t CountOf(const std::ssub_match& count) {
-    return count.length() == 0 ? 1 : std::stoull(count.str());
-}
-
-std::uint64_t StepOf(const std::ssub_match& step) {
-    return step.length() == 0 ? 0 : std::stoull(step.str(), nullptr, 0);
-}
+/** What repeats in a row, or stands once. */
+struct Times {
+    unsigned int count = 1;
+    unsigned int step = 0;
+};
 
 class Oracle {
   public:
@@ -85,15 +81,16 @@ class Oracle {
 
   private:
     void addGroup(const std::string& row) {
-        static const std::regex PATTERN(R"( *(\w+) +(0x\w+)(?: +(\d+) +(0x\w+))?.*)");
-        std::smatch cells;
-        std::regex_match(row, cells, PATTERN);
-        std::uint64_t address = i_base + StepOf(cells[2]);
-        for (std::uint64_t i = 0; i < CountOf(cells[3]); ++i) {
-            i_group = "Domain_" + i_domain + " Group_" + cells[1].str() + " " + std::to_string(i);
+        char name[64] = "";
+        unsigned int first = 0;
+        Times times;
+        (void)sscanf(row.c_str(), " %63s %x %u %x", name, &first, &times.count, &times.step);
+        std::uint64_t address = i_base + first;
+        for (unsigned int i = 0; i < times.count; ++i) {
+            i_group = "Domain_" + i_domain + " Group_" + name + " " + std::to_string(i);
             add("group " + i_group, " 0x%" PRIx64, address);
-            addMembers(cells[1], address);
-            address += StepOf(cells[4]);
+            addMembers(name, address);
+            address += times.step;
         }
     }
 
@@ -102,44 +99,59 @@ class Oracle {
         const auto common = i_bodies.find(group);
         if (own != i_bodies.end() || common != i_bodies.end()) {
             for (const std::string& row : (own != i_bodies.end() ? own : common)->second) {
-                addMember(row, address);
+                addMember(row.c_str(), address);
             }
         }
     }
 
-    void addMember(const std::string& row, std::uint64_t group) {
-        static const std::regex PATTERN(
-            R"( *(0x\w+) +(\w+) +(?:x(\d+)\+(0x\w+) +)?(?:(\d+) words +)?(.*))");
-        std::smatch cells;
-        std::regex_match(row, cells, PATTERN);
-        const bool isMemory = cells[5].matched;
-        std::uint64_t address = group + StepOf(cells[1]);
-        for (std::uint64_t i = 0; i < CountOf(cells[3]); ++i) {
-            const std::string subject = i_group + " " + cells[2].str() + " " + std::to_string(i);
-            add((isMemory ? "memory " : "register ") + subject, " 0x%" PRIx64, address);
-            if (isMemory) {
-                i_lines.back() += " " + cells[5].str();
+    void addMember(const char* row, std::uint64_t group) {
+        char name[64] = "";
+        unsigned int offset = 0;
+        unsigned int words = 0;
+        Times times;
+        int end = 0;  // of what a row begins with; stays 0 where it doesn't
+        (void)sscanf(row, " %x %63s %n", &offset, name, &end);
+        row += std::exchange(end, 0);
+        (void)sscanf(row, "x%u+%x %n", &times.count, &times.step, &end);
+        row += std::exchange(end, 0);
+        (void)sscanf(row, "%u words %n", &words, &end);
+        row += end;
+        std::uint64_t address = group + offset;
+        for (unsigned int i = 0; i < times.count; ++i) {
+            const std::string subject = i_group + " " + name + " " + std::to_string(i);
+            add((words > 0 ? "memory " : "register ") + subject, " 0x%" PRIx64, address);
+            if (words > 0) {
+                i_lines.back() += " " + std::to_string(words);
             }
-            addFields(cells[6], subject);
-            address += StepOf(cells[4]);
+            addFields(row, subject);
+            address += times.step;
         }
     }
 
-    void addFields(std::string cell, const std::string& subject) {
-        static const std::regex PATTERN(R"((\w+)\[(\d+)(?::(\d+))?\](?: x(\d+)\+(\d+))?)");
-        for (std::smatch f; std::regex_search(cell, f, PATTERN); cell = f.suffix()) {
-            const std::uint64_t high = std::stoull(f[2]);
-            std::uint64_t low = f[3].matched ? std::stoull(f[3]) : high;
-            std::uint64_t mask = 0;
-            for (std::uint64_t bit = low; bit <= high; ++bit) {
-                mask = mask * 2 + 1;
+    void addFields(const std::string& cell, const std::string& subject) {
+        std::istringstream fields(cell);
+        for (std::string field; std::getline(fields >> std::ws, field, ',');) {
+            char name[64] = "";
+            unsigned int high = 0;
+            unsigned int low = 0;
+            Times times;
+            if (sscanf(field.c_str(), "%63[^[][%u:%u]", name, &high, &low) == 2) {
+                low = high;
             }
-            for (std::uint64_t i = 0; i < CountOf(f[4]); ++i) {
-                add("field " + subject + " " + f[1].str() + " " + std::to_string(i), " 0x%" PRIx64,
-                    mask);
-                i_lines.back() += " " + std::to_string(low);
-                low += StepOf(f[5]);
-            }
+            (void)sscanf(field.c_str(), "%*s x%u+%u", &times.count, &times.step);
+            addField(subject + " " + name, high, low, times);
+        }
+    }
+
+    void addField(const std::string& subject, unsigned int high, unsigned int low, Times times) {
+        std::uint64_t mask = 0;
+        for (unsigned int bit = low; bit <= high; ++bit) {
+            mask = mask * 2 + 1;
+        }
+        for (unsigned int i = 0; i < times.count; ++i) {
+            add("field " + subject + " " + std::to_string(i), " 0x%" PRIx64, mask);
+            i_lines.back() += " " + std::to_string(low);
+            low += times.step;
         }
     }
 

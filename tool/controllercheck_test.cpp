@@ -1,0 +1,96 @@
+#include "tool/controllercheck.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "link/mailbox.h"
+#include "tests/support/child.h"
+#include "tests/support/faketime.h"
+#include "tests/support/recordingmailbox.h"
+#include "tests/support/transcript.h"
+
+using testsupport::FakeTime;
+using testsupport::Normalised;
+using testsupport::RecordingMailbox;
+using testsupport::Transcript;
+
+namespace {
+
+/** The lines that `body` logs, made alike, in a process of its own. */
+std::string LogOf(const std::function<void()>& body) {
+    return Normalised(testsupport::RunInChild(body).out);
+}
+
+TEST(WaitForController, TakesSixtyPollsAndSleepsBehindEachFailedOne) {
+    struct Case {
+        int appearsOnPoll;  // 0: never
+        bool result;
+        unsigned int slept;
+    };
+    for (const Case& c : {Case{1, true, 0}, Case{60, true, 59}, Case{61, false, 60}}) {
+        SCOPED_TRACE(c.appearsOnPoll);
+        Transcript expected;
+        for (unsigned int i = 0; i < c.slept; ++i) {
+            expected.notice("Controller isn't there, sleeping for 1 second\n");
+        }
+        if (!c.result) {
+            expected.notice("Controller is missing, skipping upgrade");
+        }
+        EXPECT_EQ(LogOf([&] {
+                      const FakeTime time({1, 0});
+                      RecordingMailbox mailbox;
+                      int polls = 0;
+                      mailbox.beforeRead = [&](unsigned int) {
+                          mailbox.bytes[MAILBOX_TX_STATE] = ++polls == c.appearsOnPoll ? 1 : 0;
+                      };
+                      RouterCommWriter writer(&mailbox);
+                      if (WaitForController(writer) != c.result || time.slept != c.slept) {
+                          printf("the wait was wrong\n");
+                      }
+                  }),
+                  expected.text());
+    }
+}
+
+struct RevisionCase {
+    unsigned char high;
+    unsigned char low;
+    int revision;
+    bool needsUpgrade;
+};
+
+TEST(ControllerNeedsUpgrade, ReadsTheRevisionTwiceAndLogsTheFirst) {
+    const RevisionCase cases[] = {{0x4C, 0x45, 19525, false},
+                                  {0x4C, 0x44, 19524, true},
+                                  {0x4C, 0x46, 19526, true},
+                                  {0xFF, 0xFF, 65535, true}};
+    for (const RevisionCase& c : cases) {
+        Transcript expected;
+        expected.notice("Controller is " + std::to_string(c.revision) + "\n");
+        EXPECT_EQ(LogOf([&] {
+                      RecordingMailbox mailbox;
+                      mailbox.bytes[MAILBOX_REVISION_HIGH] = c.high;
+                      mailbox.bytes[MAILBOX_REVISION_LOW] = c.low;
+                      RouterCommReader reader(&mailbox);
+                      if (ControllerNeedsUpgrade(reader) != c.needsUpgrade ||
+                          mailbox.takeAccesses() != "R17 R16 R17 R16") {
+                          printf("the check was wrong\n");
+                      }
+                  }),
+                  expected.text());
+    }
+    EXPECT_TRUE(LogOf([] {
+                    RecordingMailbox mailbox;
+                    int reads = 0;
+                    mailbox.beforeRead = [&](unsigned int) {
+                        mailbox.bytes[MAILBOX_REVISION_HIGH] = 0x4C;
+                        mailbox.bytes[MAILBOX_REVISION_LOW] = ++reads <= 2 ? 0x45 : 0x46;
+                    };
+                    RouterCommReader reader(&mailbox);
+                    printf(ControllerNeedsUpgrade(reader) ? "changed\n" : "");
+                }).find("changed") != std::string::npos);
+}
+
+}  // namespace
