@@ -1,5 +1,7 @@
 #pragma once
 
+class Configuration;
+
 /**
  * The settings of the logger, one object for the process, built before main. Its constructor also
  * sets the locale of LC_CTYPE to en_US.UTF-8 where the machine has it.
@@ -25,6 +27,13 @@ class LoggerConfig {
     void setPrintToStdOut(bool on);
 
     void resetToDefaults();
+    /**
+     * Takes the settings from the default section: ALL_THREAD_LOGGING, MIN_LOG_SEVERITY,
+     * TIME_CRIT_MIN_LOG_SEVERITY, PRINT_LOG_THREAD_ID and PRINT_TO_STD_OUT. A missing key, an empty
+     * value and a severity out of range leave the field as it is; text that is no number counts
+     * as 0. Defined beside Configuration, in the target of that name.
+     */
+    void load(const Configuration& configuration);
 
     int timeCritMinLogSeverity() const { return i_timeCritMinLogSeverity; }
     int minLogSeverity() const { return i_minLogSeverity; }

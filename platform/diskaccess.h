@@ -1,5 +1,6 @@
 #pragma once
 
+#include <list>
 #include <string>
 
 /**
@@ -79,3 +80,47 @@ enum e_StorageLocation : int {
 e_StorageLocation storageLocationFromString(const std::string& word);
 /** A value outside the enumeration is "internal". */
 std::string storageLocationToString(e_StorageLocation location);
+
+/**
+ * The operations below log their failures and return 0 for success. They hold no state, and nothing
+ * guards against two callers at work on one directory. Shell commands run through SystemCaller, so
+ * a time-critical thread may not call, and a path must not hold a double quote.
+ */
+
+/** Whether stat finds the path. */
+bool pathExists(const std::string& path);
+/** 0, or e_Error_NotFound without a stick: silent. */
+int checkUsbMounted();
+
+/**
+ * Sees to it that the directory is there, with those above it. On the USB stick, but not through
+ * its mount point: e_Error_NotFound without a stick, -1 when mkdir fails or there is nothing below
+ * the mount point to make. Elsewhere by the shell: its code.
+ */
+int checkAndCreateDir(const std::string& directory);
+
+/**
+ * Makes `to` hold what `from` holds, and no more, by rsync; with a pattern, those files of `from`
+ * that match. A source that isn't there is no failure. Returns the code of the directory or of the
+ * shell command.
+ */
+int copyFiles(const std::string& from, const std::string& to, const std::string& filepattern);
+int copyFilesToFlash(const std::string& from, const std::string& to,
+                     const std::string& filepattern);
+int copyFilesToOrFromNonUSB(const std::string& from, const std::string& to,
+                            const std::string& filepattern);
+/** e_Error_NotFound without a stick. */
+int copyFilesToOrFromUSB(const std::string& from, const std::string& to,
+                         const std::string& filepattern);
+
+/** Packs the log files below /tmp into an archive on the USB stick, in place of the one there. */
+int copyLogs();
+/** e_Error_NotFound without a stick. */
+int copyLogsToUSB();
+
+/**
+ * The names of the schemes in byte order: of the default directory, which is made, of the system's,
+ * but its own custom ones, and always Custom1 to Custom4. A name that is in both stands twice.
+ * Empty if the default directory can't be made.
+ */
+std::list<std::string> readSchemeDir();

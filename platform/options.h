@@ -57,6 +57,29 @@ class Options {
     const Optional<std::string>& getRbacMasterPassword() const { return i_rbacMasterPassword; }
     bool getQuibnetAccess() const { return i_quibnetAccess; }
 
+    /**
+     * The setters write to the software options file, whole and anew, and leave this record as it
+     * is: a value counts from the next load on. One writer at a time. They return 0;
+     * e_Error_InvalidArgument, with nothing written, for a count above the platform's maximum or a
+     * mode that isn't available; e_Error_NotFound if the file's directory can't be made; or what
+     * Configuration::save returns. To use them, link `optionsetters`.
+     */
+    int setAvailableMles(size_t count) const;
+    int setAvailableInputs(size_t count) const;
+    int setSwitcherMode(e_SwitcherMode mode) const;
+    int setLogToUSB(bool on) const;
+    int setWebMediaAccess(bool on) const;
+    int setFtpAccess(bool on) const;
+    int setQuibnetAccess(bool on) const;
+    int setAutoDiscoveryOn(bool on) const;
+    int setRoleBasedControlAccess(unsigned level) const;
+    int setNumABU(unsigned count) const;
+    int setNumConfAudioChannels(unsigned count) const;
+    int setAuthVRQConnections(int index, int value) const;
+    /** An absent value takes the key out of the file. */
+    int setVistrolName(const Optional<std::string>& name) const;
+    int setRbacMasterPassword(const Optional<std::string>& password) const;
+
   private:
     void readCounts(const Configuration& file);
     void readSwitcherMode(const Configuration& file);

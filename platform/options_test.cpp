@@ -3,27 +3,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "tests/support/child.h"
-#include "tests/support/testdirectory.h"
+#include "tests/support/framedirectory.h"
 
 using testing::ElementsAre;
 
 namespace {
 
-/** A frame's directories, and the working directory among them. */
 class OptionsTest : public testing::Test {
   protected:
-    OptionsTest() : i_previous(std::filesystem::current_path()) {
-        std::filesystem::create_directories(i_frame.path("run"));
-        std::filesystem::current_path(i_frame.path("run"));
-    }
-    ~OptionsTest() override { std::filesystem::current_path(i_previous); }
-
     Options loaded(const std::string& contents, e_VelnorType platform = e_VelnorType_Profile2) {
         i_frame.write("NANDdata/simapp/data/software.options", contents);
         Options options(platform);
@@ -34,10 +26,7 @@ class OptionsTest : public testing::Test {
         return options;
     }
 
-    testsupport::TestDirectory i_frame;
-
-  private:
-    std::filesystem::path i_previous;
+    testsupport::FrameDirectory i_frame;
 };
 
 std::vector<int> Modes(const Options& options) {

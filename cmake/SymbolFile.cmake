@@ -1,0 +1,14 @@
+# add_symbol_file(PROGRAM)
+#
+# Makes <program>_symbols.txt beside the program each time it is linked: a line for each address of
+# its code, in ascending order, and as the last one the end of all code. That is the linker's
+# `etext`, which it defines for those who ask.
+function(add_symbol_file program)
+  target_link_options(${program} PRIVATE LINKER:--undefined=etext)
+  get_target_property(directory ${program} RUNTIME_OUTPUT_DIRECTORY)
+  set(file ${directory}/${program}_symbols.txt)
+  add_custom_command(TARGET ${program} POST_BUILD
+    COMMAND ${PROJECT_SOURCE_DIR}/cmake/symbolfile ${CMAKE_NM} $<TARGET_FILE:${program}> ${file}
+    BYPRODUCTS ${file}
+    VERBATIM)
+endfunction()

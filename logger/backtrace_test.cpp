@@ -1,0 +1,60 @@
+#include "logger/backtrace.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+
+#include "tests/support/child.h"
+
+using testing::ContainsRegex;
+using testing::Not;
+using testsupport::RunInChild;
+
+/** Not of this file alone, so that its name in the symbol file is plain. */
+__attribute__((noinline)) void FunctionOnTheStack(e_LogSeverity severity) {
+    LogBacktrace(severity);
+    asm volatile("");  // no tail call: the frame has to stay
+}
+
+namespace {
+
+// A sanitizer puts a frame of its own in front.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr char OwnFrames[] = "(C: 002 [^\n]*LogBacktrace[^\n]*\n)?";
+#else
+constexpr char OwnFrames[] = "";
+#endif
+
+TEST(Backtrace, NamesTheFunctionsOnTheStack) {
+    const std::string ordinary = RunInChild([] { FunctionOnTheStack(e_LogSeverity_ERROR); }).out;
+    EXPECT_THAT(
+        ordinary,
+        ContainsRegex(std::string("^C: 001 S: ERROR T: p:[0-9]+ \"  \\*\\*\\* Backtrace "
+                                  "Follows \\*\\*\\*  \" at logger/backtrace.cpp:[0-9]+.\n") +
+                      OwnFrames +
+                      "C: 00[23] S: ERROR T: p:[0-9]+ \"Address: 0x[0-9a-f]{8}, Symbol: "
+                      "0x[0-9a-f]{16} T FunctionOnTheStack"));
+
+    const std::string crash = RunInChild([] { FunctionOnTheStack(e_LogSeverity_CRASH); }).out;
+    EXPECT_THAT(crash, ContainsRegex("^S: \\*\\*\\*\\*\\*CRASH\\*\\*\\*\\*\\* T: p:[0-9]+ "
+                                     "\"backtrace\" \n(S: [^\n]*\n)?S: [^\n]*FunctionOnTheStack"));
+    EXPECT_THAT(crash, Not(ContainsRegex("C: [0-9]+")));
+}
+
+TEST(Backtrace, NeitherNamesNorCutsAForeignAddress) {
+    const auto line = [](uintptr_t number) {
+        // An address that no object has. NOLINTNEXTLINE(performance-no-int-to-ptr)
+        void* const address = reinterpret_cast<void*>(number);
+        return RunInChild([address] { LogSymbol(address, e_LogSeverity_NOTICE); }).out;
+    };
+    EXPECT_THAT(line(0x10), ContainsRegex("\"Address: 0x00000010, Symbol: NOT FOUND\""));
+    // The function's address, and the same with one bit more.
+    const auto known = reinterpret_cast<uintptr_t>(&FunctionOnTheStack);
+    EXPECT_THAT(line(known), ContainsRegex("FunctionOnTheStack"));
+    EXPECT_THAT(line(known | 1ULL << 32),
+                ContainsRegex("\"Address: 0x1[0-9a-f]{8}, Symbol: NOT FOUND\""));
+}
+
+}  // namespace

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+
+/**
+ * Turns an address of the running program into a line of the symbol file beside it, which the build
+ * makes. The table of addresses is built once; the text stays on disk, and a lookup reads one line.
+ *
+ * The file's lines begin with an address in hexadecimal and end in a newline; the rest is free
+ * text. A line covers the addresses from its own up to the next, so the last one covers none: it is
+ * an end mark. Of two lines with one address the later counts, and a line that begins with no
+ * number has the address 0. Without a file every lookup fails, in silence.
+ *
+ * Built once and then only read: any thread may look up.
+ */
+class SymbolMap {
+  public:
+    /** Reads the file to its end. An empty path is a map without symbols. */
+    explicit SymbolMap(const std::string& path);
+    SymbolMap(const SymbolMap&) = delete;
+    SymbolMap& operator=(const SymbolMap&) = delete;
+
+    /** The map of this program. Linking this class has it built before main. */
+    static SymbolMap& instance();
+
+    /**
+     * Copies the line that covers the address, cut to `size` less 1 characters, and terminates it.
+     * False, with the buffer as it was, if there is none or the file can't be opened any more. No
+     * heap.
+     */
+    bool lookup(uint32_t address, char* buffer, int size) const;
+
+  private:
+    /** Address to the line's position in the file. */
+    std::map<uint32_t, std::size_t> i_positions;
+    const std::string i_path;
+};
+
+/** The symbol file of an executable; empty if the path is empty or too long for it. */
+std::string SymbolFileOf(const std::string& executable);
+
+/** SymbolMap::lookup in the map of this program. */
+bool GetSymbolText(uint32_t address, char* buffer, int size);

@@ -1,0 +1,62 @@
+#include "logger/symbolmap.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/support/testdirectory.h"
+
+namespace {
+
+constexpr char NotFound[] = "NOT FOUND";
+
+std::string Lookup(const SymbolMap& map, uint32_t address, size_t size = 100) {
+    std::vector<char> buffer(size);
+    return map.lookup(address, buffer.data(), static_cast<int>(size)) ? buffer.data() : NotFound;
+}
+
+TEST(SymbolMap, FindsTheLineThatCoversAnAddress) {
+    const testsupport::TestDirectory directory;
+    const std::string longName(200, 'n');
+    const struct {
+        std::string contents;
+        uint32_t address;
+        std::string text;
+    } cases[] = {
+        {"1000 a\n2000 b\n3000 end\n", 0x0fff, NotFound},
+        {"1000 a\n2000 b\n3000 end\n", 0x1000, "1000 a"},
+        {"1000 a\n2000 b\n3000 end\n", 0x1fff, "1000 a"},
+        {"1000 a\n2000 b\n3000 end\n", 0x2000, "2000 b"},
+        {"1000 a\n2000 b\n3000 end\n", 0x3000, NotFound},
+        {"1000 only\n", 0x1000, NotFound},
+        {"", 0x1000, NotFound},
+        {"3000 end\n 0x2000 b\n1000 a\n", 0x2abc, " 0x2000 b"},
+        {"1000 a\n2000 end\n1000 later\n", 0x1000, "1000 later"},
+        {"name\n1000 end\n", 0x0001, "name"},
+        {"1000 a\n2000 unfinished", 0x1000, NotFound},
+        {"1000 a\n2000 b\n100001800 far\n", 0x2900, "2000 b"},
+        {"1000 a\n2000 b\nfffffff0 end\n", 0xffffffef, "2000 b"},
+        {"1000 a\n2000 " + longName + "\n3000 end\n", 0x2000, ("2000 " + longName).substr(0, 99)},
+        {"1000 " + std::string(100'000, 'n') + "\n2000 b\n3000 end\n", 0x2000, "2000 b"},
+    };
+    for (const auto& c : cases) {
+        const SymbolMap map(directory.write("symbols", c.contents));
+        EXPECT_EQ(Lookup(map, c.address), c.text) << c.contents.substr(0, 50);
+    }
+    const SymbolMap map(directory.write("symbols", cases[0].contents));
+    EXPECT_EQ(Lookup(map, 0x1000, 1), "");
+    std::filesystem::remove(directory.path("symbols"));
+    EXPECT_EQ(Lookup(map, 0x1000), NotFound);
+    EXPECT_EQ(Lookup(SymbolMap(directory.path("symbols")), 0x1000), NotFound);
+}
+
+TEST(SymbolMap, TakesThePathOfAnExecutableUpToALength) {
+    EXPECT_EQ(SymbolFileOf("/usr/bin/tool"), "/usr/bin/tool_symbols.txt");
+    EXPECT_EQ(SymbolFileOf(std::string(1011, 'x')).size(), 1023U);
+    EXPECT_EQ(SymbolFileOf(std::string(1012, 'x')), "");
+    EXPECT_EQ(SymbolFileOf(""), "");
+}
+
+}  // namespace

@@ -1,0 +1,94 @@
+#include "cpputils/include/returncodes.h"
+#include "cpputils/include/textconversion.h"
+#include "logger/logger.h"
+#include "platform/configuration.h"
+#include "platform/diskaccess.h"
+#include "platform/optionkeys.h"
+#include "platform/options.h"
+
+// Apart from the rest of Options: to make a directory they need the slave, which who only reads
+// the options does without.
+
+namespace {
+
+/** Puts the value into the software options file, or takes the key out if there is none. */
+int saveOption(const std::string& key, const Optional<std::string>& value) {
+    if (checkAndCreateDir(optionsDir) != 0) {
+        LOG_MESSAGE(ERROR, "UNABLE TO MAKE DIR %s", optionsDir.c_str());
+        return e_Error_NotFound;
+    }
+    const std::string path = optionsDir + softwareOptionsFile;
+    Configuration file;
+    file.load(path, true);  // a missing file is an empty one
+    if (value.exists()) {
+        file.setValue(key, value.data());
+    } else {
+        file.removeValue(key);
+    }
+    return file.save(path);
+}
+
+template <typename T>
+int SaveValue(const std::string& key, const T& value) {
+    return saveOption(key, Optional<std::string>(toString<T>(value)));
+}
+
+}  // namespace
+
+int Options::setAvailableMles(size_t count) const {
+    return count > i_maxMles ? e_Error_InvalidArgument : SaveValue(availableMlesKey, count);
+}
+
+int Options::setAvailableInputs(size_t count) const {
+    return count > i_maxInputs ? e_Error_InvalidArgument : SaveValue(availableInputsKey, count);
+}
+
+int Options::setSwitcherMode(e_SwitcherMode mode) const {
+    return i_availableSwitcherModes.count(mode) == 0
+               ? e_Error_InvalidArgument
+               : SaveValue(switcherModeKey, EnumConverter::EnumToVal(mode));
+}
+
+int Options::setLogToUSB(bool on) const {
+    return SaveValue(logToUSBKey, on);
+}
+
+int Options::setWebMediaAccess(bool on) const {
+    return SaveValue(webMediaAccessKey, on);
+}
+
+int Options::setFtpAccess(bool on) const {
+    return SaveValue(ftpAccessKey, on);
+}
+
+int Options::setQuibnetAccess(bool on) const {
+    return SaveValue(quibnetAccessKey, on);
+}
+
+int Options::setAutoDiscoveryOn(bool on) const {
+    return SaveValue(autoDiscoveryOnKey, on);
+}
+
+int Options::setRoleBasedControlAccess(unsigned level) const {
+    return SaveValue(roleBasedControlAccessKey, level);
+}
+
+int Options::setNumABU(unsigned count) const {
+    return SaveValue(numABUKey, count);
+}
+
+int Options::setNumConfAudioChannels(unsigned count) const {
+    return SaveValue(numConfAudioChannelsKey, count);
+}
+
+int Options::setAuthVRQConnections(int index, int value) const {
+    return SaveValue(authVRQConnectionsKey + toString<int>(index), value);
+}
+
+int Options::setVistrolName(const Optional<std::string>& name) const {
+    return saveOption(vistrolNameKey, name);
+}
+
+int Options::setRbacMasterPassword(const Optional<std::string>& password) const {
+    return saveOption(rbacMasterPasswordKey, password);
+}

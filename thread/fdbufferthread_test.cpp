@@ -1,0 +1,110 @@
+#include "thread/fdbufferthread.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <functional>
+#include <string>
+#include <thread>
+
+#include "tests/support/child.h"
+#include "tests/support/descriptors.h"
+
+using testing::HasSubstr;
+using testsupport::CountDescriptors;
+using testsupport::LimitDescriptors;
+using testsupport::RunInChild;
+
+namespace {
+
+constexpr int BeyondSelect = 1500;
+
+std::string EveryByte() {
+    std::string bytes;
+    for (int byte = 0; byte <= 0xFF; ++byte) {
+        bytes.push_back(static_cast<char>(byte));
+    }
+    return bytes;
+}
+
+TEST(FDBufferThread, KeepsEveryByteOfADescriptorOfAnyNumber) {
+    LimitDescriptors(BeyondSelect + 1);
+    PipeEnds stream;
+    ASSERT_EQ(stream.create(), 0);
+    ASSERT_EQ(dup2(stream.readEnd(), BeyondSelect), BeyondSelect);
+    const std::string bytes = EveryByte();
+    {
+        FDBufferThread buffer(BeyondSelect);
+        EXPECT_EQ(buffer.start(), 0);
+        const auto descriptors = CountDescriptors();
+        EXPECT_EQ(buffer.start(), -1);
+        EXPECT_EQ(CountDescriptors(), descriptors);
+        ASSERT_EQ(write(stream.writeEnd(), bytes.data(), bytes.size()),
+                  static_cast<ssize_t>(bytes.size()));
+        while (buffer.getText().size() < bytes.size()) {
+            EXPECT_EQ(bytes.rfind(buffer.getText(), 0), 0U);
+            std::this_thread::yield();
+        }
+        stream.closeWrite();
+        EXPECT_EQ(buffer.join(nullptr), 0);
+        EXPECT_EQ(buffer.getText(), bytes);
+        EXPECT_EQ(buffer.getBytes(), std::list<char>(bytes.begin(), bytes.end()));
+    }
+    EXPECT_EQ(close(BeyondSelect), 0);  // it was borrowed
+}
+
+TEST(FDBufferThread, StopsWhereverTheStreamIs) {
+    const auto descriptors = CountDescriptors();
+    for (const bool ended : {false, true}) {
+        PipeEnds stream;
+        ASSERT_EQ(stream.create(), 0);
+        FDBufferThread buffer(stream.readEnd());
+        EXPECT_EQ(buffer.stop(), -1);
+        EXPECT_EQ(buffer.start(), 0);
+        if (ended) {
+            stream.closeWrite();
+        }
+        EXPECT_EQ(buffer.stop(), 0);
+        EXPECT_EQ(buffer.stop(), -1);
+        EXPECT_FALSE(buffer.isCreated());
+        EXPECT_EQ(buffer.start(), 0);  // the destructor stops it
+    }
+    EXPECT_EQ(CountDescriptors(), descriptors);
+}
+
+TEST(FDBufferThread, TellsWhatEndedItEarly) {
+    const struct {
+        const char* line;
+        std::function<void(FDBufferThread&)> body;
+    } cases[] = {
+        {"Unknown Command FFFFFF80",
+         [](FDBufferThread& buffer) {
+             const int nextDescriptor = dup(STDOUT_FILENO);
+             close(nextDescriptor);
+             buffer.start();  // its pipe takes the next two
+             const unsigned char command = 0x80;
+             (void)write(nextDescriptor + 1, &command, 1);
+             buffer.join(nullptr);
+         }},
+        {"select failed (Bad file descriptor)",
+         [](FDBufferThread&) {
+             FDBufferThread onClosed(BeyondSelect);
+             onClosed.start();
+             onClosed.join(nullptr);
+         }},
+    };
+    for (const auto& c : cases) {
+        const std::string out = RunInChild([&] {
+                                    PipeEnds stream;
+                                    stream.create();
+                                    FDBufferThread buffer(stream.readEnd());
+                                    c.body(buffer);
+                                }).out;
+        EXPECT_THAT(out, HasSubstr(std::string("\"") + c.line + "\" at thread/fdbufferthread"));
+        EXPECT_THAT(out, HasSubstr("S: WARNING T: "));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,129 @@
+#include "thread/interruptthread.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "cpputils/include/returncodes.h"
+#include "tests/support/child.h"
+#include "tests/support/descriptors.h"
+
+using testsupport::CountDescriptors;
+
+namespace {
+
+constexpr int NoByte = -1;
+
+/** Both sides of the thread, noting what it does to them. */
+class FarSides : public InterruptAction, public Interrupter {
+  public:
+    /** Writes `byte` as soon as it has where to. */
+    explicit FarSides(int byte = NoByte) : i_byte(byte) {}
+
+    void interrupt() override { calls += "interrupt "; }
+    void timeout() override { calls += "timeout "; }
+    void commandFinished() override {}
+    void attachInterruptFd(int fd) override {
+        i_fd = fd;
+        if (i_byte != NoByte) {
+            EXPECT_EQ(WriteByte(fd, static_cast<unsigned char>(i_byte)), 0);
+        }
+    }
+    void detachInterruptFd(int fd) override {
+        EXPECT_EQ(fd, i_fd);
+        calls += "detach";
+        detached.post();
+    }
+
+    std::string calls;
+    SemT<EveryThreadCanBlockPolicy> detached{0};
+
+  private:
+    const int i_byte;
+    int i_fd = -1;
+};
+
+TEST(InterruptThread, EndsByTheFirstEvent) {
+    constexpr timeval Brief = {0, 1000};
+    constexpr timeval negative = {0, -1};
+    const struct {
+        int byte;
+        const timeval* timeout;
+        int rc;
+        const char* message;
+        const char* calls;
+    } cases[] = {
+        {InterruptMark, nullptr, -1, "Interrupted", "interrupt detach"},
+        {TimeoutMark, nullptr, e_Error_Timeout, "Timeout Occured", "timeout detach"},
+        {'x', nullptr, -1, "Interrupted - Unknown Failure", "interrupt detach"},
+        {NoByte, &Brief, e_Error_Timeout, "Timeout Occured", "timeout detach"},
+        {NoByte, &negative, -1, "Select failed (Invalid argument)", "detach"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.message);
+        const auto descriptors = CountDescriptors();
+        FarSides sides(c.byte);
+        InterruptThread thread(&sides, &sides, c.timeout);
+        EXPECT_EQ(thread.start(), 0);
+        sides.detached.wait();
+        EXPECT_EQ(thread.stop(), 0);
+        EXPECT_EQ(thread.rc(), c.rc);
+        EXPECT_EQ(thread.message(), c.message);
+        EXPECT_EQ(sides.calls, c.calls);
+        EXPECT_EQ(CountDescriptors(), descriptors);
+    }
+}
+
+TEST(InterruptThread, StopsBeforeAnyEvent) {
+    FarSides sides;
+    InterruptThread thread(&sides, &sides, nullptr);
+    EXPECT_EQ(thread.stop(), -1);
+    EXPECT_EQ(thread.start(), 0);
+    EXPECT_EQ(thread.start(), -1);
+    EXPECT_EQ(thread.stop(), 0);
+    EXPECT_EQ(thread.rc(), 0);
+    EXPECT_EQ(sides.calls, "detach");
+}
+
+TEST(InterruptThread, BorrowsTheDescriptorItIsGiven) {
+    constexpr int BeyondSelect = 1500;
+    testsupport::LimitDescriptors(BeyondSelect + 1);
+    PipeEnds marks;
+    ASSERT_EQ(marks.create(), 0);
+    ASSERT_EQ(dup2(marks.readEnd(), BeyondSelect), BeyondSelect);
+    FarSides sides;
+    {
+        InterruptThread stopped(&sides, BeyondSelect);
+        EXPECT_EQ(stopped.start(), 0);
+    }  // the destructor stops it
+    EXPECT_EQ(sides.calls, "");
+
+    class Waking : public InterruptAction {
+      public:
+        void interrupt() override { interrupted.post(); }
+        void timeout() override {}
+        SemT<EveryThreadCanBlockPolicy> interrupted{0};
+    } action;
+    InterruptThread broken(&action, BeyondSelect);
+    marks.closeWrite();
+    EXPECT_EQ(broken.start(), 0);
+    action.interrupted.wait();
+    EXPECT_EQ(broken.stop(), 0);
+    EXPECT_EQ(broken.message(), "Interrupted - Unknown Failure");
+    EXPECT_EQ(close(BeyondSelect), 0);
+}
+
+TEST(InterruptThread, CanBeStoppedWithoutAPipe) {
+    const auto child = testsupport::RunInChild([] {
+        FarSides sides;
+        InterruptThread thread(&sides, &sides, nullptr);
+        testsupport::LimitDescriptors(0);
+        thread.start();
+        printf("%d ", thread.stop());
+        printf("%d %s %d", thread.rc(), thread.message().c_str(), thread.stop());
+    });
+    EXPECT_EQ(child.out, "0 -1 Could not create Pipes -1");
+}
+
+}  // namespace

@@ -1,0 +1,80 @@
+#include "thread/pipeends.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "cpputils/include/pipeio.h"
+
+namespace {
+
+void CloseEnd(int& fd) {
+    if (fd != -1) {
+        const int savedErrno = errno;
+        ::close(fd);
+        errno = savedErrno;
+        fd = -1;
+    }
+}
+
+/** Moves the descriptor above the standard ones; -1 with errno set, and the old one stays. */
+int Raise(int& fd) {
+    if (fd > STDERR_FILENO) {
+        return 0;
+    }
+    const int raised = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (raised == -1) {
+        return -1;
+    }
+    CloseEnd(fd);
+    fd = raised;
+    return 0;
+}
+
+}  // namespace
+
+int PipeEnds::create() {
+    close();
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) == -1) {
+        return -1;
+    }
+    i_read = ends[0];
+    i_write = ends[1];
+    if (Raise(i_read) == -1 || Raise(i_write) == -1) {
+        close();
+        return -1;
+    }
+    return 0;
+}
+
+void PipeEnds::closeRead() {
+    CloseEnd(i_read);
+}
+
+void PipeEnds::closeWrite() {
+    CloseEnd(i_write);
+}
+
+void PipeEnds::close() {
+    closeRead();
+    closeWrite();
+}
+
+int WriteByte(int fd, unsigned char byte) {
+    const SigPipeGuard guard;
+    const ssize_t written = write(fd, &byte, 1);
+    if (written < 0) {
+        return errno;
+    }
+    return written == 1 ? 0 : EIO;
+}
+
+int ReadByte(int fd, unsigned char& byte) {
+    const ssize_t count = read(fd, &byte, 1);
+    if (count < 0) {
+        return errno;
+    }
+    return count == 1 ? 0 : EPIPE;
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+/**
+ * An anonymous pipe and its two descriptors, which it owns; -1 is a closed end. Neither end is a
+ * standard descriptor, even in a process that was started without these, and both are closed on
+ * exec. No locking: the owner sees to it who closes and who uses an end.
+ */
+class PipeEnds {
+  public:
+    PipeEnds() = default;
+    ~PipeEnds() { close(); }
+    PipeEnds(const PipeEnds&) = delete;
+    PipeEnds& operator=(const PipeEnds&) = delete;
+
+    /** Closes what is open, then makes a new pipe. 0, or -1 with errno set and both ends closed. */
+    int create();
+    void closeRead();
+    void closeWrite();
+    void close();
+
+    int readEnd() const { return i_read; }
+    int writeEnd() const { return i_write; }
+
+  private:
+    int i_read = -1;
+    int i_write = -1;
+};
+
+/**
+ * One byte in one call. 0 or an error number: a reader that is gone is EPIPE and raises no SIGPIPE,
+ * the end of the stream is EPIPE too, and then `byte` stays as it is.
+ */
+int WriteByte(int fd, unsigned char byte);
+int ReadByte(int fd, unsigned char& byte);

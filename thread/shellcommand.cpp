@@ -1,0 +1,201 @@
+#include "thread/shellcommand.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <memory>
+
+#include "cpputils/include/pipeio.h"
+#include "thread/childprocess.h"
+#include "thread/fdbufferthread.h"
+#include "thread/interruptthread.h"
+#include "thread/pipeends.h"
+
+namespace {
+
+constexpr pid_t NoProcess = -1;
+
+/** Ends the command's process group, in order and then for good. */
+class InterruptProcess : public InterruptAction {
+  public:
+    void setProcess(pid_t process) { i_process = process; }
+    void interrupt() override { endGroup(); }
+    void timeout() override { endGroup(); }
+
+    void killGroup() const { signalGroup(SIGKILL); }
+
+  private:
+    void endGroup() const {
+        constexpr unsigned GraceSeconds = 1;
+        signalGroup(SIGTERM);
+        sleep(GraceSeconds);
+        signalGroup(SIGKILL);
+    }
+
+    /** Below 2 there is no command, and the negated number would address far more than one. */
+    void signalGroup(int signal) const {
+        if (i_process >= 2) {
+            kill(-i_process, signal);
+        }
+    }
+
+    pid_t i_process = NoProcess;
+};
+
+/** One output of the command: the pipe that it writes to, and the thread that drains it. */
+struct Capture {
+    PipeEnds pipe;
+    std::unique_ptr<FDBufferThread> thread;
+
+    int start() {
+        pipe.closeWrite();
+        thread = std::make_unique<FDBufferThread>(pipe.readEnd());
+        return thread->start();
+    }
+    bool joinFails() const {
+        return thread != nullptr && thread->isCreated() && thread->join(nullptr) != 0;
+    }
+};
+
+/** One command under way. A step that fails notes why; `finish` is right after any of them. */
+class ShellCommand {
+  public:
+    ShellCommand(const std::string& command, int interruptFd, bool capture)
+        : i_command(command), i_interruptFd(interruptFd), i_capture(capture) {}
+
+    SystemCaller::RC run() {
+        if (createPipes() && forkShell()) {
+            if (startCapture() && startInterrupt()) {
+                waitForShell();
+            } else {
+                killShell();
+            }
+        }
+        finish();
+        return i_result;
+    }
+
+  private:
+    bool createPipes();
+    bool forkShell();
+    [[noreturn]] void becomeShell();
+    bool startCapture();
+    bool startInterrupt();
+    void waitForShell();
+    void killShell();
+    void finish();
+    void collect();
+    bool fail(const std::string& text);
+
+    const std::string& i_command;
+    const int i_interruptFd;
+    const bool i_capture;
+    SystemCaller::RC i_result;
+    std::string i_failure;
+    Capture i_output;
+    Capture i_error;
+    pid_t i_child = NoProcess;
+    InterruptProcess i_action;
+    std::unique_ptr<InterruptThread> i_interrupt;
+};
+
+bool ShellCommand::fail(const std::string& text) {
+    i_result.localRC = -1;
+    i_failure += text;
+    return false;
+}
+
+bool ShellCommand::createPipes() {
+    if (i_capture && (i_output.pipe.create() != 0 || i_error.pipe.create() != 0)) {
+        return fail("Could not create Pipes");
+    }
+    return true;
+}
+
+bool ShellCommand::forkShell() {
+    i_child = fork();
+    if (i_child == 0) {
+        becomeShell();
+    }
+    if (i_child == NoProcess) {
+        return fail(std::string("Could not fork a process (") + strerror(errno) + ")");
+    }
+    // The child does the same: whoever comes first, the group is there before anybody signals it.
+    setpgid(i_child, i_child);
+    i_action.setProcess(i_child);
+    return true;
+}
+
+/** In the child: nothing here may allocate or lock. */
+void ShellCommand::becomeShell() {
+    if (i_capture) {
+        dup2(i_output.pipe.writeEnd(), STDOUT_FILENO);
+        dup2(i_error.pipe.writeEnd(), STDERR_FILENO);
+    }
+    CloseAllExcept(-1, -1);
+    setpgrp();
+    ResetSignals();
+    execl("/bin/sh", "sh", "-c", i_command.c_str(), static_cast<char*>(nullptr));
+    EndFailedExec();
+}
+
+bool ShellCommand::startCapture() {
+    if (i_capture && (i_output.start() != 0 || i_error.start() != 0)) {
+        return fail("Could not start the capture threads");
+    }
+    return true;
+}
+
+bool ShellCommand::startInterrupt() {
+    i_interrupt = std::make_unique<InterruptThread>(&i_action, i_interruptFd);
+    return i_interrupt->start() == 0 || fail("Could not start the interrupt thread");
+}
+
+void ShellCommand::waitForShell() {
+    if (waitpid(i_child, &i_result.commandRC, 0) != i_child) {
+        fail("Could not wait for the child process");
+    }
+}
+
+/** Nobody could interrupt it, and its output would have nobody to end it: it must not run on. */
+void ShellCommand::killShell() {
+    i_action.killGroup();
+    waitpid(i_child, nullptr, 0);
+}
+
+void ShellCommand::finish() {
+    if (i_interrupt != nullptr && i_interrupt->isCreated() && i_interrupt->stop() != 0) {
+        fail("Could not stop InterruptThread");
+    }
+    if (i_output.joinFails()) {
+        fail("Could not wait for outThread");
+    }
+    if (i_error.joinFails()) {
+        fail("Could not wait for errThread");
+    }
+    if (i_result.localRC == 0 && i_interrupt != nullptr) {
+        i_result.localRC = i_interrupt->rc();
+        i_failure += i_interrupt->message();
+    }
+    collect();
+    sync();
+    if (i_result.localRC != 0) {
+        i_result.stderr = i_failure;
+    }
+}
+
+void ShellCommand::collect() {
+    if (i_output.thread != nullptr && i_error.thread != nullptr) {
+        i_result.stdout = i_output.thread->getText();
+        i_result.stderr = i_error.thread->getText();
+    }
+}
+
+}  // namespace
+
+SystemCaller::RC RunShellCommand(const std::string& command, int interruptFd, bool capture) {
+    return ShellCommand(command, interruptFd, capture).run();
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+/**
+ * The command loop of the slave program: takes commands from `readFd`, runs each with
+ * RunShellCommand, and writes its result to `writeFd`. Both are closed at the end.
+ *
+ *     master: command    -> slave: runs it; a mark, FF or FE, breaks it off
+ *     slave:  'A'        -> master: stops sending marks, and echoes the byte
+ *     slave:  drops late marks up to the echo, then sends localRC, commandRC, stdout, stderr
+ *
+ * Returns 1 when the master is gone or the link is broken, after saying so at ERROR: there is no
+ * other end.
+ */
+int SlaveAppProcessCommands(int readFd, int writeFd);

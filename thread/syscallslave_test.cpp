@@ -1,0 +1,115 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "cpputils/include/pipeio.h"
+#include "tests/support/child.h"
+#include "tests/support/testdirectory.h"
+#include "thread/childprocess.h"
+#include "thread/pipeends.h"
+
+namespace {
+
+[[noreturn]] void BecomeSlave(const std::string& readFd, const std::string& writeFd) {
+    execl(SYSCALLSLAVE, SYSCALLSLAVE, readFd.c_str(), writeFd.c_str(), nullptr);
+    EndFailedExec();
+}
+
+/** The slave program, with the bytes of its two pipes at hand. */
+class Slave {
+  public:
+    Slave() {
+        EXPECT_EQ(i_commands.create() + i_results.create(), 0);
+        i_pid = fork();
+        if (i_pid == 0) {
+            KeepOnExec(i_commands.readEnd());
+            KeepOnExec(i_results.writeEnd());
+            BecomeSlave(std::to_string(i_commands.readEnd()), std::to_string(i_results.writeEnd()));
+        }
+        i_commands.closeRead();
+        i_results.closeWrite();
+    }
+
+    void send(const std::string& bytes) {
+        EXPECT_EQ(write(i_commands.writeEnd(), bytes.data(), bytes.size()),
+                  static_cast<ssize_t>(bytes.size()));
+    }
+    std::string receive(size_t count) {
+        std::string bytes;
+        unsigned char byte = 0;
+        while (bytes.size() < count && ReadByte(i_results.readEnd(), byte) == 0) {
+            bytes.push_back(static_cast<char>(byte));
+        }
+        return bytes;
+    }
+    void leave() {
+        i_commands.close();
+        i_results.close();
+    }
+    int wait() const {
+        int status = -1;
+        EXPECT_EQ(waitpid(i_pid, &status, 0), i_pid);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+  private:
+    PipeEnds i_commands;
+    PipeEnds i_results;
+    pid_t i_pid;
+};
+
+std::string Number(unsigned value) {
+    return {reinterpret_cast<const char*>(&value), sizeof value};
+}
+
+std::string Text(const std::string& text) {
+    return Number(static_cast<unsigned>(text.size())) + text;
+}
+
+TEST(SyscallSlave, SpeaksTheProtocolAndDropsLateMarks) {
+    Slave slave;
+    const std::string result = Number(0) + Number(3 << 8) + Text("out") + Text("error");
+    for (const char* echo : {"A", "\xFE\xFF\xFEz", "A"}) {
+        slave.send(Text("printf out; printf error >&2; exit 3"));
+        EXPECT_EQ(slave.receive(1), "A");
+        slave.send(echo);
+        EXPECT_EQ(slave.receive(result.size()), result);
+    }
+    slave.leave();
+    EXPECT_EQ(slave.wait(), 1);
+}
+
+TEST(SyscallSlave, TakesTheCommandWithItWhenTheMasterGoes) {
+    const testsupport::TestDirectory directory;
+    const std::string fifo = directory.path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), S_IRWXU), 0);
+    Slave slave;
+    slave.send(Text("exec 5>" + fifo + "; echo up >&5; sleep 60 & sleep 60"));
+    std::ifstream command(fifo);
+    std::string line;
+    EXPECT_TRUE(std::getline(command, line));
+    slave.leave();
+    EXPECT_FALSE(std::getline(command, line));  // when nothing of the group is left
+    EXPECT_EQ(slave.wait(), 1);
+}
+
+TEST(SyscallSlave, RefusesWrongArguments) {
+    const struct {
+        const char* first;
+        const char* second;
+    } cases[] = {{"3", ""}, {"x", "4"}, {"3", "4x"}, {"-1", "4"}, {"3", "4294967299"}};
+    for (const auto& c : cases) {
+        const auto child = testsupport::RunInChild([&] { BecomeSlave(c.first, c.second); });
+        EXPECT_EQ(child.exitValue, 2) << c.first << ' ' << c.second;
+        EXPECT_THAT(child.err, testing::StartsWith("usage: "));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <sys/time.h>
+#include <sys/types.h>
+
+#include <string>
+
+#include "cpputils/include/thread/policies.h"
+#include "thread/interruptthread.h"
+#include "thread/pipeends.h"
+#include "thread/pmutex.h"
+
+/**
+ * Runs shell commands, one at a time, for this whole process.
+ *
+ * It never forks a shell itself: a small slave program, syscallslave, runs at the lowest priority,
+ * is sent each command down a pipe, runs it with /bin/sh in a process group of its own, and sends
+ * back the status and the whole output. The slave starts with the first command, is replaced when
+ * it can't be reached, and is ended at exit.
+ *
+ *     no slave --initialize, exec--> slave running --destroy, broken link--> no slave
+ *
+ * Any thread but a time-critical one may call; a caller waits for the commands before its own, and
+ * then for the end of its own and of everything that holds the command's output open. A background
+ * process that has redirected its output is waited for by nobody and lives on.
+ */
+class SystemCaller {
+  public:
+    /** What a command came to. */
+    struct RC {
+        /**
+         * 0, or a failure of the machinery: -1, also for an interrupted command, e_Error_Timeout,
+         * e_Error_NotInitialized.
+         */
+        int localRC = 0;
+        /** The status as waitpid gives it: the exit value 3 is 768. */
+        int commandRC = 0;
+        std::string stdout;
+        /** The command's, or with a localRC the description of that failure. */
+        std::string stderr;
+    };
+
+    SystemCaller(const SystemCaller&) = delete;
+    SystemCaller& operator=(const SystemCaller&) = delete;
+
+    /** Built on first use; destroyed, and the slave with it, at exit. */
+    static SystemCaller& instance();
+
+    /**
+     * Starts the slave, in place of a running one. It is the program syscallslave in the directory
+     * part of `path`; without a slash it is looked for in PATH. A slave that can't start shows only
+     * with the first command.
+     */
+    void initialize(const std::string& path);
+    /** Ends the slave, which takes a second. */
+    void destroy();
+
+    /**
+     * Runs one command and waits for it. `interrupter` and `timeout`, both borrowed, may be null;
+     * they break the command off. When the link to the slave fails, the slave is ended, and the
+     * next command starts another.
+     */
+    RC exec(const std::string& command, Interrupter* interrupter, const timeval* timeout);
+    /** These return localRC or, if that is 0, commandRC, and log what isn't 0. */
+    int execLogged(const std::string& command);
+    int execTimed(const std::string& command, int seconds, Interrupter* interrupter);
+    /**
+     * Runs the command again, up to `retries` more times, as long as it times out; without limit if
+     * `retries` is negative. The last run's result.
+     */
+    RC execRetry(const std::string& command, const timeval* timeout, int retries);
+    int execRetryLogged(const std::string& command, int seconds, int retries);
+
+  private:
+    using Lock = PMutexT<CriticalThreadCantBlockPolicy>;
+
+    SystemCaller();
+    ~SystemCaller();
+
+    [[noreturn]] void becomeSlave(const char* readFd, const char* writeFd);
+    int runCommand(const std::string& command, Interrupter* interrupter, const timeval* timeout,
+                   RC& result);
+    bool sendCommand(const std::string& command);
+    int awaitEnd(Interrupter* interrupter, const timeval* timeout, RC& result);
+    int fetchResult(unsigned char acknowledge, RC& result);
+
+    /** Recursive: exec calls initialize and destroy, which take it too. */
+    Lock i_lock;
+    pid_t i_slavePid = -1;
+    /** The pipes and the slave stand. */
+    bool i_initialized = false;
+    std::string i_slavePath;
+    /** Master to slave, and slave to master. */
+    PipeEnds i_commandPipe;
+    PipeEnds i_resultPipe;
+};
+
+/** localRC or, if that is 0, commandRC; what isn't 0 is logged with the command and its output. */
+int LogAndReturnInt(const SystemCaller::RC& result, const std::string& command);

@@ -1,0 +1,241 @@
+#include "thread/systemcaller.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include "cpputils/include/returncodes.h"
+#include "tests/support/child.h"
+#include "tests/support/descriptors.h"
+#include "tests/support/testdirectory.h"
+#include "thread/threadregistrar.h"
+
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testsupport::CountDescriptors;
+using testsupport::CountEntries;
+using testsupport::RunInChild;
+using testsupport::TestDirectory;
+
+namespace {
+
+// These come first: they are about a caller that has no slave yet.
+
+TEST(SystemCaller, LeavesNothingOverWithoutASlave) {
+    const auto noPipes = RunInChild([] {
+        const auto descriptors = CountDescriptors();
+        PipeEnds next;
+        next.create();
+        const auto limit = static_cast<rlim_t>(next.writeEnd()) + 2;  // a pipe and a half
+        next.close();
+        testsupport::LimitDescriptors(limit);
+        bool right = true;
+        for (int i = 0; i < 20; ++i) {
+            right &= SystemCaller::instance().execLogged("true") == e_Error_NotInitialized;
+        }
+        testsupport::LimitDescriptors(limit + 10);  // to count them
+        exit(right && CountDescriptors() == descriptors ? 0 : 1);
+    });
+    EXPECT_EQ(noPipes.exitValue, 0);
+    for (const char* line :
+         {"ERROR T: p:[0-9]+ \"Could not create SystemCaller pipes\"",
+          "CRITICAL T: p:[0-9]+ \"SystemCaller cannot be initialized\"",
+          "WARNING T: p:[0-9]+ \"Syscall: true failed. localRC: 61186 commandRC: 0\"",
+          "WARNING T: p:[0-9]+ \"stderr: SystemCaller cannot be initialized\""}) {
+        EXPECT_THAT(noPipes.out, ContainsRegex(line));
+    }
+
+    const auto noSlave = RunInChild([] {
+        SystemCaller::instance().initialize("/no such directory/program");
+        const SystemCaller::RC result = SystemCaller::instance().exec("true", nullptr, nullptr);
+        SystemCaller::instance().destroy();
+        exit(result.localRC == -1 && waitpid(-1, nullptr, WNOHANG) == -1 ? 0 : 1);
+    });
+    EXPECT_EQ(noSlave.exitValue, 0);
+}
+
+TEST(SystemCaller, NeitherLocksNorLogsTooLateAndStopsACriticalThread) {
+    const auto unused = RunInChild([] {
+        SystemCaller::instance();
+        exit(0);
+    });
+    EXPECT_EQ(unused.exitValue, 0) << unused.err;
+    EXPECT_THAT(unused.out, HasSubstr("S: CRITICAL T: p:"));
+    EXPECT_THAT(unused.out, HasSubstr("\"Destroying slave process\" at thread/systemcaller.cpp:"));
+
+    const auto critical = RunInChild([] {
+        ThreadRegistrar::instance().registerFieldMain(0);
+        SystemCaller::instance().exec("true", nullptr, nullptr);
+    });
+    EXPECT_EQ(critical.signal, SIGABRT);
+    EXPECT_THAT(critical.out, HasSubstr("ASSERT_BLOCKABLE_THREAD Failed"));
+}
+
+/** The caller with the slave of this build. */
+SystemCaller& Caller() {
+    static SystemCaller& caller = [&]() -> SystemCaller& {
+        SystemCaller::instance().initialize(SYSCALLSLAVE);
+        return SystemCaller::instance();
+    }();
+    return caller;
+}
+
+SystemCaller::RC Exec(const std::string& command) {
+    return Caller().exec(command, nullptr, nullptr);
+}
+
+/** Writes `mark` when the command opens the fifo and writes to it. */
+class MarkOnFifo : public Interrupter {
+  public:
+    MarkOnFifo(unsigned char mark, const std::string& fifo) : i_mark(mark), i_fifo(fifo) {}
+    void attachInterruptFd(int fd) override {
+        std::string line;
+        std::getline(std::ifstream(i_fifo) >> std::ws, line);
+        EXPECT_EQ(WriteByte(fd, i_mark), 0);
+    }
+    void detachInterruptFd(int /*fd*/) override {}
+    void commandFinished() override { ++finished; }
+
+    int finished = 0;
+
+  private:
+    const unsigned char i_mark;
+    const std::string i_fifo;
+};
+
+/** As a host may have them that handles signals in its own way. */
+void StartSlaveWithSignalsOff() {
+    sigset_t all;
+    sigset_t previous;
+    sigfillset(&all);
+    sigprocmask(SIG_BLOCK, &all, &previous);
+    signal(SIGPIPE, SIG_IGN);
+    signal(SIGCHLD, SIG_IGN);
+    Caller();
+    signal(SIGCHLD, SIG_DFL);
+    signal(SIGPIPE, SIG_DFL);
+    sigprocmask(SIG_SETMASK, &previous, nullptr);
+}
+
+TEST(SystemCaller, BringsBackStatusAndOutputOfACommandThatStartsClean) {
+    StartSlaveWithSignalsOff();
+    const std::string big(100'000, 'x');
+    const std::string printBig = "head -c 100000 /dev/zero | tr '\\0' x";
+    const struct {
+        std::string command;
+        int commandRC;
+        std::string out;
+        std::string err;
+    } cases[] = {
+        {"", 0, "", ""},
+        {"printf out; printf err >&2; exit 3", 768, "out", "err"},
+        {"kill -TERM $$", SIGTERM, "", ""},
+        {"printf 'a\\0\\377b'", 0, std::string("a\0\377b", 4), ""},
+        {printBig + " & " + printBig + " >&2; wait", 0, big, big},
+        {"yes | head -1", 0, "y\n", ""},
+        {"nice; cut -d' ' -f5 /proc/$$/stat | grep -qx $$ && echo leader", 0, "19\nleader\n", ""},
+        {"ls -x /proc/self/fd", 0, "0  1  2  3\n", ""},
+        {"while kill -0 $$; do :; done 2>/dev/null && echo late & echo early", 0, "early\nlate\n",
+         ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.command);
+        const SystemCaller::RC result = Exec(c.command);
+        EXPECT_EQ(result.localRC, 0);
+        EXPECT_EQ(result.commandRC, c.commandRC);
+        EXPECT_EQ(result.stdout, c.out);
+        EXPECT_EQ(result.stderr, c.err);
+    }
+    const pid_t background = atoi(Exec("sleep 60 >/dev/null 2>&1 & echo $!").stdout.c_str());
+    EXPECT_EQ(kill(background, SIGKILL), 0);  // lives on; 0 would fail, as this is no group leader
+}
+
+TEST(SystemCaller, BreaksOffTheWholeGroupAndKeepsTheOutput) {
+    const TestDirectory directory;
+    const std::string fifo = directory.path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), S_IRWXU), 0);
+    const struct {
+        unsigned char mark;
+        const char* message;
+        int localRC;
+    } cases[] = {
+        {InterruptMark, "Interrupted", -1},
+        {TimeoutMark, "Timeout Occured", e_Error_Timeout},
+    };
+    int finished = 0;
+    for (const auto& c : cases) {
+        MarkOnFifo interrupter(c.mark, fifo);
+        const SystemCaller::RC result = Caller().exec(
+            "trap '' TERM; echo kept; sleep 60 & echo up >" + fifo + "; sleep 60; sleep 60",
+            &interrupter, nullptr);
+        EXPECT_EQ(result.localRC, c.localRC);
+        EXPECT_EQ(result.commandRC, SIGKILL);
+        EXPECT_EQ(result.stdout, "kept\n");
+        EXPECT_EQ(result.stderr, c.message);
+        finished += interrupter.finished;
+    }
+    EXPECT_EQ(finished, 2);
+}
+
+TEST(SystemCaller, RepeatsACommandThatTimesOut) {
+    const TestDirectory directory;
+    const std::string runs = directory.path("runs");
+    constexpr timeval Brief = {0, 500'000};
+    // Under load a run may end before its first command; it is then repeated once more.
+    const std::string secondTimeGood =
+        "[ -e " + runs + " ] && exit 3; touch " + runs + "; sleep 60";
+    EXPECT_EQ(Caller().execRetry(secondTimeGood, &Brief, -1).commandRC, 768);
+
+    const auto result = Caller().execRetry("printf . >>" + runs + "; sleep 60", &Brief, 1);
+    EXPECT_EQ(result.localRC, e_Error_Timeout);
+    EXPECT_EQ(result.stderr, "Timeout Occured");
+    EXPECT_LE(directory.read("runs").size(), 2U);
+}
+
+TEST(SystemCaller, ReplacesASlaveThatDies) {
+    Caller();
+    const auto descriptors = CountDescriptors();
+    const pid_t slave = atoi(Exec("echo $PPID").stdout.c_str());
+    ASSERT_GT(slave, 1);
+    kill(slave, SIGKILL);
+    siginfo_t end = {};
+    ASSERT_EQ(waitid(P_PID, static_cast<id_t>(slave), &end, WEXITED | WNOWAIT), 0);
+    EXPECT_EQ(Exec("echo again").stdout, "again\n");
+
+    const SystemCaller::RC broken = Exec("kill -KILL $PPID");
+    EXPECT_EQ(broken.localRC, -1);
+    EXPECT_EQ(broken.stderr, "Pipe read failed 0 Success");
+    EXPECT_EQ(CountDescriptors(), descriptors - 2);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);  // no child, living or dead
+    EXPECT_EQ(Exec("exit 3").commandRC, 768);
+}
+
+TEST(SystemCaller, LeavesNothingOverAfterAThousandCommands) {
+    const std::string slave = Exec("printf %d $PPID").stdout;
+    const auto slaveDescriptors = CountEntries("/proc/" + slave + "/fd");
+    const auto descriptors = CountDescriptors();
+    const auto threads = CountEntries("/proc/" + slave + "/task") + CountEntries("/proc/self/task");
+    for (int i = 0; i < 1000; ++i) {
+        ASSERT_EQ(Caller().execTimed("", 600, nullptr), 0);
+    }
+    EXPECT_EQ(Exec("printf %d $PPID").stdout, slave);
+    EXPECT_EQ(CountEntries("/proc/" + slave + "/fd"), slaveDescriptors);
+    EXPECT_EQ(CountDescriptors(), descriptors);
+    std::string child;
+    std::ifstream("/proc/" + slave + "/task/" + slave + "/children") >> child;
+    EXPECT_EQ(child, "");
+    // A joined thread is listed until the kernel is done with it.
+    while (CountEntries("/proc/" + slave + "/task") + CountEntries("/proc/self/task") > threads) {
+        std::this_thread::yield();
+    }
+}
+
+}  // namespace
