@@ -1,22 +1,25 @@
 #include "companions/velnor_regs/number.h"
 
+#include <cctype>
+#include <charconv>
 #include <cstdio>
-#include <regex>
+#include <system_error>
 
 #include "companions/velnor_regs/failure.h"
 
 namespace regs {
 
 std::uint64_t NumberOf(const std::string& text, std::uint64_t largest) {
-    static const std::regex DECIMAL("[0-9]{1,18}");
-    static const std::regex HEXADECIMAL("0[xX][0-9a-fA-F]{1,15}");
-    const bool hexadecimal = std::regex_match(text, HEXADECIMAL);
-    if (!hexadecimal && !std::regex_match(text, DECIMAL)) {
+    const bool hexadecimal = text.size() > 2 && text[0] == '0' && std::tolower(text[1]) == 'x';
+    const char* const digits = text.data() + (hexadecimal ? 2 : 0);
+    const char* const end = text.data() + text.size();
+    std::uint64_t number = 0;
+    const auto [stop, error] = std::from_chars(digits, end, number, hexadecimal ? 16 : 10);
+    if (stop != end || error == std::errc::invalid_argument) {
         throw Failure(EXIT_WRONG_USAGE,
                       "\"" + text + "\" is no number; write decimal digits, or 0x and hexadecimal");
     }
-    const std::uint64_t number = std::stoull(text, nullptr, hexadecimal ? 16 : 10);
-    if (number > largest) {
+    if (error != std::errc() || number > largest) {
         throw Failure(EXIT_WRONG_USAGE, text + " is too large; at most " + HexText(largest));
     }
     return number;

@@ -1,9 +1,11 @@
 #include "companions/velnor_regs/path.h"
 
 #include <algorithm>
-#include <regex>
+#include <cctype>
+#include <charconv>
 #include <set>
 #include <sstream>
+#include <system_error>
 
 #include "companions/velnor_regs/failure.h"
 #include "companions/velnor_regs/nearest.h"
@@ -17,22 +19,44 @@ struct Step {
     std::vector<std::size_t> indices;
 };
 
+constexpr std::size_t MOST_STEPS = 4;
+
+/** Reads the indices of a step from its first bracket on. False for what are no indices. */
+bool ReadIndices(const char* at, const char* end, std::vector<std::size_t>& indices) {
+    while (at != end) {
+        std::size_t index = 0;
+        const auto [stop, error] = std::from_chars(at + 1, end, index);
+        if (*at != '[' || error != std::errc() || stop == end || *stop != ']') {
+            return false;
+        }
+        indices.push_back(index);
+        at = stop + 1;
+    }
+    return true;
+}
+
+bool ReadStep(const std::string& part, Step& step) {
+    const auto bracket = std::find(part.begin(), part.end(), '[');
+    step.name.assign(part.begin(), bracket);
+    const bool isName = std::all_of(step.name.begin(), step.name.end(), [](unsigned char c) {
+        return std::isalnum(c) != 0 || c == '_';
+    });
+    return !step.name.empty() && isName &&
+           ReadIndices(part.data() + step.name.size(), part.data() + part.size(), step.indices);
+}
+
 std::vector<Step> StepsOf(const std::string& text) {
-    static const std::regex WHOLE(R"(\w+(\[\d{1,9}\])*(\.\w+(\[\d{1,9}\])*){0,3})");
-    static const std::regex INDEX(R"(\[(\d+)\])");
-    if (!std::regex_match(text, WHOLE)) {
+    std::vector<Step> steps;
+    std::istringstream in(text + ".");
+    bool good = true;
+    for (std::string part; good && std::getline(in, part, '.');) {
+        steps.emplace_back();
+        good = ReadStep(part, steps.back());
+    }
+    if (!good || steps.size() > MOST_STEPS) {
         throw Failure(
             EXIT_WRONG_USAGE,
             "\"" + text + "\" is no path; write it as in sbuf.chip_misc[0].R_debug.value");
-    }
-    std::vector<Step> steps;
-    std::istringstream in(text);
-    for (std::string part; std::getline(in, part, '.');) {
-        Step step{part.substr(0, part.find('[')), {}};
-        for (std::sregex_iterator i(part.begin(), part.end(), INDEX), end; i != end; ++i) {
-            step.indices.push_back(std::stoul((*i)[1]));
-        }
-        steps.push_back(step);
     }
     return steps;
 }
