@@ -1,0 +1,128 @@
+/** What the pages of the atlas hold, against what the inspector says. */
+#include <gmock/gmock.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "tests/support/process.h"
+#include "tests/support/testdirectory.h"
+
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::Not;
+using testsupport::RunProcess;
+
+namespace {
+
+class VelnorAtlas : public testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_EQ(RunProcess(VELNOR_ATLAS, {ATLAS_PARTS, "pages"}, i_directory.path("")).exitValue,
+                  0);
+    }
+
+    std::string page(const std::string& name) const {
+        return i_directory.read("pages/" + name + ".html");
+    }
+    json dataOf(const std::string& name) const {
+        const std::string text = page(name);
+        const std::string mark = "<script type=\"application/json\" id=\"data\">";
+        const std::size_t start = text.find(mark) + mark.size();
+        return json::parse(text.substr(start, text.find("</script>", start) - start));
+    }
+    std::string regs(const std::vector<std::string>& arguments) const {
+        return RunProcess(VELNOR_REGS, arguments, i_directory.path("")).out;
+    }
+
+    testsupport::TestDirectory i_directory;
+};
+
+/** The place of element `i` of something that repeats. */
+unsigned At(const json& object, const char* first, unsigned i) {
+    return object[first].get<unsigned>() + i * object["step"].get<unsigned>();
+}
+
+/** Unfolds the groups into a line for each object. */
+class Lines {
+  public:
+    explicit Lines(const json& map) {
+        for (const json& group : map["groups"]) {
+            for (unsigned i = 0; i < group["count"]; ++i) {
+                i_group = " Domain_" + text(group, "domain") + " Group_" + text(group, "name") +
+                          " " + std::to_string(i);
+                i_text << "group" << i_group << hex(At(group, "address", i)) << '\n';
+                for (const json& member : group["members"]) {
+                    add(member, At(group, "address", i));
+                }
+            }
+        }
+    }
+    std::string str() const { return i_text.str(); }
+
+  private:
+    static std::string text(const json& object, const char* key) {
+        return object[key].get<std::string>();
+    }
+    static std::string hex(unsigned number) {
+        std::ostringstream text;
+        text << " 0x" << std::hex << number;
+        return text.str();
+    }
+    void add(const json& member, unsigned groupAddress) {
+        for (unsigned j = 0; j < member["count"]; ++j) {
+            const std::string owner =
+                i_group + " " + text(member, "name") + " " + std::to_string(j);
+            i_text << (member["memory"] ? "memory" : "register") << owner
+                   << hex(groupAddress + At(member, "offset", j));
+            if (member["memory"]) {
+                i_text << ' ' << member["words"];
+            }
+            i_text << '\n';
+            for (const json& field : member["fields"]) {
+                for (unsigned k = 0; k < field["count"]; ++k) {
+                    i_text << "field" << owner << ' ' << text(field, "name") << ' ' << k
+                           << hex(field["mask"]) << ' ' << At(field, "shift", k) << '\n';
+                }
+            }
+        }
+    }
+
+    std::string i_group;
+    std::ostringstream i_text;
+};
+
+TEST_F(VelnorAtlas, HoldsEveryObjectOfTheDesigns) {
+    std::vector<std::string> designs;
+    for (const char* name : {"mm_fcfs", "dve", "dve_2_5"}) {
+        const json map = dataOf(name);
+        const std::string lines = Lines(map).str();
+        for (const json& design : map["designs"]) {
+            designs.push_back(design);
+            EXPECT_TRUE(lines == regs({"dump", designs.back()})) << designs.back();
+        }
+        EXPECT_THAT(page(name), Not(HasSubstr("{{")));
+        EXPECT_THAT(page(name), Not(HasSubstr("src="))) << "whole in itself";
+    }
+    EXPECT_THAT(designs, testing::ElementsAre("mm_fcfs", "dve", "dve_3g", "dve_2_5", "dve_3g_2_5"));
+}
+
+TEST_F(VelnorAtlas, ComparesTheMapsAsTheInspectorDoes) {
+    const json overview = dataOf("index");
+    const char* names[] = {"mm_fcfs", "dve", "dve_2_5"};
+    for (const auto& [left, right] : {std::pair(0U, 1U), std::pair(0U, 2U), std::pair(1U, 2U)}) {
+        json expected = json::array();
+        for (const json& row : overview["differences"]) {
+            const json& values = row["values"];
+            if (values[left] != values[right] && values[left] != "" && values[right] != "") {
+                expected.push_back({{"path", row["path"]},
+                                    {names[left], values[left]},
+                                    {names[right], values[right]}});
+            }
+        }
+        const json answer = json::parse(regs({"diff", names[left], names[right], "--json"}));
+        EXPECT_EQ(answer["differences"], expected);
+        EXPECT_GT(expected.size(), 40U);
+    }
+}
+
+}  // namespace

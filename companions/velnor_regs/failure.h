@@ -1,0 +1,17 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace regs {
+
+/** Why a command ends early: one line for the user, with what to do, and the exit value. */
+struct Failure : std::runtime_error {
+    Failure(int value, const std::string& text) : std::runtime_error(text), exitValue(value) {}
+    int exitValue;
+};
+
+constexpr int EXIT_FINDING = 1;
+constexpr int EXIT_WRONG_USAGE = 2;
+
+}  // namespace regs

@@ -1,0 +1,59 @@
+#include "companions/velnor_regs/liveregion.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+#include "companions/velnor_regs/failure.h"
+
+namespace regs {
+
+namespace {
+
+constexpr char NAME[] = "/resource0";
+
+[[noreturn]] void Fail(int error) {
+    throw Failure(
+        EXIT_FINDING,
+        std::string("shared memory ") + NAME + ": " + std::generic_category().message(error) +
+            (error == ENOENT ? "; start what drives the card first" : "; check /dev/shm"));
+}
+
+void* MapWhole(int fd, bool writable) {
+    struct stat status = {};
+    if (fstat(fd, &status) != 0) {
+        return MAP_FAILED;
+    }
+    // Beyond the object's end an access would end the program.
+    if (static_cast<std::size_t>(status.st_size) < LiveRegion::SIZE) {
+        errno = ENODATA;
+        return MAP_FAILED;
+    }
+    return mmap(nullptr, LiveRegion::SIZE, writable ? PROT_READ | PROT_WRITE : PROT_READ,
+                MAP_SHARED, fd, 0);
+}
+
+}  // namespace
+
+LiveRegion::LiveRegion(bool writable) {
+    const int fd = shm_open(NAME, writable ? O_RDWR : O_RDONLY, 0);
+    if (fd < 0) {
+        Fail(errno);
+    }
+    i_base = MapWhole(fd, writable);
+    const int error = errno;
+    close(fd);
+    if (i_base == MAP_FAILED) {
+        Fail(error);
+    }
+}
+
+LiveRegion::~LiveRegion() {
+    munmap(i_base, SIZE);
+}
+
+}  // namespace regs

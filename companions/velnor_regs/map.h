@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "include/hwaccess.h"
+
+/**
+ * The register map of a design as its constructed objects tell it: where they lie, what they are
+ * called and in which order they were built. Addresses are bytes from the design's base.
+ */
+namespace regs {
+
+using RegisterObject = Register<VolatileAccessor, unsigned int>;
+using MemoryObject = Memory<VolatileAccessor, unsigned int>;
+using RegisterFieldObject = RegisterField<VolatileAccessor, unsigned int>;
+using MemoryFieldObject = MemoryField<VolatileAccessor, unsigned int>;
+
+/** The objects of one name, from element 0 on. Only names with more than one object repeat. */
+template <class Element>
+struct Series {
+    std::string name;
+    std::vector<Element> elements;
+
+    bool repeats() const { return elements.size() > 1; }
+};
+
+struct Field {
+    unsigned int mask;  // right-aligned
+    unsigned int shift;
+    // Whichever the field's owner is; the other is null.
+    RegisterFieldObject* registerObject;
+    MemoryFieldObject* memoryObject;
+};
+
+struct Member {
+    std::uintptr_t address;
+    std::size_t words;  // 1 for a register
+    // Whichever it is; the other is null.
+    RegisterObject* registerObject;
+    MemoryObject* memoryObject;
+    std::vector<Series<Field>> fields;
+
+    bool isMemory() const { return memoryObject != nullptr; }
+};
+
+/** An instance of a group. */
+struct Group {
+    std::uintptr_t address;
+    std::vector<Series<Member>> members;
+};
+
+struct Domain {
+    std::string name;
+    std::vector<Series<Group>> groups;
+};
+
+/**
+ * A design and its map. The map owns the design, whose objects live as long as it does. They name
+ * addresses from the base on, and touch nothing unless they are asked for a word.
+ */
+struct Map {
+    std::shared_ptr<void> design;
+    std::vector<Domain> domains;
+};
+
+/** The names of the five designs. */
+std::vector<std::string> DesignNames();
+
+/** A new design over `base` and its map. Throws Failure for a name that no design has. */
+Map OpenMap(const std::string& design, void* base);
+
+/** "31:22", or "22" for a single bit. */
+std::string BitsOf(const Field& field);
+/** "[3]", or nothing for what doesn't repeat. */
+std::string IndexOf(bool repeats, std::size_t element);
+/** "[0..7]", or nothing for what doesn't repeat. */
+template <class Element>
+std::string RangeOf(const Series<Element>& series) {
+    return series.repeats() ? "[0.." + std::to_string(series.elements.size() - 1) + "]" : "";
+}
+
+}  // namespace regs

@@ -1,0 +1,209 @@
+/** The inspector from outside. */
+#include <gmock/gmock.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "tests/support/privateshm.h"
+#include "tests/support/process.h"
+#include "tests/support/region.h"
+#include "tests/support/testdirectory.h"
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testsupport::ProcessResult;
+
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+class VelnorRegs : public testing::Test {
+  protected:
+    void SetUp() override { testsupport::UsePrivateSharedMemory(); }
+
+    ProcessResult run(const Arguments& arguments) const {
+        return testsupport::RunProcess(VELNOR_REGS, arguments, i_directory.path(""));
+    }
+    nlohmann::json answer(Arguments arguments) const {
+        arguments.emplace_back("--json");
+        return nlohmann::json::parse(run(arguments).out);
+    }
+
+    testsupport::TestDirectory i_directory;
+};
+
+/** FNV-1a. */
+std::uint64_t DigestOf(const std::string& text) {
+    std::uint64_t digest = 0xcbf29ce484222325;
+    for (const char c : text) {
+        digest = (digest ^ static_cast<unsigned char>(c)) * 0x100000001b3;
+    }
+    return digest;
+}
+
+TEST_F(VelnorRegs, DumpsAllObjectsInOrderOfConstruction) {
+    const std::pair<const char*, std::uint64_t> digests[] = {
+        {"mm_fcfs", 0xaf03f0130d58ccd4},    {"dve", 0x65358fdc23169fd2},
+        {"dve_3g", 0x65358fdc23169fd2},     {"dve_2_5", 0x393c8d57aea54233},
+        {"dve_3g_2_5", 0x393c8d57aea54233},
+    };
+    std::ptrdiff_t lines = 0;
+    for (const auto& [design, digest] : digests) {
+        const std::string dump = run({"dump", design}).out;
+        EXPECT_EQ(DigestOf(dump), digest) << design;
+        lines += std::count(dump.begin(), dump.end(), '\n');
+    }
+    EXPECT_EQ(lines, 27067);
+}
+
+/** The line of text that a dumped object stands for. */
+std::string LineOf(const nlohmann::json& object) {
+    std::ostringstream line;
+    line << object["kind"].get<std::string>();
+    for (const char* key : {"domain", "group", "instance", "member", "element", "field",
+                            "fieldElement", "address", "mask", "words", "shift"}) {
+        if (!object.contains(key)) {
+            continue;
+        }
+        const nlohmann::json& value = object[key];
+        line << ' ';
+        if (value.is_string()) {
+            line << value.get<std::string>();
+        } else if (key == std::string("address") || key == std::string("mask")) {
+            line << "0x" << std::hex << value.get<unsigned>() << std::dec;
+        } else {
+            line << value.get<unsigned>();
+        }
+    }
+    return line.str() + "\n";
+}
+
+TEST_F(VelnorRegs, SaysTheSameInJson) {
+    std::string text;
+    const nlohmann::json dump = answer({"dump", "dve"});
+    for (const nlohmann::json& object : dump["objects"]) {
+        text += LineOf(object);
+    }
+    EXPECT_EQ(text, run({"dump", "dve"}).out);
+    const nlohmann::json word = answer({"decode", "sbuf.chip_misc.R_misc_ctrl", "0x8a55"});
+    EXPECT_EQ(word["address"], 12);
+    EXPECT_EQ(word["unnamed"], 0x8000);
+    EXPECT_EQ(word["fields"][1]["field"], "aud_rate");
+    EXPECT_EQ(word["fields"][1]["value"], 10);
+    EXPECT_EQ(answer({"diff", "dve_2_5", "dve"})["differences"][0]["dve"], "0x780 x6+0x40");
+    EXPECT_THAT(answer({"diff", "dve", "dve_3g"})["differences"], IsEmpty());
+}
+
+struct RunCase {
+    Arguments arguments;
+    int exitValue;
+    /** A part of standard output, or of standard error where the exit value isn't 0. */
+    const char* text;
+};
+
+const RunCase RUN_CASES[] = {
+    {{"list"}, 0, "\ndve_3g_2_5  59          170     1564       251       3196\n"},
+    {{"list", "dve"}, 0, "\ndbuf.dve_hcoef                           0x2a000    8          0x800"},
+    {{"find", "FORMAT_DET_CTL.r_s"}, 0, "register  sbuf.format_det_ctl[0..5].R_select  0x784\n"},
+    {{"find", "vid_start.line", "--design", "dve"},
+     0,
+     "field  sbuf.format_det_ctl[0..5].R_vid_start.line[0..1]         0x7a4    10:0\n"},
+    {{"find", "shelf_statsu"}, 1, "did you mean sbuf.shelf_status, "},
+    {{"at", "--design", "dve", "0x2b596"},
+     0,
+     "memory  dbuf.dve_hcoef[2].hor_chroma_coef_dve[3][5]        0x2b594\n"},
+    {{"at", "104857728"}, 0, "ddr2.ddr2_memory[0].sodim[32]        0x6400080\n"},
+    {{"at", "0x6400080"}, 0, "ddr2.ddr2_memory[1].sodim[0]         0x6400080\n"},
+    {{"at", "0x34"},
+     1,
+     "below is sbuf.chip_misc[0].R_pmc_timeouts, above sbuf.clocks[0].R_PLLStatus\n"},
+    {{"at", "0x100000000"}, 2, "at most 0xffffffff"},
+    {{"at", "99999999999999999999"}, 2, "at most 0xffffffff"},
+    {{"at", "12a"}, 2, "no number"},
+    {{"at", "0x"}, 2, "no number"},
+    {{"show", "sbuf.chip_misc.R_DDR0_buff_stat"},
+     0,
+     "address: 0x18\n"
+     "bit   31   27   23   19   15   11   7    3\n"
+     "field cccc cccc ccbb bbbb bbbb baaa aaaa aaaa\n"
+     "letter  field              bits   mask   shift\n"
+     "a       ddr0_rd_overflow   10:0   0x7ff  0\n"},
+    {{"show", "sbuf.shelf_status[0].shelf_status_spi_values.value"}, 0, "\nwords: 32\n"},
+    {{"decode", "dbuf.mixertree[1].R_pgm_bypass.k_bypass[2]", "0x20"},
+     0,
+     "field .... .... .... .... .... .... ..a. ....\n"
+     "value 0000 0000 0000 0000 0000 0000 0010 0000\n"
+     "letter  field        bits  mask  shift  value\n"
+     "a       k_bypass[2]  5     0x1   5      0x1\n"},
+    {{"diff", "dve", "dve_3g"}, 0, ""},
+    {{"show", "sbuf.mixertree[0]"}, 1, "no sbuf.mixertree; did you mean dbuf.mixertree, "},
+    {{"show", "R_xpt_contrl"}, 1, "did you mean sbuf.shelf_status.R_xpt_control, "},
+    {{"show", "dbuf.mixertree.R_pgm_bypass"}, 1, "dbuf.mixertree takes one of [0] to [1]\n"},
+    {{"show", "sbuf.shelf_status[1].R_xpt_control"}, 1, "sbuf.shelf_status has only [0]\n"},
+    {{"show", "sbuf.shelf_status.R_xpt_control[0][0]"}, 1, "takes fewer indices\n"},
+    {{"show", "sbuf.shelf_status.shelf_status_spi_values[32]"}, 1, "one of [0] to [31]\n"},
+    {{"show", "dbuf.dve_hcoef[2].hor_chroma_coef_dve[3][32]"}, 1, "[3] takes one of [0] to [31]"},
+    {{"show", "sbuf.chip_misc"}, 1, "go on as in sbuf.chip_misc[0].R_fpgaRevision\n"},
+    {{"show", "sbuf..x"}, 2, "is no path"},
+    {{"show", "sbuf.chip_misc.R_debug.value.x"}, 2, "is no path"},
+    {{"show", "sbuf.chip_misc[-1].R_debug"}, 2, "is no path"},
+    {{"show", "sbuf.chip_misc[0.R_debug"}, 2, "is no path"},
+    {{"show", "sbuf.chip_misc]"}, 2, "is no path"},
+    {{"show", "sbuf.chip_misc."}, 2, "is no path"},
+    {{"show"}, 2, "--help"},
+    {{"dump", "dvx"}, 1, "did you mean dve, "},
+    {{"write", "sbuf.chip_misc.R_debug", "1"}, 2, "say --yes"},
+    {{"read", "sbuf.chip_misc.R_debug"}, 1, "start what drives the card first\n"},
+    {{"write", "sbuf.chip_misc.R_debug", "1", "--yes"}, 1, "start what drives the card first\n"},
+    {{"read", "sbuf.shelf_status.shelf_status_spi_values"}, 1, "give a word, [0] to [31]\n"},
+};
+
+TEST_F(VelnorRegs, AnswersOrTellsInOneLineWhyNot) {
+    for (const RunCase& c : RUN_CASES) {
+        SCOPED_TRACE(testing::PrintToString(c.arguments));
+        const ProcessResult result = run(c.arguments);
+        EXPECT_EQ(result.exitValue, c.exitValue);
+        const bool good = c.exitValue == 0;
+        EXPECT_THAT(good ? result.out : result.err, HasSubstr(c.text));
+        EXPECT_EQ(good ? result.err : result.out, "");
+        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), good ? 0 : 1);
+    }
+    EXPECT_EQ(run({"diff", "dve", "dve_2_5"}).exitValue, 1);
+    EXPECT_NE(access("/dev/shm/resource0", F_OK), 0) << "nothing makes the object";
+}
+
+TEST_F(VelnorRegs, ReadsAndWritesTheLiveCard) {
+    const std::string word = "sbuf.shelf_status.shelf_status_spi_values[5]";
+    testsupport::Region region;
+    region.setWord(5, 0xfffffe00);
+    region.setWord(6, 7);
+    EXPECT_EQ(answer({"read", word})["word"], 0xfffffe00);
+    EXPECT_EQ(run({"write", word + ".value", "0xab"}).exitValue, 2);
+    EXPECT_EQ(run({"write", word + ".value", "0x200", "--yes"}).exitValue, 2);
+    EXPECT_EQ(region.word(5), 0xfffffe00);
+    const nlohmann::json written = answer({"write", word + ".value", "0xab", "--yes"});
+    EXPECT_EQ(written["before"], 0xfffffe00);
+    EXPECT_EQ(written["fields"][0]["value"], 0xab);
+    EXPECT_EQ(region.word(5), 0xfffffeab);
+    EXPECT_EQ(run({"write", word, "12", "--yes"}).exitValue, 0);
+    EXPECT_EQ(region.word(5), 12U);
+    EXPECT_EQ(region.word(6), 7U);
+    EXPECT_EQ(run({"write", "sbuf.shelf_status.R_xpt_control", "0xffffffff", "--yes"}).exitValue,
+              0);
+    EXPECT_EQ(run({"write", "sbuf.shelf_status.R_xpt_control.value", "5", "--yes"}).exitValue, 0);
+    EXPECT_EQ(region.word(32), 0xfffffe05);
+    for (const char* command : {"read", "write"}) {
+        Arguments arguments = {command, "ddr2.ddr2_memory[0].sodim[0]"};
+        if (command == std::string("write")) {
+            arguments.insert(arguments.end(), {"1", "--yes"});
+        }
+        EXPECT_THAT(run(arguments).err, HasSubstr("past the end"));
+    }
+    ASSERT_EQ(truncate("/dev/shm/resource0", 0x2000), 0);
+    EXPECT_EQ(run({"read", word}).exitValue, 1) << "an object that is too short";
+    shm_unlink("/resource0");
+}
+
+}  // namespace
