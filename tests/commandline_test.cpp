@@ -121,6 +121,17 @@ TEST_F(CommandLineTest, LeavesThreeRegionsOfTheirSizeBehind) {
 }
 
 // A start-up condition is tried twice, and the process stops there.
+TEST_F(CommandLineTest, FinishesWhenTheReaderOfItsLogGoesAway) {
+    Controller controller(i_directory);
+    // The reader leaves behind the first line, in front of all others.
+    const std::string script = "{ \"$0\" image configuration; echo $? >value; } | head -n 1";
+    EXPECT_THAT(
+        testsupport::RunProcess("/bin/sh", {"-c", script, TOLMIRA_UPGRADE}, i_directory.path()).out,
+        StartsWith("C: 001 "));
+    EXPECT_EQ(testsupport::ReadFile(i_directory.path("value")), "0\n");
+    EXPECT_EQ(controller.report("upgrades"), 1);
+}
+
 TEST_F(CommandLineTest, StopsWithoutItsMemory) {
     ASSERT_EQ(mkdir("/dev/shm/resource1", 0777), 0);
     const ProcessResult result = upgrade();
