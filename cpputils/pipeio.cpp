@@ -111,7 +111,7 @@ int ReadBytes(int fd, std::vector<char>& bytes) {
     if (error != 0) {
         return error;
     }
-    bytes.assign(length, 0);
+    bytes.resize(length);
     for (auto byte = bytes.begin(); byte != bytes.end() && error == 0; ++byte) {
         error = ReadByte(fd, *byte);
     }

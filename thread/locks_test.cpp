@@ -63,6 +63,18 @@ TEST(Mutex, RecursiveOneNeedsAsManyUnlocks) {
     EXPECT_EQ(TryFromOutside(mutex), 0);
 }
 
+/** Waits without the lock, on a mutex that notices. */
+class NoticingCondition : public PMutexWithCondImpl {
+  public:
+    NoticingCondition() {
+        pthread_mutexattr_t attributes;
+        pthread_mutexattr_init(&attributes);
+        pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK);
+        pthread_mutex_destroy(&i_mutex);
+        pthread_mutex_init(&i_mutex, &attributes);
+    }
+};
+
 struct MisuseCase {
     void (*body)();
     const char* report;
@@ -88,6 +100,12 @@ TEST(Mutex, FailingCallsAreReportedAndStop) {
          "Assertion \"0 == pthread_mutex_unlock(&i_mutex)\" failed."},
         {[] { const EveryMutex mutex(99); },
          "Assertion \"0 == pthread_mutexattr_settype(&attr, mutexType)\" failed."},
+        {[] { NoticingCondition().wait(); },
+         "Assertion \"0 == pthread_cond_wait(&i_cond,&i_mutex)\" failed."},
+        {[] {
+             NoticingCondition().timedWait({0, 0});
+         },
+         "Assertion \"0 == rc || 110 == rc\" failed."},
         {[] { const EverySem semaphore(0xFFFFFFFF); },
          "Assertion \"0 == sem_init(&i_sem, 0, value)\" failed."},
         {[] {

@@ -27,8 +27,9 @@ PMutexWithCondImpl::~PMutexWithCondImpl() {
 }
 
 void PMutexWithCondImpl::wait() {
-    // clang-format off: the report shows the expression with just these blanks
-    ASSERT(0 == pthread_cond_wait(&i_cond, &i_mutex));
+    // The report shows the expression with just these blanks.
+    // clang-format off
+    ASSERT(0 == pthread_cond_wait(&i_cond,&i_mutex));
     // clang-format on
 }
 

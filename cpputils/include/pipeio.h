@@ -24,7 +24,7 @@ int WriteInt(int fd, int value);
 /**
  * These read byte by byte, so they take no byte too many. The end of the stream is EPIPE. On
  * failure the text and the number stay as they are; the vector has the stated length at once, if
- * that arrived, and holds what came behind it, then zeros.
+ * that arrived, and what came behind it stands at its front.
  */
 int ReadString(int fd, std::string& text);
 int ReadBytes(int fd, std::vector<char>& bytes);
