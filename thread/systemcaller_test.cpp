@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -229,6 +230,17 @@ TEST(SystemCaller, RepeatsACommandThatTimesOut) {
     EXPECT_LE(directory.read("runs").size(), 2U);
 }
 
+/** The descriptors that any other program started by this process finds open. */
+std::string InheritedDescriptors() {
+    FILE* const list = popen("exec ls /proc/self/fd", "r");
+    std::string text;
+    for (int c = fgetc(list); c != EOF; c = fgetc(list)) {
+        text.push_back(static_cast<char>(c));
+    }
+    EXPECT_EQ(pclose(list), 0);
+    return text;
+}
+
 TEST(SystemCaller, ReplacesASlaveThatDies) {
     Caller();
     const auto descriptors = CountDescriptors();
@@ -244,7 +256,9 @@ TEST(SystemCaller, ReplacesASlaveThatDies) {
     EXPECT_EQ(broken.stderr, "Pipe read failed 0 Success");
     EXPECT_EQ(CountDescriptors(), descriptors - 2);
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);  // no child, living or dead
+    const std::string inherited = InheritedDescriptors();
     EXPECT_EQ(Exec("exit 3").commandRC, 768);
+    EXPECT_EQ(InheritedDescriptors(), inherited);  // or the slave would outlive this process
     for (int i = 0; i < 3; ++i) {
         Caller().initialize(SYSCALLSLAVE);
         EXPECT_EQ(Exec("echo new").stdout, "new\n");
