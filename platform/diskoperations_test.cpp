@@ -84,6 +84,11 @@ TEST_F(DiskOperations, MakeADirectoryWhereItMayBe) {
                                              : ContainsRegex(c.line));
         EXPECT_EQ(pathExists(c.directory), c.result == 0);
     }
+    const mode_t mask = umask(0);
+    EXPECT_EQ(checkAndCreateDir("../USBdata/usb0/for all"), 0);
+    umask(mask);
+    EXPECT_EQ(std::filesystem::status("../USBdata/usb0/for all").permissions(),
+              std::filesystem::perms::all);
 }
 
 TEST_F(DiskOperations, CopyWhatTheSourceHas) {

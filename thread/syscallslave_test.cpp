@@ -1,19 +1,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
-#include <fstream>
 #include <sstream>
 #include <string>
 
 #include "cpputils/include/pipeio.h"
 #include "tests/support/child.h"
-#include "tests/support/testdirectory.h"
+#include "tests/support/descriptors.h"
+#include "tests/support/threadstarts.h"
 #include "thread/childprocess.h"
 #include "thread/pipeends.h"
+#include "thread/shellcommand.h"
 
 namespace {
 
@@ -86,18 +86,30 @@ TEST(SyscallSlave, SpeaksTheProtocolAndDropsLateMarks) {
     EXPECT_EQ(slave.wait(), 1);
 }
 
-TEST(SyscallSlave, TakesTheCommandWithItWhenTheMasterGoes) {
-    const testsupport::TestDirectory directory;
-    const std::string fifo = directory.path("fifo");
-    ASSERT_EQ(mkfifo(fifo.c_str(), S_IRWXU), 0);
-    Slave slave;
-    slave.send(Text("exec 5>" + fifo + "; echo up >&5; sleep 60 & sleep 60"));
-    std::ifstream command(fifo);
-    std::string line;
-    EXPECT_TRUE(std::getline(command, line));
-    slave.leave();
-    EXPECT_FALSE(std::getline(command, line));  // when nothing of the group is left
-    EXPECT_EQ(slave.wait(), 1);
+TEST(SyscallSlave, EndsACommandThatItCannotWatch) {
+    const struct {
+        int threads;
+        const char* failure;
+    } cases[] = {
+        {0, "Could not start the capture threads"},
+        {1, "Could not start the capture threads"},
+        {2, "Could not start the interrupt thread"},
+    };
+    PipeEnds marks;
+    ASSERT_EQ(marks.create(), 0);
+    const auto descriptors = testsupport::CountDescriptors();
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.threads);
+        testsupport::LimitThreadStarts(c.threads);
+        const SystemCaller::RC result =
+            RunShellCommand("sleep 60 & sleep 60", marks.readEnd(), true);
+        testsupport::AllowThreadStarts();
+        EXPECT_EQ(result.localRC, -1);
+        EXPECT_EQ(result.commandRC, 0);
+        EXPECT_EQ(result.stderr, c.failure);
+        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);  // no child, living or dead
+        EXPECT_EQ(testsupport::CountDescriptors(), descriptors);
+    }
 }
 
 TEST(SyscallSlave, RefusesWrongArguments) {

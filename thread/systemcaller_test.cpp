@@ -2,11 +2,13 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -16,6 +18,7 @@
 #include "tests/support/child.h"
 #include "tests/support/descriptors.h"
 #include "tests/support/testdirectory.h"
+#include "tests/support/threadstarts.h"
 #include "thread/threadregistrar.h"
 
 using testing::ContainsRegex;
@@ -77,6 +80,33 @@ TEST(SystemCaller, NeitherLocksNorLogsTooLateAndStopsACriticalThread) {
     });
     EXPECT_EQ(critical.signal, SIGABRT);
     EXPECT_THAT(critical.out, HasSubstr("ASSERT_BLOCKABLE_THREAD Failed"));
+}
+
+TEST(SystemCaller, LeavesNoSlaveAndNoCommandWhenItsProcessIsKilled) {
+    const TestDirectory directory;
+    const std::string fifo = directory.path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), S_IRWXU), 0);
+    ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);  // the orphaned slave falls to this process
+    const pid_t master = fork();
+    if (master == 0) {
+        SystemCaller::instance().initialize(SYSCALLSLAVE);
+        SystemCaller::instance().execTimed(
+            "exec 5>" + fifo + "; echo $PPID >&5; sleep 60 & sleep 60", 600, nullptr);
+        _exit(1);
+    }
+    std::ifstream command(fifo);
+    pid_t slave = 0;
+    EXPECT_TRUE(command >> slave);
+    EXPECT_EQ(kill(master, SIGKILL), 0);
+    EXPECT_EQ(waitpid(master, nullptr, 0), master);
+    std::string rest;
+    EXPECT_FALSE(command >> rest);  // the end comes when nothing of the group is left
+    int status = 0;
+    EXPECT_EQ(waitpid(slave, &status, 0), slave);
+    EXPECT_EQ(status, 1 << 8);
+    while (waitpid(-1, nullptr, 0) > 0) {  // what the command left behind
+    }
+    prctl(PR_SET_CHILD_SUBREAPER, 0);
 }
 
 /** The caller with the slave of this build. */
@@ -200,6 +230,17 @@ TEST(SystemCaller, RepeatsACommandThatTimesOut) {
     EXPECT_LE(directory.read("runs").size(), 2U);
 }
 
+/** The descriptors that any other program started by this process finds open. */
+std::string InheritedDescriptors() {
+    FILE* const list = popen("exec ls /proc/self/fd", "r");
+    std::string text;
+    for (int c = fgetc(list); c != EOF; c = fgetc(list)) {
+        text.push_back(static_cast<char>(c));
+    }
+    EXPECT_EQ(pclose(list), 0);
+    return text;
+}
+
 TEST(SystemCaller, ReplacesASlaveThatDies) {
     Caller();
     const auto descriptors = CountDescriptors();
@@ -215,7 +256,38 @@ TEST(SystemCaller, ReplacesASlaveThatDies) {
     EXPECT_EQ(broken.stderr, "Pipe read failed 0 Success");
     EXPECT_EQ(CountDescriptors(), descriptors - 2);
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);  // no child, living or dead
+    const std::string inherited = InheritedDescriptors();
     EXPECT_EQ(Exec("exit 3").commandRC, 768);
+    EXPECT_EQ(InheritedDescriptors(), inherited);  // or the slave would outlive this process
+    for (int i = 0; i < 3; ++i) {
+        Caller().initialize(SYSCALLSLAVE);
+        EXPECT_EQ(Exec("echo new").stdout, "new\n");
+    }
+    EXPECT_EQ(CountDescriptors(), descriptors);
+}
+
+TEST(SystemCaller, FailsWhereItCannotBeInterrupted) {
+    class CountingInterrupter : public Interrupter {
+      public:
+        void attachInterruptFd(int /*fd*/) override { ++attached; }
+        void detachInterruptFd(int /*fd*/) override {}
+        void commandFinished() override { ++finished; }
+        int attached = 0;
+        int finished = 0;
+    } interrupter;
+    Caller();
+    const auto descriptors = CountDescriptors();
+    testsupport::LimitThreadStarts(0);
+    const SystemCaller::RC result = Caller().exec("printf out; exit 3", &interrupter, nullptr);
+    testsupport::AllowThreadStarts();
+    EXPECT_EQ(result.localRC, -1);
+    EXPECT_EQ(result.commandRC, 768);
+    EXPECT_EQ(result.stdout, "out");
+    EXPECT_EQ(result.stderr, "Could not start interrupt thread");
+    EXPECT_EQ(interrupter.attached, 0);
+    EXPECT_EQ(interrupter.finished, 1);
+    EXPECT_EQ(CountDescriptors(), descriptors - 2);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
 }
 
 TEST(SystemCaller, LeavesNothingOverAfterAThousandCommands) {
