@@ -56,7 +56,7 @@ TEST_F(DecisionTest, UpgradesOlderAndNewerControllers) {
     }
 }
 
-TEST_F(DecisionTest, FindsNothingToDoInTheSecondRun) {
+TEST_F(DecisionTest, FindsNothingLeftInTheSecondRun) {
     const std::string payload = Payload(1000);
     writeImage(payload);
     Controller controller(i_directory);
