@@ -28,12 +28,14 @@ int WriteLengthAndContent(int fd, const char* content, size_t size) {
     return error != 0 ? error : WriteAll(fd, content, size);
 }
 
-int ReadByte(int fd, char& byte) {
-    const ssize_t count = read(fd, &byte, 1);
-    if (count < 0) {
-        return errno;
+/** The next byte as a character. */
+int ReadCharacter(int fd, char& character) {
+    unsigned char byte = 0;
+    const int error = ReadByte(fd, byte);
+    if (error == 0) {
+        character = static_cast<char>(byte);
     }
-    return count == 1 ? 0 : EPIPE;
+    return error;
 }
 
 template <typename T>
@@ -41,7 +43,7 @@ int ReadNumber(int fd, T& value) {
     char bytes[sizeof(uint32_t)];
     static_assert(sizeof bytes == sizeof(T));
     for (char& byte : bytes) {
-        const int error = ReadByte(fd, byte);
+        const int error = ReadCharacter(fd, byte);
         if (error != 0) {
             return error;
         }
@@ -89,6 +91,19 @@ int WriteInt(int fd, int value) {
     return WriteAll(fd, &value, sizeof value);
 }
 
+int WriteByte(int fd, unsigned char byte) {
+    const SigPipeGuard guard;
+    return WriteAll(fd, &byte, sizeof byte);
+}
+
+int ReadByte(int fd, unsigned char& byte) {
+    const ssize_t count = read(fd, &byte, 1);
+    if (count < 0) {
+        return errno;
+    }
+    return count == 1 ? 0 : EPIPE;
+}
+
 int ReadString(int fd, std::string& text) {
     uint32_t length = 0;
     int error = ReadNumber(fd, length);
@@ -96,7 +111,7 @@ int ReadString(int fd, std::string& text) {
     std::string arrived;
     for (uint32_t i = 0; i < length && error == 0; ++i) {
         char byte = 0;
-        error = ReadByte(fd, byte);
+        error = ReadCharacter(fd, byte);
         arrived.push_back(byte);
     }
     if (error == 0) {
@@ -113,7 +128,7 @@ int ReadBytes(int fd, std::vector<char>& bytes) {
     }
     bytes.resize(length);
     for (auto byte = bytes.begin(); byte != bytes.end() && error == 0; ++byte) {
-        error = ReadByte(fd, *byte);
+        error = ReadCharacter(fd, *byte);
     }
     return error;
 }

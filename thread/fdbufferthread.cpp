@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "cpputils/include/pipeio.h"
 #include "cpputils/include/returncodes.h"
 #include "logger/logger.h"
 #include "thread/waitreadable.h"

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "cpputils/include/pipeio.h"
 #include "cpputils/include/returncodes.h"
 #include "tests/support/child.h"
 #include "tests/support/descriptors.h"

@@ -5,8 +5,6 @@
 
 #include <cerrno>
 
-#include "cpputils/include/pipeio.h"
-
 namespace {
 
 void CloseEnd(int& fd) {
@@ -60,21 +58,4 @@ void PipeEnds::closeWrite() {
 void PipeEnds::close() {
     closeRead();
     closeWrite();
-}
-
-int WriteByte(int fd, unsigned char byte) {
-    const SigPipeGuard guard;
-    const ssize_t written = write(fd, &byte, 1);
-    if (written < 0) {
-        return errno;
-    }
-    return written == 1 ? 0 : EIO;
-}
-
-int ReadByte(int fd, unsigned char& byte) {
-    const ssize_t count = read(fd, &byte, 1);
-    if (count < 0) {
-        return errno;
-    }
-    return count == 1 ? 0 : EPIPE;
 }

@@ -25,10 +25,3 @@ class PipeEnds {
     int i_read = -1;
     int i_write = -1;
 };
-
-/**
- * One byte in one call. 0 or an error number: a reader that is gone is EPIPE and raises no SIGPIPE,
- * the end of the stream is EPIPE too, and then `byte` stays as it is.
- */
-int WriteByte(int fd, unsigned char byte);
-int ReadByte(int fd, unsigned char& byte);

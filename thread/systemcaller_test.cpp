@@ -14,6 +14,7 @@
 #include <string>
 #include <thread>
 
+#include "cpputils/include/pipeio.h"
 #include "cpputils/include/returncodes.h"
 #include "tests/support/child.h"
 #include "tests/support/descriptors.h"

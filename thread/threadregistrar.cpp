@@ -2,11 +2,10 @@
 
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstring>
 #include <sstream>
 #include <tuple>
 
+#include "cpputils/include/stringutils.h"
 #include "logger/logger.h"
 
 namespace {
@@ -17,25 +16,6 @@ constexpr ThreadDescriber registrarDescriber = {
     [](char* buffer, size_t length) {
         ThreadRegistrar::instance().describeThreadNoAlloc(buffer, length);
     },
-};
-
-/** Text appended into a fixed buffer, cut where it ends. */
-class BoundedText {
-  public:
-    BoundedText(char* buffer, size_t length) : i_end(buffer), i_room(length) { *i_end = '\0'; }
-
-    template <typename Value>
-    void append(const char* format, Value value) {
-        (void)snprintf(i_end, i_room, format, value);
-        i_end[i_room - 1] = '\0';
-        const size_t added = strlen(i_end);
-        i_end += added;
-        i_room -= added;
-    }
-
-  private:
-    char* i_end;
-    size_t i_room;  // at least 1, for the closing zero
 };
 
 }  // namespace
@@ -160,14 +140,16 @@ void ThreadRegistrar::describeThreadNoAlloc(char* buffer, size_t length) {
     if (length == 0) {
         return;
     }
-    BoundedText text(buffer, length);
+    *buffer = '\0';
+    char* end = buffer;
     const int slot = ownSlot();
     if (slot != -1) {
-        text.append("FM%d ", slot);
+        AppendFormat(&end, &length, "FM%d ", slot);
     } else {
-        withName([&](const std::string& name) { text.append("%s ", name.c_str()); });
+        withName(
+            [&](const std::string& name) { AppendFormat(&end, &length, "%s ", name.c_str()); });
     }
-    text.append("p:%lu ", pthread_self());
+    AppendFormat(&end, &length, "p:%lu ", pthread_self());
 }
 
 std::string ThreadRegistrar::listThreads() {

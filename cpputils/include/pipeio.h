@@ -20,6 +20,8 @@
 int WriteString(int fd, const std::string& text);
 int WriteBytes(int fd, const std::vector<char>& bytes);
 int WriteInt(int fd, int value);
+/** A byte alone, without a length. */
+int WriteByte(int fd, unsigned char byte);
 
 /**
  * These read byte by byte, so they take no byte too many. The end of the stream is EPIPE. On
@@ -29,6 +31,8 @@ int WriteInt(int fd, int value);
 int ReadString(int fd, std::string& text);
 int ReadBytes(int fd, std::vector<char>& bytes);
 int ReadInt(int fd, int& value);
+/** A byte alone; it stays as it is on failure. */
+int ReadByte(int fd, unsigned char& byte);
 
 /**
  * Closes every descriptor from 3 up to the process's limit but the two given; -1 keeps nothing. For
