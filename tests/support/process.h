@@ -6,17 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/child.h"
+
 namespace testsupport {
 
 /** What a program left behind. */
-struct ProcessResult {
-    /** The value given to exit, or -1 where a signal ended it. */
-    int exitValue = -1;
-    /** The signal that ended it, or 0. */
-    int signal = 0;
-    std::string out;
-    std::string err;
-};
+using ProcessResult = ChildResult;
 
 /**
  * A program of the build, running. Its output goes to two files in its working directory, which
