@@ -1,0 +1,117 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace controller {
+
+/**
+ * The faults of a controller: what it does wrong, and where in the conversation.
+ *
+ * As text, a schedule is a list of faults with blanks between them, each `kind[=value][@place]`.
+ * A place names a message of the host, for pages with the attempt, and a byte, all of them counted
+ * from what reached the controller:
+ *
+ *     3.1.100     byte 100 at page 3, first attempt
+ *     3.1         byte 0 there
+ *     begin.5     byte 5 at the opening message; info and end, whose id has to be known first, from
+ *                 byte 4 on
+ *
+ * Bytes count from 0, attempts from 1. A frame that broke off counts as an attempt. Until its
+ * number has come in (bytes 8 and 9), a page frame is taken for the next page, first attempt, if
+ * the last answer offered reads as good, and otherwise for the same page once more.
+ *
+ * Faults at a byte of the host act when it is on offer and before it is taken; one behind the last
+ * byte (272 at a page) acts when the whole message has been taken, and before its answer:
+ *
+ *     slow=MS      the byte is taken MS milliseconds late
+ *     die          from here on the controller does nothing at all
+ *     reset        the controller clears addresses 5 to 10 and forgets the message and its answers;
+ *                  it doesn't come back
+ *     reset=MS     the same, and MS milliseconds later it brings both directions up again
+ *     state10=V    address 10 is set to V, 1 or from 3 on; then the byte is taken as ever
+ *     state7=V     address 7 is set to V, from 3 on; the same
+ *     unasked=R    a whole answer with result R is put into the queue of bytes for the host
+ *     early=N      the first N bytes of a good answer are put into the queue, and the next answer
+ *                  starts behind its first N bytes
+ *
+ * Faults of the answer to a page, whose byte counts in the answer and matters to late and overrun
+ * only. Several at one place are applied in this order:
+ *
+ *     body=N       the body has N bytes, zeroes behind the result, and the stated length says so
+ *     result=N     the first byte of the body, where there is one
+ *     id=N         the message's id
+ *     lead=N       the two lead bytes
+ *     length=N     the stated length alone
+ *     extra=N      N zero bytes behind the answer
+ *     cut=N        only the first N bytes are offered
+ *     silence      no byte is offered
+ *     late=MS      the byte is offered MS milliseconds later than it could be
+ *     overrun      the byte is overwritten by the next one before the host can take it
+ *     stop=N       the controller dies when it has offered N bytes
+ *
+ * And those of a whole run, without a place:
+ *
+ *     norearm      after a reset by the host nothing is brought up again
+ *     rearm=MS     after a reset by the host both directions come up MS milliseconds later
+ *     dirty=MASK   each word is written with these bits set; the low byte of MASK is 0
+ *     appear=N     the controller announces itself on the host's presence poll N, counted from 0
+ *     revise=V     the revision changes to V when the host asks for the receive direction
+ */
+enum class FaultKind {
+    e_Slow,
+    e_Die,
+    e_Reset,
+    e_State10,
+    e_State7,
+    e_Unasked,
+    e_Early,
+    e_Body,
+    e_Result,
+    e_Id,
+    e_Lead,
+    e_Length,
+    e_Extra,
+    e_Cut,
+    e_Silence,
+    e_Late,
+    e_Overrun,
+    e_Stop,
+    e_NoRearm,
+    e_Rearm,
+    e_Dirty,
+    e_Appear,
+    e_Revise,
+};
+
+enum class HostMessage { e_Begin, e_Page, e_Info, e_End };
+
+struct Place {
+    HostMessage message = HostMessage::e_Page;
+    /** Of a page only. */
+    uint16_t page = 0;
+    unsigned attempt = 1;
+    unsigned byte = 0;
+};
+
+struct Fault {
+    FaultKind kind = FaultKind::e_Silence;
+    /** Absent only where the kind takes none, and at a reset for good. */
+    std::optional<uint32_t> value;
+    Place place;
+};
+
+using Schedule = std::vector<Fault>;
+
+/** Reads a schedule; without a value `error` names the fault and what is wrong with it. */
+std::optional<Schedule> ParseSchedule(const std::string& text, std::string& error);
+
+/** The text that parses to this schedule. */
+std::string ScheduleText(const Schedule& schedule);
+
+/** A schedule for an image of so many pages; the same for the same seed on every machine. */
+Schedule RandomSchedule(uint64_t seed, uint16_t pages);
+
+}  // namespace controller
