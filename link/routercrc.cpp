@@ -6,47 +6,54 @@
 
 namespace {
 
-/** For each byte, the low and the high byte of its CRC step. */
-struct CrcTables {
-    std::array<uint8_t, 256> low;
-    std::array<uint8_t, 256> high;
-};
+/**
+ * The CRC of a byte with so many zero bytes behind it, so that four bytes at a time need four
+ * looks that don't wait for each other.
+ */
+using CrcTable = std::array<uint16_t, 256>;
+using CrcTables = std::array<CrcTable, 4>;
+
+constexpr uint16_t StepOfByte(unsigned crc) {
+    constexpr unsigned ReflectedPolynomial = 0xA001;
+    for (int bit = 0; bit < 8; ++bit) {
+        crc = (crc & 1U) != 0 ? crc >> 1 ^ ReflectedPolynomial : crc >> 1;
+    }
+    return static_cast<uint16_t>(crc);
+}
 
 constexpr CrcTables MakeCrcTables() {
-    constexpr unsigned ReflectedPolynomial = 0xA001;
     CrcTables tables = {};
-    for (unsigned byte = 0; byte < tables.low.size(); ++byte) {
-        unsigned crc = byte;
-        for (int bit = 0; bit < 8; ++bit) {
-            crc = (crc & 1U) != 0 ? crc >> 1 ^ ReflectedPolynomial : crc >> 1;
+    for (unsigned byte = 0; byte < 256; ++byte) {
+        uint16_t crc = StepOfByte(byte);
+        for (CrcTable& table : tables) {
+            table[byte] = crc;
+            crc = StepOfByte(crc);
         }
-        tables.low[byte] = static_cast<uint8_t>(crc);
-        tables.high[byte] = static_cast<uint8_t>(crc >> 8);
     }
     return tables;
 }
 
 constexpr CrcTables crcTables = MakeCrcTables();
 
+uint16_t CrcOf(const unsigned char* bytes, size_t count) {
+    unsigned crc = 0xFFFF;
+    for (; count >= 4; bytes += 4, count -= 4) {
+        crc = crcTables[3][(crc ^ bytes[0]) & 0xFF] ^ crcTables[2][(crc >> 8 ^ bytes[1])] ^
+              crcTables[1][bytes[2]] ^ crcTables[0][bytes[3]];
+    }
+    for (; count != 0; ++bytes, --count) {
+        crc = crcTables[0][(crc ^ *bytes) & 0xFF] ^ crc >> 8;
+    }
+    return static_cast<uint16_t>(crc);
+}
+
 }  // namespace
 
-RouterCrc::RouterCrc(const std::vector<char>& bytes) {
-    for (const char byte : bytes) {
-        add(static_cast<unsigned char>(byte));
-    }
-}
+RouterCrc::RouterCrc(const std::vector<char>& bytes)
+    : RouterCrc(CrcOf(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size())) {}
 
-RouterCrc::RouterCrc(const std::vector<unsigned char>& bytes) {
-    for (const unsigned char byte : bytes) {
-        add(byte);
-    }
-}
-
-void RouterCrc::add(unsigned char byte) {
-    const auto index = static_cast<uint8_t>(byte ^ i_crcLow);
-    i_crcLow = i_crcHigh ^ crcTables.low[index];
-    i_crcHigh = crcTables.high[index];
-}
+RouterCrc::RouterCrc(const std::vector<unsigned char>& bytes)
+    : RouterCrc(CrcOf(bytes.data(), bytes.size())) {}
 
 std::ostream& RouterCrc::toStream(std::ostream& stream) const {
     stream.put(static_cast<char>(i_crcLow));

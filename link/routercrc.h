@@ -31,7 +31,8 @@ class RouterCrc : public Streamable, public Extractable, public Packable {
     ReadableSmartBuffer& unpack(ReadableSmartBuffer& buffer) override;
 
   private:
-    void add(unsigned char byte);
+    explicit RouterCrc(uint16_t crc)
+        : i_crcHigh(static_cast<uint8_t>(crc >> 8)), i_crcLow(static_cast<uint8_t>(crc)) {}
 
     uint8_t i_crcHigh = 0xFF;
     uint8_t i_crcLow = 0xFF;

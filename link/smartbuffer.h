@@ -1,5 +1,6 @@
 #pragma once
 
+#include <climits>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -353,6 +354,17 @@ WriteableSmartBuffer& operator<<(WriteableSmartBuffer& buffer, const std::vector
     for (const T& value : values) {
         buffer << value;
     }
+    return buffer;
+}
+
+/** The same bytes and the same end, but in one piece where they fit: pages travel so. */
+inline WriteableSmartBuffer& operator<<(WriteableSmartBuffer& buffer,
+                                        const std::vector<char>& bytes) {
+    if (bytes.size() + sizeof(uint32_t) > buffer.bytesRemaining() || bytes.size() > INT_MAX) {
+        return operator<< <char>(buffer, bytes);
+    }
+    buffer << static_cast<unsigned int>(bytes.size());
+    buffer.write(bytes.data(), static_cast<int>(bytes.size()));
     return buffer;
 }
 

@@ -10,8 +10,8 @@
 
 /** The end of a failed assertion: flushes standard output, then the C library's report and abort.
  */
-[[noreturn]] void StopOnFailedAssertion(const char* text, const char* file, unsigned line,
-                                        const char* function);
+[[noreturn, gnu::cold]] void StopOnFailedAssertion(const char* text, const char* file,
+                                                   unsigned line, const char* function);
 
 /**
  * The assertion of the whole system, active in every build type: programming errors and system

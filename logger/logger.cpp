@@ -8,9 +8,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <iomanip>
-#include <locale>
-#include <sstream>
+#include <string>
 
 #include "logger/loggerconfig.h"
 
@@ -63,6 +61,12 @@ int NextCount() {
     const int count = (lineCounter.load(std::memory_order_relaxed) + 1) % CounterModulus;
     lineCounter.store(count, std::memory_order_relaxed);
     return count;
+}
+
+/** At least three digits. */
+std::string Counter(int count) {
+    const std::string digits = std::to_string(count);
+    return digits.size() < 3 ? std::string(3 - digits.size(), '0') + digits : digits;
 }
 
 /** A line in a fixed buffer that is cut, never overrun, and zero-terminated at each step. */
@@ -122,25 +126,22 @@ void LogMessage(int severity, const char* /*function*/, const char* file, unsign
     }
     const ErrnoKeeper keeper;
 
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text << "C: " << std::setfill('0') << std::setw(3) << NextCount()
-         << " S: " << SeverityName(severity) << ' ';
-    if (LoggerConfig::instance()->printLogThreadId()) {
-        text << "T: " << CurrentDescriber().describe() << ' ';
-    }
-
     char message[LineSize];
     va_list arguments;
     va_start(arguments, format);
     const int wanted = vsnprintf(message, sizeof message, format, arguments);
     va_end(arguments);
-    message[sizeof message - 1] = '\0';
-    text << '"' << (wanted < 0 ? "Error in vsnprintf!" : message) << "\" ";
-    if (severity != e_LogSeverity_CRASH) {
-        text << "at " << file << ':' << line << '.';
+
+    // A string and no stream: a page of the transfer waits for its line.
+    std::string text = "C: " + Counter(NextCount()) + " S: " + SeverityName(severity) + ' ';
+    if (LoggerConfig::instance()->printLogThreadId()) {
+        text.append("T: ").append(CurrentDescriber().describe()).append(" ");
     }
-    LogOutput(severity, text.str().c_str());
+    text.append("\"").append(wanted < 0 ? "Error in vsnprintf!" : message).append("\" ");
+    if (severity != e_LogSeverity_CRASH) {
+        text.append("at ").append(file).append(":").append(std::to_string(line)).append(".");
+    }
+    LogOutput(severity, text.c_str());
 }
 
 void LogNoAlloc(int severity, const char* /*function*/, const char* file, unsigned line,

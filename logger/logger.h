@@ -41,10 +41,10 @@ void LogMessage(int severity, const char* function, const char* file, unsigned l
 
 /**
  * As LogMessage, for assertions and crash reports: one stack buffer, no heap, no counter. The whole
- * line is cut at 1023 bytes.
+ * line is cut at 1023 bytes. Cold, so that an assertion costs a hot path no more than its test.
  */
 void LogNoAlloc(int severity, const char* function, const char* file, unsigned line,
-                const char* format, ...) __attribute__((format(printf, 5, 6)));
+                const char* format, ...) __attribute__((format(printf, 5, 6), cold));
 
 /** Hands one finished line to the sink. The severity chooses nothing today. */
 void LogOutput(int severity, const char* text);

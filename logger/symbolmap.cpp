@@ -5,11 +5,12 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <iterator>
 #include <limits>
+#include <string_view>
 
 namespace {
 
@@ -23,10 +24,43 @@ std::string OwnExecutable() {
     return length < 1 ? "" : std::string(path.data(), static_cast<std::size_t>(length));
 }
 
-/** A number that is too large is the largest address, not one somewhere in the code. */
-uint32_t AddressOf(const std::string& line) {
+/**
+ * The number that a line begins with, as strtoul takes it. One that is too large is the largest
+ * address, not one somewhere in the code.
+ */
+uint32_t AddressOf(std::string_view line) {
     constexpr unsigned long Largest = std::numeric_limits<uint32_t>::max();
-    return static_cast<uint32_t>(std::min(strtoul(line.c_str(), nullptr, 16), Largest));
+    uint32_t address = 0;
+    const auto digits = std::from_chars(line.data(), line.data() + line.size(), address, 16);
+    const bool isPlain = digits.ec == std::errc() && (address != 0 || digits.ptr[-1] != '0');
+    if (isPlain) {
+        return address;
+    }
+    // Blanks or 0x in front, too large, or no number at all.
+    const std::string text(line);
+    return static_cast<uint32_t>(std::min(strtoul(text.c_str(), nullptr, 16), Largest));
+}
+
+/** Calls `use` with each line that ends in a newline, without it. */
+template <typename Use>
+void ReadLines(int file, Use use) {
+    std::vector<char> block(ReadAhead);
+    std::string begun;
+    ssize_t count = 0;
+    while ((count = read(file, block.data(), block.size())) > 0) {
+        std::string_view rest(block.data(), static_cast<std::size_t>(count));
+        for (std::size_t end = rest.find('\n'); end != std::string_view::npos;
+             end = rest.find('\n')) {
+            if (begun.empty()) {
+                use(rest.substr(0, end));
+            } else {
+                use(begun.append(rest.substr(0, end)));
+                begun.clear();
+            }
+            rest.remove_prefix(end + 1);
+        }
+        begun.append(rest);
+    }
 }
 
 // For the effect alone: the table is ready before main, and so before anything can go wrong.
@@ -48,24 +82,25 @@ SymbolMap::SymbolMap(const std::string& path) : i_path(path) {
     if (path.empty()) {
         return;
     }
-    std::string readAhead(ReadAhead, '\0');
-    std::ifstream file;
-    file.rdbuf()->pubsetbuf(readAhead.data(), static_cast<std::streamsize>(readAhead.size()));
-    file.open(path);
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file == -1) {
+        return;
+    }
     std::size_t position = 0;
-    std::string line;
-    // A last line without a newline is not good any more.
-    while (std::getline(file, line).good()) {
-        const uint32_t address = AddressOf(line);
-        // The build sorts the file: the end is the right place, or at least no wrong hint.
-        i_positions.insert_or_assign(i_positions.end(), address, position);
+    ReadLines(file, [&](std::string_view line) {
+        i_lines.push_back({AddressOf(line), position});
         position += line.size() + 1;
+    });
+    close(file);
+    // The build sorts the file, so this is a look and no more.
+    if (!std::is_sorted(i_lines.begin(), i_lines.end(), isBelow)) {
+        std::stable_sort(i_lines.begin(), i_lines.end(), isBelow);
     }
 }
 
 bool SymbolMap::lookup(uint32_t address, char* buffer, int size) const {
-    const auto behind = i_positions.upper_bound(address);
-    if (behind == i_positions.begin() || behind == i_positions.end()) {
+    const auto behind = std::upper_bound(i_lines.begin(), i_lines.end(), Line{address, 0}, isBelow);
+    if (behind == i_lines.begin() || behind == i_lines.end()) {
         return false;
     }
     const int file = open(i_path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -73,7 +108,7 @@ bool SymbolMap::lookup(uint32_t address, char* buffer, int size) const {
         return false;
     }
     if (size > 0) {
-        const auto position = static_cast<off_t>(std::prev(behind)->second);
+        const auto position = static_cast<off_t>(std::prev(behind)->position);
         const ssize_t count = pread(file, buffer, static_cast<std::size_t>(size) - 1, position);
         buffer[count > 0 ? count : 0] = '\0';
         buffer[strcspn(buffer, "\n")] = '\0';

@@ -2,8 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <string>
+#include <vector>
 
 /**
  * Turns an address of the running program into a line of the symbol file beside it, which the build
@@ -34,8 +34,18 @@ class SymbolMap {
     bool lookup(uint32_t address, char* buffer, int size) const;
 
   private:
-    /** Address to the line's position in the file. */
-    std::map<uint32_t, std::size_t> i_positions;
+    struct Line {
+        uint32_t address;
+        /** Where it begins in the file. */
+        std::size_t position;
+    };
+
+    static bool isBelow(const Line& left, const Line& right) {
+        return left.address < right.address;
+    }
+
+    /** By address; lines with one address in the order of the file. */
+    std::vector<Line> i_lines;
     const std::string i_path;
 };
 

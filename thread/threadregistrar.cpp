@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "cpputils/include/stringutils.h"
+#include "cpputils/include/thread/policies.h"
 #include "logger/logger.h"
 
 namespace {
@@ -19,10 +20,6 @@ constexpr ThreadDescriber registrarDescriber = {
 };
 
 }  // namespace
-
-bool IsCurrentThreadCritical() {
-    return ThreadRegistrar::instance().isFieldMain();
-}
 
 ThreadId ThreadId::ofCaller() {
     return {pthread_self(), getpid()};
@@ -41,11 +38,6 @@ void FieldMainSlot::take(const ThreadId& id, uint32_t cookie) {
     i_process.store(id.process, std::memory_order_relaxed);
     i_cookie.store(cookie, std::memory_order_relaxed);
     i_valid.store(true, std::memory_order_release);
-}
-
-ThreadRegistrar& ThreadRegistrar::instance() {
-    static ThreadRegistrar registrar;
-    return registrar;
 }
 
 // Neither locks nor logs: both would ask for the instance that is just being built.

@@ -9,8 +9,11 @@
 #include <map>
 #include <string>
 
-#include "cpputils/include/thread/policies.h"
 #include "thread/pmutex.h"
+
+// The policies ask the registrar, so they come behind it.
+class CriticalThreadCantBlockPolicy;
+class EveryThreadCanBlockPolicy;
 
 /** A thread of any process: its handle and the process id. Ordered by process, then handle. */
 struct ThreadId {
@@ -67,7 +70,10 @@ class ThreadRegistrar {
     ThreadRegistrar& operator=(const ThreadRegistrar&) = delete;
 
     /** Built on first use, with the logger told of it; destroyed at exit. */
-    static ThreadRegistrar& instance();
+    static ThreadRegistrar& instance() {
+        static ThreadRegistrar registrar;
+        return registrar;
+    }
 
     /** Takes the first free slot; -1 when both are taken. A second call takes a second slot. */
     int registerFieldMain(uint32_t cookie);

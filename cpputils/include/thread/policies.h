@@ -1,9 +1,14 @@
 #pragma once
 
 #include "logger/assertion.h"
+#include "thread/threadregistrar.h"
+
+// All of this is inline down to the registrar's slots: it stands in front of each mailbox access.
 
 /** True for a thread that holds a FieldMain slot of the ThreadRegistrar. Lock-free. */
-bool IsCurrentThreadCritical();
+[[gnu::always_inline]] inline bool IsCurrentThreadCritical() {
+    return ThreadRegistrar::instance().isFieldMain();
+}
 
 /**
  * Stops the process if the calling thread is a time-critical one. It stands at the head of every
@@ -25,5 +30,5 @@ class EveryThreadCanBlockPolicy {
 /** For locks that a time-critical thread must never wait for. */
 class CriticalThreadCantBlockPolicy {
   public:
-    static void assertBlockingIsAllowed() { ASSERT_BLOCKABLE_THREAD(); }
+    [[gnu::always_inline]] static void assertBlockingIsAllowed() { ASSERT_BLOCKABLE_THREAD(); }
 };

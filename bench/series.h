@@ -1,0 +1,32 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+#include <vector>
+
+namespace bench {
+
+inline uint64_t NanosecondsNow() {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<uint64_t>(now.tv_sec) * 1000000000 + static_cast<uint64_t>(now.tv_nsec);
+}
+
+/** The figures of one thing measured again and again; at least one. */
+class Series {
+  public:
+    void add(double figure) { i_figures.push_back(figure); }
+    /** The figure that so many quarters of the others lie below; 2 is the median. */
+    double quartile(size_t quarters) const {
+        std::vector<double> sorted = i_figures;
+        std::sort(sorted.begin(), sorted.end());
+        return sorted[(sorted.size() - 1) * quarters / 4];
+    }
+
+  private:
+    std::vector<double> i_figures;
+};
+
+}  // namespace bench

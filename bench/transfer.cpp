@@ -1,0 +1,192 @@
+/**
+ * transfer_bench: what a host adds to the hand-over of a byte. In each round the built tool and the
+ * two bare hosts send the same upgrade to the same far side, one behind the other and pinned, and
+ * the far side keeps the time. The better of the bare hosts is the round's floor.
+ */
+#include <sched.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "bench/barehost.h"
+#include "bench/farside.h"
+#include "bench/series.h"
+#include "companions/controller/mailboxport.h"
+#include "companions/controller/sharedregion.h"
+#include "tests/support/privateshm.h"
+#include "tests/support/rundirectory.h"
+
+namespace bench {
+
+namespace {
+
+/** Empty turns between two looks of the bare host that rests; about 10 ns. */
+constexpr unsigned SHORT_REST = 20;
+
+struct Settings {
+    std::string tool;
+    uint16_t pages = 2000;
+    unsigned rounds = 15;
+    int hostProcessor = 0;
+    int farProcessor = 1;
+    bool csv = false;
+};
+
+/** One run of the tool: the time of its transfer, and what the process used. */
+struct ToolRun {
+    Transfer transfer;
+    rusage usage = {};
+};
+
+class Bench {
+  public:
+    explicit Bench(const Settings& settings);
+    void run();
+
+  private:
+    double nanosecondsPerByte(unsigned rest);
+    ToolRun runTool();
+
+    Settings i_settings;
+    testsupport::RunDirectory i_directory;
+    controller::SharedRegion i_region;
+    volatile uint32_t* i_mailbox = nullptr;
+    std::vector<Frame> i_frames;
+};
+
+Bench::Bench(const Settings& settings) : i_settings(settings), i_frames(Upgrade(settings.pages)) {
+    if (!i_region.open("/resource0", controller::REGION_SIZE)) {
+        throw std::runtime_error(i_region.error());
+    }
+    i_mailbox = reinterpret_cast<volatile uint32_t*>(static_cast<char*>(i_region.address()) +
+                                                     controller::MAILBOX_OFFSET);
+    i_directory.write("image",
+                      "\n\n\n\n\n\nEND\n" + std::string(size_t{settings.pages} * 256, '\0'));
+}
+
+/** Runs `body` in a child on the host's processor, and waits for its end. */
+template <typename Body>
+rusage RunPinned(int processor, Body body) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+        PinTo(processor);
+        body();
+        _exit(EXIT_FAILURE);
+    }
+    int status = 0;
+    rusage usage = {};
+    wait4(pid, &status, 0, &usage);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+        throw std::runtime_error("a host has failed, wait status " + std::to_string(status));
+    }
+    return usage;
+}
+
+double PerByte(const Transfer& transfer) {
+    return static_cast<double>(transfer.nanoseconds) / static_cast<double>(transfer.bytes);
+}
+
+double Bench::nanosecondsPerByte(unsigned rest) {
+    FarSide farSide(i_mailbox, i_settings.farProcessor);
+    farSide.expect(i_settings.pages);
+    RunPinned(i_settings.hostProcessor, [&] {
+        SendUpgrade(i_mailbox, i_frames, rest);
+        _exit(EXIT_SUCCESS);
+    });
+    return PerByte(farSide.result());
+}
+
+ToolRun Bench::runTool() {
+    FarSide farSide(i_mailbox, i_settings.farProcessor);
+    farSide.expect(i_settings.pages);
+    ToolRun run;
+    run.usage = RunPinned(i_settings.hostProcessor, [&] {
+        if (chdir(i_directory.path().c_str()) == 0 &&
+            freopen("/dev/null", "w", stdout) != nullptr) {
+            execl(i_settings.tool.c_str(), "tolmira_upgrade", "image", "configuration", nullptr);
+        }
+    });
+    run.transfer = farSide.result();
+    return run;
+}
+
+void Print(const char* name, const Series& series) {
+    printf("%-28s %8.1f %8.1f %8.1f\n", name, series.quartile(1), series.quartile(2),
+           series.quartile(3));
+}
+
+void Bench::run() {
+    Series tool;
+    Series hard;
+    Series resting;
+    Series floor;
+    Series excess;
+    Series ratio;
+    long peakKilobytes = 0;
+    for (unsigned round = 0; round < i_settings.rounds; ++round) {
+        const double hardPolling = nanosecondsPerByte(0);
+        const ToolRun toolRun = runTool();
+        const double shortRest = nanosecondsPerByte(SHORT_REST);
+        const double least = std::min(hardPolling, shortRest);
+        const double own = PerByte(toolRun.transfer);
+        tool.add(own);
+        hard.add(hardPolling);
+        resting.add(shortRest);
+        floor.add(least);
+        excess.add(own - least);
+        ratio.add(own / least);
+        peakKilobytes = std::max(peakKilobytes, toolRun.usage.ru_maxrss);
+    }
+    if (i_settings.csv) {
+        printf("%u,%.1f,%.1f,%.1f,%ld\n", i_settings.pages, tool.quartile(2), floor.quartile(2),
+               excess.quartile(2), peakKilobytes);
+        return;
+    }
+    printf("processors %d and %d, %u pages, %u rounds; ns a byte\n", i_settings.hostProcessor,
+           i_settings.farProcessor, i_settings.pages, i_settings.rounds);
+    printf("%-28s %8s %8s %8s\n", "", "quarter", "median", "3/4");
+    Print("bare host, polling hard", hard);
+    Print("bare host, with a short rest", resting);
+    Print("floor, the better of a round", floor);
+    Print("tool", tool);
+    Print("excess over the floor", excess);
+    printf("%-28s %8.2f %8.2f %8.2f\n", "ratio to the floor", ratio.quartile(1), ratio.quartile(2),
+           ratio.quartile(3));
+    printf("peak resident set of the tool: %ld KiB\n", peakKilobytes);
+}
+
+}  // namespace
+
+}  // namespace bench
+
+int main(int argc, char** argv) {
+    bench::Settings settings;
+    CLI::App app("Compares the tool with bare hosts over the same far side.", "transfer_bench");
+    app.add_option("--tool", settings.tool, "the built tool")->required();
+    app.add_option("--pages", settings.pages, "pages of the image")->capture_default_str();
+    app.add_option("--rounds", settings.rounds, "how often all hosts run")->capture_default_str();
+    app.add_option("--host", settings.hostProcessor, "processor of the hosts")
+        ->capture_default_str();
+    app.add_option("--far", settings.farProcessor, "processor of the far side")
+        ->capture_default_str();
+    app.add_flag("--csv", settings.csv,
+                 "one line: pages, tool, floor, excess (ns a byte), peak KiB");
+    CLI11_PARSE(app, argc, argv);
+    settings.tool = std::filesystem::absolute(settings.tool);
+    testsupport::UsePrivateSharedMemory();
+    try {
+        bench::Bench(settings).run();
+    } catch (const std::exception& e) {
+        fprintf(stderr, "transfer_bench: %s\n", e.what());
+        return 1;
+    }
+    return 0;
+}
