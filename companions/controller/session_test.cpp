@@ -44,7 +44,7 @@ class SessionTest : public testing::Test {
     void connect() {
         i_words[MAILBOX_RX_STATE] = STATE_REQUESTED;
         i_words[MAILBOX_TX_STATE] = STATE_READY;
-        i_session.poll();
+        i_session.poll({});
         ASSERT_EQ(word(MAILBOX_RX_STATE), STATE_READY);
     }
 
@@ -52,7 +52,7 @@ class SessionTest : public testing::Test {
         for (const uint8_t byte : bytes) {
             i_words[MAILBOX_TX_DATA] = byte;
             i_words[MAILBOX_TX_FLAG] = TX_BYTE_OFFERED;
-            i_session.poll();
+            i_session.poll({});
             ASSERT_EQ(word(MAILBOX_TX_FLAG), TX_BYTE_TAKEN);
         }
     }
@@ -63,7 +63,7 @@ class SessionTest : public testing::Test {
         while (word(MAILBOX_RX_FLAG) == RX_BYTE_OFFERED) {
             bytes.push_back(word(MAILBOX_RX_DATA));
             i_words[MAILBOX_RX_FLAG] = RX_BYTE_TAKEN;
-            i_session.poll();
+            i_session.poll({});
         }
         return bytes;
     }
@@ -81,8 +81,11 @@ class SessionTest : public testing::Test {
     Conversation i_conversation{i_flash, i_journal, std::nullopt};
     Manners i_manners;
     unsigned int i_revisionAtUpgrade = 0;
-    Session i_session{MailboxPort(i_words.data()), i_conversation, i_journal, i_manners,
-                      [this] { i_revisionAtUpgrade = revision(); }};
+    FaultPlan i_plan{{}, i_journal};
+    Session i_session{
+        MailboxPort(i_words.data()), i_conversation, i_plan, i_journal, i_manners, [this] {
+            i_revisionAtUpgrade = revision();
+        }};
 };
 
 class DeadAfterReset : public SessionTest {
@@ -100,7 +103,7 @@ TEST_F(SessionTest, AnnouncesItselfInAClearedMailbox) {
     i_session.announce();
     EXPECT_EQ(i_words[MAILBOX_TX_STATE], uint32_t{STATE_REQUESTED});
     EXPECT_EQ(revision(), 100U);
-    EXPECT_FALSE(i_session.poll()) << "no host, nothing to do";
+    EXPECT_FALSE(i_session.poll({})) << "no host, nothing to do";
 }
 
 TEST_F(SessionTest, ChangesTheRevisionBeforeItTakesTheLastByte) {
@@ -119,7 +122,7 @@ TEST_F(SessionTest, OffersTheNextByteOnlyWhenTheLastIsTaken) {
     send(STRAY_PAGE);
     ASSERT_EQ(word(MAILBOX_RX_FLAG), RX_BYTE_OFFERED);
     EXPECT_EQ(word(MAILBOX_RX_DATA), 0x02);
-    EXPECT_FALSE(i_session.poll());
+    EXPECT_FALSE(i_session.poll({}));
     EXPECT_EQ(word(MAILBOX_RX_DATA), 0x02);
     EXPECT_EQ(receive(), PackFrame(ID_PAGE_RESULT, {static_cast<uint8_t>(PageResult::e_NotBegun)}));
 }
@@ -129,7 +132,7 @@ TEST_F(SessionTest, ComesUpAgainAfterAReset) {
     send(STRAY_PAGE);
     send({BEGIN[0], BEGIN[1]});
     resetMailbox();
-    EXPECT_TRUE(i_session.poll());
+    EXPECT_TRUE(i_session.poll({}));
     EXPECT_EQ(word(MAILBOX_RX_STATE), STATE_READY);
     EXPECT_EQ(word(MAILBOX_TX_STATE), STATE_REQUESTED);
     EXPECT_EQ(word(MAILBOX_RX_FLAG), 0) << "the old answer is dropped";
@@ -142,9 +145,9 @@ TEST_F(SessionTest, ComesUpAgainAfterAReset) {
 TEST_F(DeadAfterReset, LeavesTheMailboxAlone) {
     connect();
     resetMailbox();
-    EXPECT_TRUE(i_session.poll());
+    EXPECT_TRUE(i_session.poll({}));
     i_words[MAILBOX_TX_FLAG] = TX_BYTE_OFFERED;
-    EXPECT_FALSE(i_session.poll());
+    EXPECT_FALSE(i_session.poll({}));
     EXPECT_EQ(word(MAILBOX_TX_FLAG), TX_BYTE_OFFERED);
     EXPECT_EQ(word(MAILBOX_RX_STATE), 0);
     EXPECT_EQ(word(MAILBOX_TX_STATE), 0);
@@ -154,7 +157,7 @@ TEST_F(DeadAfterReset, LeavesTheMailboxAlone) {
 TEST_F(SessionTest, TellsALeavingHostFromAReset) {
     connect();
     i_words[MAILBOX_RX_STATE] = 0;
-    i_session.poll();
+    i_session.poll({});
     i_session.idle(milliseconds(49));
     EXPECT_FALSE(i_session.over());
     i_session.idle(milliseconds(50));
@@ -167,7 +170,7 @@ TEST_F(SessionTest, StartsAfreshWithTheNextHost) {
     send(STRAY_PAGE);
     send({BEGIN[0]});
     i_words[MAILBOX_RX_STATE] = 0;
-    i_session.poll();
+    i_session.poll({});
     connect();
     EXPECT_EQ(word(MAILBOX_RX_FLAG), RX_BYTE_TAKEN) << "the stale byte is withdrawn";
     send(STRAY_PAGE);
@@ -197,7 +200,7 @@ TEST_F(SessionTest, LooksAtTheByteAloneAndWritesTheWholeWord) {
     connect();
     i_words[MAILBOX_TX_DATA] = 0xFFFFFF00U | BEGIN[0];
     i_words[MAILBOX_TX_FLAG] = 0xABCDE100U | TX_BYTE_OFFERED;
-    EXPECT_TRUE(i_session.poll());
+    EXPECT_TRUE(i_session.poll({}));
     EXPECT_EQ(i_words[MAILBOX_TX_FLAG], uint32_t{TX_BYTE_TAKEN});
 }
 

@@ -1,0 +1,136 @@
+#include "companions/controller/whereabouts.h"
+
+#include <cstddef>
+
+#include "companions/controller/frame.h"
+
+namespace controller {
+
+namespace {
+
+/** So many bytes of a message tell its id, and these the page. */
+constexpr size_t ID_KNOWN = ID_OFFSET + 2;
+constexpr size_t NUMBER_KNOWN = HEADER_SIZE + 2;
+
+/** A host waits for no message longer than this. */
+constexpr uint32_t LONGEST_ANSWER = 0x8000000;
+
+/** How many bytes the host reads of the answer that begins like this: only a header if it is bad.
+ */
+size_t BytesRead(const std::vector<uint8_t>& header) {
+    const uint32_t length = ReadU32(header.data() + LENGTH_OFFSET);
+    const bool sound = header[0] == FIRST_LEAD_BYTE && header[1] == SECOND_LEAD_BYTE &&
+                       length >= HEADER_SIZE && length <= LONGEST_ANSWER;
+    return sound ? length : HEADER_SIZE;
+}
+
+bool IsGood(const std::vector<uint8_t>& answer) {
+    return answer.size() > HEADER_SIZE && ReadU16(answer.data() + ID_OFFSET) == ID_PAGE_RESULT &&
+           answer[HEADER_SIZE] == 0;
+}
+
+}  // namespace
+
+std::optional<Place> Whereabouts::next(const std::vector<uint8_t>& begun) {
+    if (!i_begun) {
+        start();
+    }
+    if (begun.size() == ID_KNOWN) {
+        recognise(ReadU16(begun.data() + ID_OFFSET));
+    } else if (begun.size() == NUMBER_KNOWN && i_place.message == HostMessage::e_Page) {
+        number(ReadU16(begun.data() + HEADER_SIZE));
+    }
+    i_place.byte = static_cast<unsigned>(begun.size());
+    return i_known ? std::optional<Place>(i_place) : std::nullopt;
+}
+
+void Whereabouts::start() {
+    i_begun = true;
+    i_known = true;
+    i_place = {};
+    i_good = i_good || i_goodOffered;
+    i_goodOffered = false;
+    if (!i_opened) {
+        i_opened = true;
+        i_place.message = HostMessage::e_Begin;
+        return;
+    }
+    guessPage();
+}
+
+void Whereabouts::guessPage() {
+    number(i_good ? static_cast<uint16_t>(i_lastPage + 1) : i_lastPage);
+}
+
+void Whereabouts::number(uint16_t page) {
+    i_place.page = page;
+    i_place.attempt = page == i_lastPage ? i_attempts + 1 : 1;
+}
+
+void Whereabouts::recognise(uint16_t id) {
+    const HostMessage guessed = i_place.message;
+    switch (id) {
+        case ID_UPGRADE_BEGIN:
+            i_place.message = HostMessage::e_Begin;
+            break;
+        case ID_FLASH_PAGE:
+            i_place.message = HostMessage::e_Page;
+            break;
+        case ID_UPGRADE_INFO:
+            i_place.message = HostMessage::e_Info;
+            break;
+        case ID_UPGRADE_END:
+            i_place.message = HostMessage::e_End;
+            break;
+        default:
+            i_known = false;
+            break;
+    }
+    if (i_place.message == HostMessage::e_Page && guessed != HostMessage::e_Page) {
+        guessPage();
+    }
+}
+
+void Whereabouts::over() {
+    if (!i_begun) {
+        return;
+    }
+    i_begun = false;
+    if (i_known && i_place.message == HostMessage::e_Page) {
+        i_lastPage = i_place.page;
+        i_attempts = i_place.attempt;
+        i_good = false;
+    }
+}
+
+void Whereabouts::begin() {
+    i_opened = true;
+    i_lastPage = 0;
+    i_attempts = 0;
+    i_good = false;
+}
+
+void Whereabouts::offered(uint8_t byte) {
+    i_answer.push_back(byte);
+    if (i_answer.size() < HEADER_SIZE || i_answer.size() < BytesRead(i_answer)) {
+        return;
+    }
+    i_goodOffered = IsGood(i_answer);
+    i_answer.clear();
+}
+
+void Whereabouts::answersLost() {
+    i_answer.clear();
+    i_goodOffered = false;
+}
+
+std::optional<Place> Whereabouts::behind() const {
+    if (!i_known) {
+        return std::nullopt;
+    }
+    Place place = i_place;
+    ++place.byte;
+    return place;
+}
+
+}  // namespace controller
