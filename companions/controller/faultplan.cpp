@@ -86,6 +86,7 @@ std::optional<Step> StepAt(const Fault& fault, size_t position, size_t first, si
 
 std::vector<Step> FaultlessSteps(const std::vector<uint8_t>& bytes) {
     std::vector<Step> steps;
+    steps.reserve(bytes.size());
     for (const uint8_t byte : bytes) {
         steps.push_back({Step::Kind::e_Offer, byte, nullptr});
     }

@@ -341,7 +341,7 @@ Place RandomPage(Dice& dice, uint16_t pages, const Fault* last) {
     const auto lastPage = static_cast<uint32_t>(pages - 1);
     place.page =
         static_cast<uint16_t>(dice.oneOf({0, lastPage, dice.below(pages), dice.below(pages)}));
-    place.attempt = dice.oneOf({1, 1, 1, 1, 1, 1, 2, 1 + dice.below(5)});
+    place.attempt = dice.oneIn(12) ? 2 + dice.below(4) : 1;
     return place;
 }
 

@@ -28,10 +28,11 @@ namespace controller {
  *
  * Faults at a byte of the host act when it is on offer and before it is taken; one behind the last
  * byte (272 at a page, 12 at info, 8 at begin and end) acts when the whole message has been taken,
- * and before its answer. Several at one place act in this order, up to a die or reset:
+ * just before its last byte is acknowledged, which it is in any case. Several at one place act in
+ * this order, up to a die or reset:
  *
- *     slow=MS      the byte is taken MS milliseconds late; behind the last byte, the controller
- *                  goes on MS milliseconds late
+ *     slow=MS      the byte is taken MS milliseconds late; behind the last byte, which is
+ *                  acknowledged at once, the controller goes on MS milliseconds late
  *     die          from here on the controller does nothing at all
  *     reset        the controller clears addresses 5 to 10 and forgets the message and its answers;
  *                  it doesn't come back

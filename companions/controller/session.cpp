@@ -15,20 +15,25 @@ constexpr std::chrono::milliseconds RESET_TIME{50};
 /** A host that is in the middle of a message gives the next byte at once or never. */
 constexpr std::chrono::milliseconds MESSAGE_TIME{2000};
 
+/** The port as the plan wants its words written. */
+MailboxPort Soiled(MailboxPort port, FaultPlan& plan) {
+    if (const Fault* dirty = plan.ofRun(FaultKind::e_Dirty)) {
+        port.setDirt(*dirty->value);
+    }
+    return port;
+}
+
 }  // namespace
 
 Session::Session(MailboxPort port, Conversation& conversation, FaultPlan& plan, Journal& journal,
                  const Manners& manners, std::function<void()> onUpgraded)
-    : i_port(port),
+    : i_port(Soiled(port, plan)),
       i_conversation(conversation),
       i_plan(plan),
       i_journal(journal),
       i_manners(manners),
-      i_onUpgraded(std::move(onUpgraded)) {
-    if (const Fault* dirty = i_plan.ofRun(FaultKind::e_Dirty)) {
-        i_port.setDirt(*dirty->value);
-    }
-}
+      i_onUpgraded(std::move(onUpgraded)),
+      i_outbox(i_port, conversation, plan) {}
 
 void Session::clear() {
     for (unsigned int address = MAILBOX_TX_STATE; address >= MAILBOX_RX_DATA; --address) {
@@ -52,8 +57,11 @@ void Session::announce() {
 
 bool Session::poll(Time now) {
     i_now = now;
-    if (i_dead || comeUp()) {
-        return !i_dead;
+    if (dead()) {
+        return false;
+    }
+    if (comeUp()) {
+        return true;
     }
     // In the reverse of the host's order of writing, so that no byte is seen without the state in
     // front of it.
@@ -68,17 +76,18 @@ bool Session::poll(Time now) {
     } else if (flag == TX_BYTE_OFFERED) {
         active = takeByte() || active;
     }
-    return offerByte() || active;
+    return (i_receiveUp && !dead() && i_outbox.offer(now)) || active;
 }
 
 std::optional<Session::Time> Session::due() const {
+    const std::optional<Time> offer = i_receiveUp ? i_outbox.due() : std::nullopt;
     std::optional<Time> first;
-    for (const std::optional<Time>& time : {i_upAt, i_heldUntil, i_offerAt}) {
+    for (const std::optional<Time>& time : {i_upAt, i_heldUntil, offer}) {
         if (time && (!first || *time < *first)) {
             first = time;
         }
     }
-    return i_dead ? std::nullopt : first;
+    return dead() ? std::nullopt : first;
 }
 
 bool Session::reset() {
@@ -146,15 +155,7 @@ void Session::welcomeHost() {
 void Session::dropAnswers() {
     i_heldUntil.reset();
     i_ending = false;
-    i_answers.clear();
-    i_offerAt.reset();
-    i_early = 0;
-    i_directionNew = true;
-    i_conversation.noteAnswersLost();
-    // A byte that nobody took would be the first one of the next answer.
-    if (i_port.read(MAILBOX_RX_FLAG) == RX_BYTE_OFFERED) {
-        i_port.write(MAILBOX_RX_FLAG, RX_BYTE_TAKEN);
-    }
+    i_outbox.drop();
 }
 
 bool Session::takeByte() {
@@ -167,12 +168,13 @@ bool Session::takeByte() {
         writeRevision(i_manners.newRevision);
         i_journal.event("reports revision " + std::to_string(i_revision));
     }
-    i_port.write(MAILBOX_TX_FLAG, TX_BYTE_TAKEN);
     if (outcome.complete) {
         i_ending = true;
         i_verdict = std::move(outcome.answer);
         endMessage();
     }
+    // Behind what a fault does here, so that the host finds it done as soon as it goes on.
+    i_port.write(MAILBOX_TX_FLAG, TX_BYTE_TAKEN);
     return true;
 }
 
@@ -182,61 +184,9 @@ bool Session::endMessage() {
     }
     i_ending = false;
     if (i_verdict) {
-        queue(i_plan.answer(*i_verdict, i_early));
-        i_early = 0;
-        i_verdict.reset();
+        i_outbox.queue(*i_verdict);
     }
     return true;
-}
-
-void Session::queue(const std::vector<Step>& steps) {
-    i_answers.insert(i_answers.end(), steps.begin(), steps.end());
-}
-
-bool Session::mayOffer() {
-    if (!i_receiveUp || (i_offerAt && i_now < *i_offerAt)) {
-        return false;
-    }
-    i_offerAt.reset();
-    return i_directionNew || i_port.read(MAILBOX_RX_FLAG) == RX_BYTE_TAKEN;
-}
-
-bool Session::offerByte() {
-    bool offered = false;
-    bool active = false;
-    while (!i_dead && !i_answers.empty() &&
-           (i_answers.front().kind == Step::Kind::e_Die || (!offered && mayOffer()))) {
-        const Step step = i_answers.front();
-        i_answers.pop_front();
-        carryOut(step);
-        offered = step.kind == Step::Kind::e_Offer;
-        active = true;
-    }
-    return active;
-}
-
-void Session::carryOut(const Step& step) {
-    if (step.cause != nullptr) {
-        i_plan.tell(*step.cause);
-    }
-    const auto byte = static_cast<uint8_t>(step.value);
-    switch (step.kind) {
-        case Step::Kind::e_Offer:
-            i_port.write(MAILBOX_RX_DATA, byte);
-            i_port.write(MAILBOX_RX_FLAG, RX_BYTE_OFFERED);
-            i_directionNew = false;
-            i_conversation.noteOffered(byte);
-            break;
-        case Step::Kind::e_Lose:
-            i_port.write(MAILBOX_RX_DATA, byte);
-            break;
-        case Step::Kind::e_Wait:
-            i_offerAt = i_now + Time(step.value);
-            break;
-        case Step::Kind::e_Die:
-            i_dead = true;
-            break;
-    }
 }
 
 // False while the host's message does not go on from here, now or ever.
@@ -274,15 +224,11 @@ bool Session::act(const Fault& fault) {
             i_port.write(MAILBOX_RX_STATE, static_cast<unsigned char>(value));
             return true;
         case FaultKind::e_Unasked:
-            queue(FaultlessSteps(PackResult(static_cast<uint8_t>(value))));
+            i_outbox.queueUnasked(static_cast<uint8_t>(value));
             return true;
-        default: {
-            std::vector<uint8_t> bytes = PackResult(static_cast<uint8_t>(PageResult::e_Good));
-            bytes.resize(value);
-            queue(FaultlessSteps(bytes));
-            i_early = value;
+        default:
+            i_outbox.queueEarly(value);
             return true;
-        }
     }
 }
 
@@ -293,11 +239,12 @@ void Session::resetFor(std::optional<uint32_t> milliseconds) {
     i_over = !milliseconds;
     if (milliseconds) {
         i_upAt = i_now + Time(*milliseconds);
+        comeUp();
     }
 }
 
 void Session::idle(Time quiet) {
-    if (i_dead || due()) {
+    if (dead() || due()) {
         return;  // The silence is the controller's own.
     }
     if (i_closing && quiet >= RESET_TIME) {
@@ -312,7 +259,7 @@ void Session::idle(Time quiet) {
 }
 
 void Session::withdraw() {
-    if (i_dead) {
+    if (dead()) {
         return;
     }
     i_port.write(MAILBOX_TX_STATE, STATE_ABSENT);

@@ -2,15 +2,14 @@
 
 #include <chrono>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <optional>
-#include <vector>
 
 #include "companions/controller/conversation.h"
 #include "companions/controller/faultplan.h"
 #include "companions/controller/journal.h"
 #include "companions/controller/mailboxport.h"
+#include "companions/controller/outbox.h"
 
 namespace controller {
 
@@ -34,9 +33,8 @@ struct Manners {
  * follows from that. Whoever calls it keeps the time, and tells it through `idle` of silence. What
  * it does depends on the mailbox, the calls and the times alone.
  *
- * All that a byte of the host leads to is done before the byte is acknowledged, but for the answer.
- * So a host that has sent its last byte finds the new revision in the mailbox, however soon it
- * looks.
+ * All that a byte of the host leads to is done before the byte is acknowledged. So a host that has
+ * sent its last byte finds the new revision in the mailbox, however soon it looks.
  *
  * The plan says where it is to go wrong. A dead controller touches nothing any more.
  *
@@ -69,7 +67,7 @@ class Session {
     void withdraw();
 
     /** True once a host has come and gone, the mailbox was reset for good, or death came. */
-    bool over() const { return i_over || i_dead; }
+    bool over() const { return i_over || dead(); }
     unsigned resets() const { return i_resets; }
     uint16_t revision() const { return i_revision; }
 
@@ -82,12 +80,9 @@ class Session {
     void welcomeHost();
     bool takeByte();
     bool endMessage();
-    void queue(const std::vector<Step>& steps);
-    bool mayOffer();
-    bool offerByte();
-    void carryOut(const Step& step);
     void dropAnswers();
 
+    bool dead() const { return i_dead || i_outbox.dead(); }
     bool goesOn(const std::optional<Place>& place);
     bool act(const Fault& fault);
     void resetFor(std::optional<uint32_t> milliseconds);
@@ -108,8 +103,6 @@ class Session {
     bool i_receiveUp = false;
     /** The host has let the receive direction go; the rest of a reset may still follow. */
     bool i_closing = false;
-    /** Nothing has been offered since the receive direction came up. */
-    bool i_directionNew = true;
     bool i_over = false;
     unsigned i_resets = 0;
 
@@ -119,11 +112,7 @@ class Session {
     bool i_ending = false;
     std::optional<Answer> i_verdict;
 
-    std::deque<Step> i_answers;
-    /** The next byte is not offered until then. */
-    std::optional<Time> i_offerAt;
-    /** So many bytes of the next answer have gone out in front of it. */
-    size_t i_early = 0;
+    Outbox i_outbox;
 };
 
 }  // namespace controller

@@ -27,7 +27,10 @@ const Bytes STRAY_PAGE = PackFrame(ID_FLASH_PAGE, {});
 /** The test is the host: it writes the words, and lets the session look when it chooses. */
 class SessionTest : public testing::Test {
   protected:
-    explicit SessionTest(bool rearm = true) : i_manners{100, 19525, rearm} { i_words.fill(0); }
+    explicit SessionTest(bool rearm = true, const Schedule& faults = {})
+        : i_manners{100, 19525, rearm}, i_plan(faults, i_journal) {
+        i_words.fill(0);
+    }
 
     void SetUp() override {
         i_session.clear();
@@ -81,7 +84,7 @@ class SessionTest : public testing::Test {
     Conversation i_conversation{i_flash, i_journal, std::nullopt};
     Manners i_manners;
     unsigned int i_revisionAtUpgrade = 0;
-    FaultPlan i_plan{{}, i_journal};
+    FaultPlan i_plan;
     Session i_session{
         MailboxPort(i_words.data()), i_conversation, i_plan, i_journal, i_manners, [this] {
             i_revisionAtUpgrade = revision();
@@ -91,6 +94,19 @@ class SessionTest : public testing::Test {
 class DeadAfterReset : public SessionTest {
   protected:
     DeadAfterReset() : SessionTest(false) {}
+};
+
+class SlowAndMortal : public SessionTest {
+  protected:
+    SlowAndMortal()
+        : SessionTest(true, {{FaultKind::e_Slow, 9000, {HostMessage::e_Begin, 0, 1, 2}},
+                             {FaultKind::e_Die, std::nullopt, {HostMessage::e_Begin, 0, 1, 3}}}) {}
+
+    bool offer(uint8_t byte, milliseconds now) {
+        i_words[MAILBOX_TX_DATA] = byte;
+        i_words[MAILBOX_TX_FLAG] = TX_BYTE_OFFERED;
+        return i_session.poll(now);
+    }
 };
 
 TEST_F(SessionTest, AnnouncesItselfInAClearedMailbox) {
@@ -194,6 +210,33 @@ TEST_F(SessionTest, GivesUpOnAMessageThatStops) {
     EXPECT_EQ(i_journal.findings(), 1U);
     send(BEGIN);
     EXPECT_EQ(i_conversation.tally().begins, 1U);
+}
+
+TEST_F(SlowAndMortal, BlamesNoHostForItsOwnSilence) {
+    connect();
+    send({BEGIN[0], BEGIN[1]});
+    EXPECT_EQ(i_session.due(), std::nullopt);
+    EXPECT_FALSE(offer(BEGIN[2], milliseconds(1000)));
+    EXPECT_EQ(i_session.due(), milliseconds(10000));
+    i_session.idle(milliseconds(2000));
+    EXPECT_FALSE(i_session.poll(milliseconds(9999)));
+    EXPECT_TRUE(i_session.poll(milliseconds(10000)));
+    EXPECT_EQ(word(MAILBOX_TX_FLAG), TX_BYTE_TAKEN);
+    EXPECT_EQ(i_journal.findings(), 0U) << i_out.str();
+}
+
+TEST_F(SlowAndMortal, TouchesNothingOnceDead) {
+    connect();
+    send({BEGIN[0], BEGIN[1]});
+    offer(BEGIN[2], milliseconds(0));
+    i_session.poll(milliseconds(9000));
+    EXPECT_FALSE(offer(BEGIN[3], milliseconds(9000)));
+    const auto words = i_words;
+    EXPECT_TRUE(i_session.over());
+    EXPECT_FALSE(i_session.poll(milliseconds(20000)));
+    i_session.withdraw();
+    EXPECT_EQ(i_words, words);
+    EXPECT_THAT(i_out.str(), HasSubstr("fault: die@begin.3\n"));
 }
 
 TEST_F(SessionTest, LooksAtTheByteAloneAndWritesTheWholeWord) {

@@ -68,7 +68,7 @@ void Whereabouts::number(uint16_t page) {
 }
 
 void Whereabouts::recognise(uint16_t id) {
-    const HostMessage guessed = i_place.message;
+    const bool pageGuessed = i_place.message == HostMessage::e_Page;
     switch (id) {
         case ID_UPGRADE_BEGIN:
             i_place.message = HostMessage::e_Begin;
@@ -86,7 +86,11 @@ void Whereabouts::recognise(uint16_t id) {
             i_known = false;
             break;
     }
-    if (i_place.message == HostMessage::e_Page && guessed != HostMessage::e_Page) {
+    const bool page = i_place.message == HostMessage::e_Page;
+    if (!page) {
+        i_place.page = 0;
+        i_place.attempt = 1;
+    } else if (!pageGuessed) {
         guessPage();
     }
 }
