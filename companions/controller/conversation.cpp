@@ -34,10 +34,12 @@ FlashPage UnpackPage(const std::vector<uint8_t>& body) {
 }  // namespace
 
 Outcome Conversation::take(uint8_t byte) {
+    i_whereabouts.follow(i_reader.begun());
     const std::optional<Frame> frame = i_reader.push(byte);
     if (!frame) {
         return {};
     }
+    i_whereabouts.over();
     noteDroppedBytes();
     return handle(*frame);
 }
@@ -52,6 +54,7 @@ void Conversation::noteDroppedBytes() {
 
 Outcome Conversation::handle(const Frame& frame) {
     Outcome outcome;
+    outcome.complete = true;
     switch (frame.id) {
         case ID_UPGRADE_BEGIN:
             begin();
@@ -80,7 +83,7 @@ void Conversation::begin() {
     i_flash.erase();
     i_open = true;
     i_fits = false;
-    i_attempt = 0;
+    i_whereabouts.begin();
 }
 
 PageResult Conversation::judge(const FlashPage& page) {
@@ -96,16 +99,14 @@ PageResult Conversation::judge(const FlashPage& page) {
 Answer Conversation::page(const std::vector<uint8_t>& body) {
     ++i_tally.pages;
     const FlashPage page = UnpackPage(body);
-    const bool again = i_attempt != 0 && page.number == i_lastPage;
-    i_attempt = again ? i_attempt + 1 : 1;
-    i_lastPage = page.number;
+    const unsigned attempt = i_whereabouts.attempt();
     const PageResult result = judge(page);
     if (i_journal.tracing()) {
         i_journal.trace("host sends page " + std::to_string(page.number) + ", attempt " +
-                        std::to_string(i_attempt) + ", CRC " + Hex(page.crc) + ", answer " +
+                        std::to_string(attempt) + ", CRC " + Hex(page.crc) + ", answer " +
                         ResultName(result));
     }
-    return {page.number, i_attempt, PackFrame(ID_PAGE_RESULT, {static_cast<uint8_t>(result)})};
+    return {page.number, attempt, PackResult(static_cast<uint8_t>(result))};
 }
 
 void Conversation::info(const std::vector<uint8_t>& body) {
@@ -146,10 +147,22 @@ bool Conversation::end() {
 
 void Conversation::breakOff(const char* why) {
     noteDroppedBytes();
-    if (i_reader.partial()) {
-        i_reader.restart();
+    const bool begun = !i_reader.begun().empty();
+    forget();
+    if (begun) {
         i_journal.finding(std::string("message broken off: ") + why);
     }
+}
+
+void Conversation::forget() {
+    i_reader.restart();
+    i_whereabouts.over();
+}
+
+void Conversation::welcome() {
+    breakOff("another host has come");
+    close();
+    i_whereabouts = {};
 }
 
 void Conversation::close() {

@@ -8,10 +8,11 @@
 #include "companions/controller/flash.h"
 #include "companions/controller/frame.h"
 #include "companions/controller/journal.h"
+#include "companions/controller/whereabouts.h"
 
 namespace controller {
 
-/** An answer on its way to the host, and what it answers: the page and its how-manieth send. */
+/** An answer on its way to the host, and what it answers: the page and the attempt at it. */
 struct Answer {
     uint16_t page = 0;
     unsigned attempt = 0;
@@ -20,6 +21,8 @@ struct Answer {
 
 /** What one byte of the host leads to. */
 struct Outcome {
+    /** The byte completed a message. */
+    bool complete = false;
     std::optional<Answer> answer;
     /** The byte completed an upgrade whose pages all fit. */
     bool upgraded = false;
@@ -55,8 +58,24 @@ class Conversation {
     /** Takes one byte of the host. */
     Outcome take(uint8_t byte);
 
-    /** Forgets a message that was begun: its rest will not come. */
+    /** Where the host's next byte belongs, now that it is on offer. */
+    std::optional<Place> placeOnOffer() {
+        i_whereabouts.follow(i_reader.begun());
+        return i_whereabouts.place();
+    }
+    /** The place behind the message that was completed last. */
+    std::optional<Place> placeBehind() const { return i_whereabouts.behind(); }
+    /** Notes a byte that the host will read. */
+    void noteOffered(uint8_t byte) { i_whereabouts.offered(byte); }
+    /** Notes that it will not read the rest of what was on its way. */
+    void noteAnswersLost() { i_whereabouts.answersLost(); }
+
+    /** A host starts from the beginning: whatever was open is broken off. */
+    void welcome();
+    /** Gives up a message that was begun: its rest will not come. */
     void breakOff(const char* why);
+    /** The same where the controller is to blame: no finding. */
+    void forget();
     /** Notes a transfer that was begun and not ended as a finding; for the end of a session. */
     void close();
 
@@ -84,8 +103,7 @@ class Conversation {
     bool i_open = false;
     bool i_fits = false;
     uint16_t i_checksum = 0;
-    uint16_t i_lastPage = 0;
-    unsigned i_attempt = 0;
+    Whereabouts i_whereabouts;
 };
 
 }  // namespace controller

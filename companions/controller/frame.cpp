@@ -4,11 +4,6 @@ namespace controller {
 
 namespace {
 
-constexpr uint8_t FIRST_LEAD_BYTE = 2;
-constexpr uint8_t SECOND_LEAD_BYTE = 220;
-constexpr size_t HEADER_SIZE = 8;
-constexpr size_t LENGTH_OFFSET = 4;
-
 /** Well above a page's 272 bytes: room for larger pages, none for a spoilt length. */
 constexpr uint32_t LONGEST_FRAME = 4096;
 
@@ -35,6 +30,10 @@ std::vector<uint8_t> PackFrame(uint16_t id, const std::vector<uint8_t>& body) {
     return bytes;
 }
 
+std::vector<uint8_t> PackResult(uint8_t result) {
+    return PackFrame(ID_PAGE_RESULT, {result});
+}
+
 bool FrameReader::plausible() const {
     if (i_bytes[0] != FIRST_LEAD_BYTE || (i_bytes.size() > 1 && i_bytes[1] != SECOND_LEAD_BYTE)) {
         return false;
@@ -56,7 +55,7 @@ std::optional<Frame> FrameReader::push(uint8_t byte) {
         return std::nullopt;
     }
     Frame frame;
-    frame.id = ReadU16(i_bytes.data() + 2);
+    frame.id = ReadU16(i_bytes.data() + ID_OFFSET);
     frame.body.assign(i_bytes.begin() + HEADER_SIZE, i_bytes.end());
     i_bytes.clear();
     return frame;

@@ -15,6 +15,13 @@ constexpr uint16_t ID_UPGRADE_END = 11940;
 constexpr uint16_t ID_UPGRADE_BEGIN = 11941;
 constexpr uint16_t ID_PAGE_RESULT = 11942;
 
+/** The header of a message: two lead bytes, the id, and the length of the whole message. */
+constexpr size_t HEADER_SIZE = 8;
+constexpr size_t ID_OFFSET = 2;
+constexpr size_t LENGTH_OFFSET = 4;
+constexpr uint8_t FIRST_LEAD_BYTE = 2;
+constexpr uint8_t SECOND_LEAD_BYTE = 220;
+
 /** One message: its id, and what stands behind the 8 header bytes. */
 struct Frame {
     uint16_t id = 0;
@@ -23,6 +30,9 @@ struct Frame {
 
 /** A message as it stands on the wire, header included. */
 std::vector<uint8_t> PackFrame(uint16_t id, const std::vector<uint8_t>& body);
+
+/** The answer to a page, with this result byte. */
+std::vector<uint8_t> PackResult(uint8_t result);
 
 /** The big-endian numbers of the wire; the bytes must be there. */
 uint16_t ReadU16(const uint8_t* bytes);
@@ -40,8 +50,8 @@ class FrameReader {
     /** The frame that this byte completes, if it does. */
     std::optional<Frame> push(uint8_t byte);
 
-    /** True in the middle of a frame. */
-    bool partial() const { return !i_bytes.empty(); }
+    /** The bytes of the frame that has begun; none between two frames. */
+    const std::vector<uint8_t>& begun() const { return i_bytes; }
     /** Forgets the frame that was begun. */
     void restart() { i_bytes.clear(); }
     /** Bytes dropped so far because no frame could begin with them. */

@@ -38,7 +38,7 @@ TEST(FrameReader, CutsFramesOneBehindTheOther) {
     EXPECT_THAT(frames[0].body, IsEmpty());
     EXPECT_EQ(frames[1].id, ID_UPGRADE_INFO);
     EXPECT_THAT(frames[1].body, ElementsAre(0x00, 0x03, 0xBE, 0xEF));
-    EXPECT_FALSE(reader.partial());
+    EXPECT_TRUE(reader.begun().empty());
 }
 
 struct SpoiltCase {

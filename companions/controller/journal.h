@@ -7,8 +7,9 @@ namespace controller {
 
 /**
  * What the controller says while it runs, one line each: events always, the decoded conversation if
- * it is asked for, and findings, which are counted too. A finding is anything that a faultless
- * upgrade would not have shown.
+ * it is asked for, and faults and findings, which are counted too. A fault is what the controller
+ * did wrong on purpose, when it did it. A finding is anything that a faultless upgrade would not
+ * have shown, the consequences of a fault among them.
  *
  * Borrows the stream.
  */
@@ -22,12 +23,17 @@ class Journal {
             line("trace: ", text);
         }
     }
+    void fault(const std::string& text) {
+        ++i_faults;
+        line("fault: ", text);
+    }
     void finding(const std::string& text) {
         ++i_findings;
         line("finding: ", text);
     }
 
     bool tracing() const { return i_tracing; }
+    unsigned faults() const { return i_faults; }
     unsigned findings() const { return i_findings; }
 
   private:
@@ -38,6 +44,7 @@ class Journal {
 
     std::ostream& i_out;
     bool i_tracing;
+    unsigned i_faults = 0;
     unsigned i_findings = 0;
 };
 

@@ -9,6 +9,7 @@
 #include <iostream>
 
 #include "companions/controller/conversation.h"
+#include "companions/controller/faultplan.h"
 #include "companions/controller/flash.h"
 #include "companions/controller/journal.h"
 #include "companions/controller/pacer.h"
@@ -43,10 +44,29 @@ void StayAway(std::chrono::milliseconds time) {
     }
 }
 
-void Serve(Session& session, Journal& journal, const Settings& settings) {
+/**
+ * How long to stay away. The host's polls can't be seen from here, but come a second apart; halfway
+ * between two of them is the furthest from both, if host and controller start together.
+ */
+std::chrono::milliseconds Absence(const Settings& settings, const FaultPlan& plan) {
+    const std::optional<uint32_t> poll = plan.appearsOnPoll();
+    if (!poll) {
+        return std::chrono::milliseconds(settings.appearAfterMs);
+    }
+    return std::chrono::seconds(*poll) - std::chrono::milliseconds(*poll == 0 ? 0 : 500);
+}
+
+/** The time for the session, which is looked up only where a fault may depend on it. */
+Session::Time Now(const FaultPlan& plan) {
+    return plan.empty()
+               ? Session::Time()
+               : std::chrono::duration_cast<Session::Time>(Pacer::Clock::now().time_since_epoch());
+}
+
+void Serve(Session& session, const FaultPlan& plan, Journal& journal, const Settings& settings) {
     Pacer pacer;
     while (stopRequested == 0 && !(settings.once && session.over())) {
-        if (session.poll()) {
+        if (session.poll(Now(plan))) {
             pacer.busy();
             continue;
         }
@@ -71,7 +91,8 @@ Report Summary(const Flash& flash, const Conversation& conversation, const Sessi
         {"page messages", tally.pages},        {"info messages", tally.infos},
         {"end messages", tally.ends},          {"unknown messages", tally.unknown},
         {"good pages", tally.goodPages},       {"bad pages", tally.badPages},
-        {"upgrades", tally.upgrades},          {"findings", journal.findings()},
+        {"upgrades", tally.upgrades},          {"faults", journal.faults()},
+        {"findings", journal.findings()},
     };
 }
 
@@ -95,14 +116,18 @@ int Run(const Settings& settings) {
     Conversation conversation(flash, journal, settings.expectedChecksum);
     auto* words =
         reinterpret_cast<uint32_t*>(static_cast<char*>(region.address()) + MAILBOX_OFFSET);
-    Session session(MailboxPort(words), conversation, journal, settings.manners,
+    FaultPlan plan(settings.faults, journal);
+    Session session(MailboxPort(words), conversation, plan, journal, settings.manners,
                     [&] { Save(flash, journal, settings.flashFile); });
+    if (!plan.empty()) {
+        journal.event("faults " + ScheduleText(settings.faults));
+    }
     session.clear();
     journal.event("waiting at " + settings.object);
-    StayAway(std::chrono::milliseconds(settings.appearAfterMs));
+    StayAway(Absence(settings, plan));
     if (stopRequested == 0) {
         session.announce();
-        Serve(session, journal, settings);
+        Serve(session, plan, journal, settings);
         session.finish();
         session.withdraw();
     }

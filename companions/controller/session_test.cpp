@@ -27,7 +27,10 @@ const Bytes STRAY_PAGE = PackFrame(ID_FLASH_PAGE, {});
 /** The test is the host: it writes the words, and lets the session look when it chooses. */
 class SessionTest : public testing::Test {
   protected:
-    explicit SessionTest(bool rearm = true) : i_manners{100, 19525, rearm} { i_words.fill(0); }
+    explicit SessionTest(bool rearm = true, const Schedule& faults = {})
+        : i_manners{100, 19525, rearm}, i_plan(faults, i_journal) {
+        i_words.fill(0);
+    }
 
     void SetUp() override {
         i_session.clear();
@@ -44,7 +47,7 @@ class SessionTest : public testing::Test {
     void connect() {
         i_words[MAILBOX_RX_STATE] = STATE_REQUESTED;
         i_words[MAILBOX_TX_STATE] = STATE_READY;
-        i_session.poll();
+        i_session.poll({});
         ASSERT_EQ(word(MAILBOX_RX_STATE), STATE_READY);
     }
 
@@ -52,7 +55,7 @@ class SessionTest : public testing::Test {
         for (const uint8_t byte : bytes) {
             i_words[MAILBOX_TX_DATA] = byte;
             i_words[MAILBOX_TX_FLAG] = TX_BYTE_OFFERED;
-            i_session.poll();
+            i_session.poll({});
             ASSERT_EQ(word(MAILBOX_TX_FLAG), TX_BYTE_TAKEN);
         }
     }
@@ -63,7 +66,7 @@ class SessionTest : public testing::Test {
         while (word(MAILBOX_RX_FLAG) == RX_BYTE_OFFERED) {
             bytes.push_back(word(MAILBOX_RX_DATA));
             i_words[MAILBOX_RX_FLAG] = RX_BYTE_TAKEN;
-            i_session.poll();
+            i_session.poll({});
         }
         return bytes;
     }
@@ -81,13 +84,29 @@ class SessionTest : public testing::Test {
     Conversation i_conversation{i_flash, i_journal, std::nullopt};
     Manners i_manners;
     unsigned int i_revisionAtUpgrade = 0;
-    Session i_session{MailboxPort(i_words.data()), i_conversation, i_journal, i_manners,
-                      [this] { i_revisionAtUpgrade = revision(); }};
+    FaultPlan i_plan;
+    Session i_session{
+        MailboxPort(i_words.data()), i_conversation, i_plan, i_journal, i_manners, [this] {
+            i_revisionAtUpgrade = revision();
+        }};
 };
 
 class DeadAfterReset : public SessionTest {
   protected:
     DeadAfterReset() : SessionTest(false) {}
+};
+
+class SlowAndMortal : public SessionTest {
+  protected:
+    SlowAndMortal()
+        : SessionTest(true, {{FaultKind::e_Slow, 9000, {HostMessage::e_Begin, 0, 1, 2}},
+                             {FaultKind::e_Die, std::nullopt, {HostMessage::e_Begin, 0, 1, 3}}}) {}
+
+    bool offer(uint8_t byte, milliseconds now) {
+        i_words[MAILBOX_TX_DATA] = byte;
+        i_words[MAILBOX_TX_FLAG] = TX_BYTE_OFFERED;
+        return i_session.poll(now);
+    }
 };
 
 TEST_F(SessionTest, AnnouncesItselfInAClearedMailbox) {
@@ -100,7 +119,7 @@ TEST_F(SessionTest, AnnouncesItselfInAClearedMailbox) {
     i_session.announce();
     EXPECT_EQ(i_words[MAILBOX_TX_STATE], uint32_t{STATE_REQUESTED});
     EXPECT_EQ(revision(), 100U);
-    EXPECT_FALSE(i_session.poll()) << "no host, nothing to do";
+    EXPECT_FALSE(i_session.poll({})) << "no host, nothing to do";
 }
 
 TEST_F(SessionTest, ChangesTheRevisionBeforeItTakesTheLastByte) {
@@ -119,7 +138,7 @@ TEST_F(SessionTest, OffersTheNextByteOnlyWhenTheLastIsTaken) {
     send(STRAY_PAGE);
     ASSERT_EQ(word(MAILBOX_RX_FLAG), RX_BYTE_OFFERED);
     EXPECT_EQ(word(MAILBOX_RX_DATA), 0x02);
-    EXPECT_FALSE(i_session.poll());
+    EXPECT_FALSE(i_session.poll({}));
     EXPECT_EQ(word(MAILBOX_RX_DATA), 0x02);
     EXPECT_EQ(receive(), PackFrame(ID_PAGE_RESULT, {static_cast<uint8_t>(PageResult::e_NotBegun)}));
 }
@@ -129,7 +148,7 @@ TEST_F(SessionTest, ComesUpAgainAfterAReset) {
     send(STRAY_PAGE);
     send({BEGIN[0], BEGIN[1]});
     resetMailbox();
-    EXPECT_TRUE(i_session.poll());
+    EXPECT_TRUE(i_session.poll({}));
     EXPECT_EQ(word(MAILBOX_RX_STATE), STATE_READY);
     EXPECT_EQ(word(MAILBOX_TX_STATE), STATE_REQUESTED);
     EXPECT_EQ(word(MAILBOX_RX_FLAG), 0) << "the old answer is dropped";
@@ -142,9 +161,9 @@ TEST_F(SessionTest, ComesUpAgainAfterAReset) {
 TEST_F(DeadAfterReset, LeavesTheMailboxAlone) {
     connect();
     resetMailbox();
-    EXPECT_TRUE(i_session.poll());
+    EXPECT_TRUE(i_session.poll({}));
     i_words[MAILBOX_TX_FLAG] = TX_BYTE_OFFERED;
-    EXPECT_FALSE(i_session.poll());
+    EXPECT_FALSE(i_session.poll({}));
     EXPECT_EQ(word(MAILBOX_TX_FLAG), TX_BYTE_OFFERED);
     EXPECT_EQ(word(MAILBOX_RX_STATE), 0);
     EXPECT_EQ(word(MAILBOX_TX_STATE), 0);
@@ -154,7 +173,7 @@ TEST_F(DeadAfterReset, LeavesTheMailboxAlone) {
 TEST_F(SessionTest, TellsALeavingHostFromAReset) {
     connect();
     i_words[MAILBOX_RX_STATE] = 0;
-    i_session.poll();
+    i_session.poll({});
     i_session.idle(milliseconds(49));
     EXPECT_FALSE(i_session.over());
     i_session.idle(milliseconds(50));
@@ -167,7 +186,7 @@ TEST_F(SessionTest, StartsAfreshWithTheNextHost) {
     send(STRAY_PAGE);
     send({BEGIN[0]});
     i_words[MAILBOX_RX_STATE] = 0;
-    i_session.poll();
+    i_session.poll({});
     connect();
     EXPECT_EQ(word(MAILBOX_RX_FLAG), RX_BYTE_TAKEN) << "the stale byte is withdrawn";
     send(STRAY_PAGE);
@@ -193,11 +212,38 @@ TEST_F(SessionTest, GivesUpOnAMessageThatStops) {
     EXPECT_EQ(i_conversation.tally().begins, 1U);
 }
 
+TEST_F(SlowAndMortal, BlamesNoHostForItsOwnSilence) {
+    connect();
+    send({BEGIN[0], BEGIN[1]});
+    EXPECT_EQ(i_session.due(), std::nullopt);
+    EXPECT_FALSE(offer(BEGIN[2], milliseconds(1000)));
+    EXPECT_EQ(i_session.due(), milliseconds(10000));
+    i_session.idle(milliseconds(2000));
+    EXPECT_FALSE(i_session.poll(milliseconds(9999)));
+    EXPECT_TRUE(i_session.poll(milliseconds(10000)));
+    EXPECT_EQ(word(MAILBOX_TX_FLAG), TX_BYTE_TAKEN);
+    EXPECT_EQ(i_journal.findings(), 0U) << i_out.str();
+}
+
+TEST_F(SlowAndMortal, TouchesNothingOnceDead) {
+    connect();
+    send({BEGIN[0], BEGIN[1]});
+    offer(BEGIN[2], milliseconds(0));
+    i_session.poll(milliseconds(9000));
+    EXPECT_FALSE(offer(BEGIN[3], milliseconds(9000)));
+    const auto words = i_words;
+    EXPECT_TRUE(i_session.over());
+    EXPECT_FALSE(i_session.poll(milliseconds(20000)));
+    i_session.withdraw();
+    EXPECT_EQ(i_words, words);
+    EXPECT_THAT(i_out.str(), HasSubstr("fault: die@begin.3\n"));
+}
+
 TEST_F(SessionTest, LooksAtTheByteAloneAndWritesTheWholeWord) {
     connect();
     i_words[MAILBOX_TX_DATA] = 0xFFFFFF00U | BEGIN[0];
     i_words[MAILBOX_TX_FLAG] = 0xABCDE100U | TX_BYTE_OFFERED;
-    EXPECT_TRUE(i_session.poll());
+    EXPECT_TRUE(i_session.poll({}));
     EXPECT_EQ(i_words[MAILBOX_TX_FLAG], uint32_t{TX_BYTE_TAKEN});
 }
 

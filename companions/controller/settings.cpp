@@ -10,7 +10,40 @@ namespace {
 constexpr int EXIT_WRONG_USAGE = 2;
 constexpr uint16_t TOOL_REVISION = 19525;
 
-void AddOptions(CLI::App& app, Settings& settings, std::string& checksum) {
+/** What is read as text or numbers first. */
+struct Raw {
+    std::string checksum;
+    uint64_t seed = 0;
+    uint16_t pages = 0;
+};
+
+/** Puts the faults of a text into the schedule; returns what is wrong with the text, if anything.
+ */
+std::string ReadFaults(const std::string& text, Schedule& faults) {
+    std::string error;
+    const std::optional<Schedule> schedule = ParseSchedule(text, error);
+    faults = schedule.value_or(Schedule());
+    return error;
+}
+
+void AddFaultOptions(CLI::App& app, Settings& settings, Raw& raw) {
+    CLI::Option* faults =
+        app.add_option("--faults",
+                       "What to do wrong, and where: faults like late=3500@2.1.0 with "
+                       "blanks between them")
+            ->type_name("SCHEDULE")
+            ->check(
+                [&settings](const std::string& text) { return ReadFaults(text, settings.faults); });
+    CLI::Option* seed = app.add_option("--seed", raw.seed,
+                                       "Do random things wrong, the same ones for the same number")
+                            ->excludes(faults);
+    CLI::Option* pages =
+        app.add_option("--pages", raw.pages, "Pages of the image, so that --seed can hit them")
+            ->needs(seed);
+    seed->needs(pages);
+}
+
+void AddOptions(CLI::App& app, Settings& settings, Raw& raw) {
     settings.manners.newRevision = TOOL_REVISION;
     app.set_version_flag("--version", "tolmira_controller " TOLMIRA_VERSION);
     app.add_option("--object", settings.object, "Shared-memory object that holds the mailbox")
@@ -25,7 +58,7 @@ void AddOptions(CLI::App& app, Settings& settings, std::string& checksum) {
     app.add_option("--appear-after-ms", settings.appearAfterMs, "Announce this late; milliseconds");
     app.add_option("--flash", settings.flashFile,
                    "File for the flash, written after each upgrade and at the end");
-    app.add_option("--expect-checksum", checksum,
+    app.add_option("--expect-checksum", raw.checksum,
                    "Image checksum that the host should tell; hexadecimal, four digits")
         ->check(CLI::Validator(
             [](const std::string& text) {
@@ -35,6 +68,7 @@ void AddOptions(CLI::App& app, Settings& settings, std::string& checksum) {
                 return good ? std::string() : "give four hexadecimal digits, not " + text;
             },
             "HEX4"));
+    AddFaultOptions(app, settings, raw);
     app.add_flag("--once", settings.once, "End when a host has come and gone");
     app.add_option("--idle-timeout", settings.idleTimeoutS,
                    "End after so many seconds without a host's doing; 0 is never");
@@ -46,12 +80,14 @@ void AddOptions(CLI::App& app, Settings& settings, std::string& checksum) {
 
 std::optional<Settings> ReadCommandLine(int argc, const char* const* argv, int& exitValue) {
     Settings settings;
-    std::string checksum;
+    Raw raw;
     CLI::App app(
         "The far side of the mailbox: a Tolmira controller for demos and tests.\n"
-        "Exit value: 0 all well, 1 something was found, 2 wrong usage.",
+        "Exit value: 0 all well, 1 something was found, 2 wrong usage. A fault that was asked for "
+        "is\n"
+        "nothing found; what the host makes of it may be.",
         "tolmira_controller");
-    AddOptions(app, settings, checksum);
+    AddOptions(app, settings, raw);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& request) {
@@ -62,8 +98,11 @@ std::optional<Settings> ReadCommandLine(int argc, const char* const* argv, int& 
         exitValue = EXIT_WRONG_USAGE;
         return std::nullopt;
     }
-    if (!checksum.empty()) {
-        settings.expectedChecksum = static_cast<uint16_t>(std::stoul(checksum, nullptr, 16));
+    if (!raw.checksum.empty()) {
+        settings.expectedChecksum = static_cast<uint16_t>(std::stoul(raw.checksum, nullptr, 16));
+    }
+    if (app.count("--seed") != 0) {
+        settings.faults = RandomSchedule(raw.seed, raw.pages);
     }
     return settings;
 }

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "companions/controller/schedule.h"
 #include "companions/controller/session.h"
 
 namespace controller {
@@ -15,6 +16,7 @@ struct Settings {
     /** Empty: the flash stays in memory. */
     std::string flashFile;
     std::optional<uint16_t> expectedChecksum;
+    Schedule faults;
     unsigned appearAfterMs = 0;
     /** 0: wait for ever. */
     unsigned idleTimeoutS = 0;
