@@ -1,6 +1,5 @@
 #include "bench/farside.h"
 
-#include <sched.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -12,6 +11,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "bench/pinned.h"
 #include "bench/series.h"
 #include "bench/wire.h"
 #include "link/mailbox.h"
@@ -44,15 +44,6 @@ struct FarSide::Order {
     uint32_t pages = 0;
     Transfer transfer;
 };
-
-void PinTo(int processor) {
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    CPU_SET(static_cast<size_t>(processor), &set);
-    if (sched_setaffinity(0, sizeof set, &set) != 0) {
-        throw std::runtime_error("no processor " + std::to_string(processor));
-    }
-}
 
 FarSide::FarSide(volatile uint32_t* mailbox, int processor) : i_mailbox(mailbox) {
     void* shared =

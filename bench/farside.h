@@ -46,7 +46,4 @@ class FarSide {
     pid_t i_process = -1;
 };
 
-/** Pins the calling process. Throws std::runtime_error if the machine lacks the processor. */
-void PinTo(int processor);
-
 }  // namespace bench

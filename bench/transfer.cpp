@@ -3,9 +3,7 @@
  * two bare hosts send the same upgrade to the same far side, one behind the other and pinned, and
  * the far side keeps the time. The better of the bare hosts is the round's floor.
  */
-#include <sched.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -18,6 +16,7 @@
 
 #include "bench/barehost.h"
 #include "bench/farside.h"
+#include "bench/pinned.h"
 #include "bench/series.h"
 #include "companions/controller/mailboxport.h"
 #include "companions/controller/sharedregion.h"
@@ -72,24 +71,6 @@ Bench::Bench(const Settings& settings) : i_settings(settings), i_frames(Upgrade(
                       "\n\n\n\n\n\nEND\n" + std::string(size_t{settings.pages} * 256, '\0'));
 }
 
-/** Runs `body` in a child on the host's processor, and waits for its end. */
-template <typename Body>
-rusage RunPinned(int processor, Body body) {
-    const pid_t pid = fork();
-    if (pid == 0) {
-        PinTo(processor);
-        body();
-        _exit(EXIT_FAILURE);
-    }
-    int status = 0;
-    rusage usage = {};
-    wait4(pid, &status, 0, &usage);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-        throw std::runtime_error("a host has failed, wait status " + std::to_string(status));
-    }
-    return usage;
-}
-
 double PerByte(const Transfer& transfer) {
     return static_cast<double>(transfer.nanoseconds) / static_cast<double>(transfer.bytes);
 }
@@ -97,7 +78,7 @@ double PerByte(const Transfer& transfer) {
 double Bench::nanosecondsPerByte(unsigned rest) {
     FarSide farSide(i_mailbox, i_settings.farProcessor);
     farSide.expect(i_settings.pages);
-    RunPinned(i_settings.hostProcessor, [&] {
+    RunPinned(i_settings.hostProcessor, EXIT_SUCCESS, [&] {
         SendUpgrade(i_mailbox, i_frames, rest);
         _exit(EXIT_SUCCESS);
     });
@@ -108,12 +89,8 @@ ToolRun Bench::runTool() {
     FarSide farSide(i_mailbox, i_settings.farProcessor);
     farSide.expect(i_settings.pages);
     ToolRun run;
-    run.usage = RunPinned(i_settings.hostProcessor, [&] {
-        if (chdir(i_directory.path().c_str()) == 0 &&
-            freopen("/dev/null", "w", stdout) != nullptr) {
-            execl(i_settings.tool.c_str(), "tolmira_upgrade", "image", "configuration", nullptr);
-        }
-    });
+    run.usage = RunPinned(i_settings.hostProcessor, EXIT_SUCCESS,
+                          [&] { BecomeTool(i_settings.tool, i_directory.path()); });
     run.transfer = farSide.result();
     return run;
 }

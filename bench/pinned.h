@@ -1,0 +1,53 @@
+#pragma once
+
+#include <sched.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
+namespace bench {
+
+/** Pins the calling process. Throws std::runtime_error if the machine lacks the processor. */
+inline void PinTo(int processor) {
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    CPU_SET(static_cast<size_t>(processor), &set);
+    if (sched_setaffinity(0, sizeof set, &set) != 0) {
+        throw std::runtime_error("no processor " + std::to_string(processor));
+    }
+}
+
+/**
+ * Runs `body`, which must not return, in a child on a processor and waits for its end; what it
+ * used. Throws std::runtime_error if it doesn't end with this exit value.
+ */
+template <typename Body>
+rusage RunPinned(int processor, int exitValue, Body body) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+        PinTo(processor);
+        body();
+        _exit(EXIT_FAILURE);
+    }
+    int status = 0;
+    rusage usage = {};
+    wait4(pid, &status, 0, &usage);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != exitValue) {
+        throw std::runtime_error("a host has failed, wait status " + std::to_string(status));
+    }
+    return usage;
+}
+
+/** Becomes the tool in a directory, its log thrown away. Returns if that fails. */
+inline void BecomeTool(const std::string& tool, const std::string& directory) {
+    if (chdir(directory.c_str()) == 0 && freopen("/dev/null", "w", stdout) != nullptr) {
+        execl(tool.c_str(), "tolmira_upgrade", "image", "configuration", nullptr);
+    }
+}
+
+}  // namespace bench
