@@ -1,6 +1,7 @@
 #include "logger/symbolmap.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,6 +18,7 @@ namespace {
 constexpr char Suffix[] = "_symbols.txt";
 constexpr std::size_t LongestPath = 1023;
 constexpr std::size_t ReadAhead = 64UL * 1024;
+constexpr std::size_t ShortLine = 32;
 
 std::string OwnExecutable() {
     std::array<char, LongestPath + 1> path = {};
@@ -39,6 +41,11 @@ uint32_t AddressOf(std::string_view line) {
     // Blanks or 0x in front, too large, or no number at all.
     const std::string text(line);
     return static_cast<uint32_t>(std::min(strtoul(text.c_str(), nullptr, 16), Largest));
+}
+
+std::size_t SizeOf(int file) {
+    struct stat status = {};
+    return fstat(file, &status) == 0 ? static_cast<std::size_t>(status.st_size) : 0;
 }
 
 /** Calls `use` with each line that ends in a newline, without it. */
@@ -86,6 +93,8 @@ SymbolMap::SymbolMap(const std::string& path) : i_path(path) {
     if (file == -1) {
         return;
     }
+    // Growing would touch new memory again and again; what is reserved and not used costs nothing.
+    i_lines.reserve(SizeOf(file) / ShortLine);
     std::size_t position = 0;
     ReadLines(file, [&](std::string_view line) {
         i_lines.push_back({AddressOf(line), position});
