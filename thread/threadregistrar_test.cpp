@@ -8,6 +8,7 @@
 #include <string>
 #include <thread>
 
+#include "cpputils/include/thread/policies.h"
 #include "tests/support/child.h"
 
 using testing::HasSubstr;

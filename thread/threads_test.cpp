@@ -4,6 +4,7 @@
 #include <string>
 #include <thread>
 
+#include "cpputils/include/thread/policies.h"
 #include "tests/support/child.h"
 #include "thread/pthread.h"
 #include "thread/sem.h"
