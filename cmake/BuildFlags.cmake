@@ -31,7 +31,9 @@ string(REPLACE "," ";" sanitizers "${TOLMIRA_SANITIZE}")
 
 add_library(build_flags INTERFACE)
 target_link_libraries(build_flags INTERFACE language_flags)
-target_compile_options(build_flags INTERFACE -Wall -Wextra -Wshadow -Wconversion -Werror)
+target_compile_options(build_flags INTERFACE
+  -Wall -Wextra -Wshadow -Wconversion -Werror
+  "$<$<CXX_COMPILER_ID:Clang>:-Wthread-safety;-Wthread-safety-beta>")
 add_sanitizers(build_flags "${sanitizers}")
 
 # Generated units are many small constructors that run once: optimising them further or describing

@@ -9,11 +9,11 @@ namespace fuzzing {
 ScriptedMailbox::ScriptedMailbox() : i_time({1000, 0}) {
     i_bytes[MAILBOX_RX_STATE] = STATE_READY;
     i_bytes[MAILBOX_TX_STATE] = STATE_READY;
-    i_time.beforeReading = [this] { i_time.advance({1, 0}); };
 }
 
 unsigned char ScriptedMailbox::readAddress(unsigned int address) {
     if (address == MAILBOX_RX_FLAG) {
+        i_time.advance({1, 0});
         offer();
     }
     return i_bytes.at(address);

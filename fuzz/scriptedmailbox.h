@@ -11,7 +11,8 @@ namespace fuzzing {
 
 /**
  * A mailbox in memory whose far side takes every byte at once and gives the bytes of a script. Each
- * reading of the clock moves the program's time on by a second, so that no wait takes real time.
+ * poll for one moves the program's time on by a second, so that no wait takes real time. Not each
+ * reading of the clock: libFuzzer's timer reads it too.
  */
 class ScriptedMailbox final : public RouterCommsInterface {
   public:
