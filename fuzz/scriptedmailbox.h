@@ -5,18 +5,21 @@
 #include <string>
 
 #include "link/routercomms.h"
-#include "tests/support/faketime.h"
 
 namespace fuzzing {
 
 /**
- * A mailbox in memory whose far side takes every byte at once and gives the bytes of a script. Each
- * poll for one moves the program's time on by a second, so that no wait takes real time. Not each
- * reading of the clock: libFuzzer's timer reads it too.
+ * A mailbox in memory whose far side takes every byte at once and gives the bytes of a script.
+ * While it lives it is the program's clock, too: each poll for a byte moves that on by a second, so
+ * that no wait takes real time. Nothing else may, as libFuzzer has a thread that sleeps and looks
+ * on.
  */
 class ScriptedMailbox final : public RouterCommsInterface {
   public:
     ScriptedMailbox();
+    ~ScriptedMailbox() override;
+    ScriptedMailbox(const ScriptedMailbox&) = delete;
+    ScriptedMailbox& operator=(const ScriptedMailbox&) = delete;
 
     unsigned char readAddress(unsigned int address) override;
     void writeAddress(unsigned int address, unsigned char value) override;
@@ -39,7 +42,6 @@ class ScriptedMailbox final : public RouterCommsInterface {
     void offer();
 
     std::array<unsigned char, 32> i_bytes = {};
-    testsupport::FakeTime i_time;
 };
 
 }  // namespace fuzzing
