@@ -18,9 +18,11 @@ target_link_options(language_flags INTERFACE -no-pie)
 
 # What is released calls the C library without the detour through the linkage table, which the
 # mailbox's lock would take twice for each access, and is hardened.
-target_compile_options(language_flags INTERFACE $<$<CONFIG:Release>:-fno-plt
-  -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
-target_link_options(language_flags INTERFACE $<$<CONFIG:Release>:LINKER:-z,relro,-z,now>)
+target_compile_options(language_flags INTERFACE
+  "$<$<CONFIG:Release>:-fno-plt;-fstack-protector-strong;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+target_link_options(language_flags INTERFACE "$<$<CONFIG:Release>:LINKER:-z,relro,-z,now>")
+
+option(TOLMIRA_COVERAGE "Count what is run, for gcov; for hand-written targets")
 
 function(add_sanitizers target sanitizers)
   if(sanitizers)
@@ -37,8 +39,14 @@ string(REPLACE "," ";" sanitizers "${TOLMIRA_SANITIZE}")
 
 add_library(build_flags INTERFACE)
 target_link_libraries(build_flags INTERFACE language_flags)
-target_compile_options(build_flags INTERFACE -Wall -Wextra -Wshadow -Wconversion -Werror)
+target_compile_options(build_flags INTERFACE
+  -Wall -Wextra -Wshadow -Wconversion -Werror
+  "$<$<CXX_COMPILER_ID:Clang>:-Wthread-safety;-Wthread-safety-beta>")
 add_sanitizers(build_flags "${sanitizers}")
+if(TOLMIRA_COVERAGE)
+  target_compile_options(build_flags INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(build_flags INTERFACE --coverage)
+endif()
 
 # Generated units are many small constructors that run once: optimising them further or describing
 # them to a debugger multiplies build time and size, and so do the checks for undefined behaviour.

@@ -85,7 +85,7 @@ TEST(FDBufferThread, TellsWhatEndedItEarly) {
              close(nextDescriptor);
              buffer.start();  // its pipe takes the next two
              const unsigned char command = 0x80;
-             (void)write(nextDescriptor + 1, &command, 1);
+             EXPECT_EQ(write(nextDescriptor + 1, &command, 1), 1);
              buffer.join(nullptr);
          }},
         {"select failed (Bad file descriptor)",
