@@ -65,11 +65,11 @@ void Bench::start(const Scenario& scenario, uint64_t killAtLock) {
     if (scenario.force) {
         arguments.insert(arguments.begin(), "-f");
     }
-    i_tool.start(arguments, i_directory.path(), killAtLock);
+    i_tool.start(arguments, i_directory.path(), {scenario.everyAccess, killAtLock});
 }
 
 ToolEnd Bench::runTool(EmbeddedController& controller, const Scenario& scenario) {
-    start(scenario, 0);
+    start(scenario);
     return controller.accompany(i_tool);
 }
 
@@ -80,7 +80,7 @@ ToolEnd Bench::killTool(EmbeddedController& controller, const Scenario& scenario
 
 ToolEnd Bench::watchTool(EmbeddedController& controller, const Scenario& scenario,
                          const std::function<void(uint64_t)>& onCall) {
-    start(scenario, 0);
+    start(scenario);
     return controller.accompany(i_tool, [&] { onCall(i_tool.locks()); });
 }
 

@@ -47,7 +47,7 @@ class Bench {
                       const std::function<void(uint64_t)>& onCall);
 
   private:
-    void start(const Scenario& scenario, uint64_t killAtLock);
+    void start(const Scenario& scenario, uint64_t killAtLock = 0);
 
     testsupport::RunDirectory i_directory;
     ToolProcess i_tool;

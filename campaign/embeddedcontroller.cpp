@@ -67,6 +67,9 @@ void EmbeddedController::serve(Call call) {
     Step step = {call, i_now, {}};
     std::copy_n(i_words + MAILBOX_RX_DATA, step.words.size(), step.words.begin());
     i_steps.push_back(step);
+    if (call == Call::e_Lock) {
+        return;
+    }
     if (call == Call::e_Sleep) {
         ++i_polls;
         i_now += US_PER_SECOND;

@@ -109,8 +109,13 @@ extern "C" int PrintLineChecked(int /*flag*/, const char* format, va_list argume
 
 extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
     static auto* const next = Next(pthread_mutex_lock, "pthread_mutex_lock");
-    if (turns != nullptr && ++turns->locks == turns->killAtLock) {
-        kill(getpid(), SIGKILL);
+    if (turns != nullptr) {
+        if (++turns->locks == turns->killAtLock) {
+            kill(getpid(), SIGKILL);
+        }
+        if (turns->atLocks) {
+            HandOver(Call::e_Lock);
+        }
     }
     return next(mutex);
 }

@@ -51,6 +51,8 @@ void AddOptions(CLI::App& app, Settings& settings) {
     app.add_option("--start-us", scenario.start, "Its start; microseconds since the epoch");
     app.add_option("--silence-ms", scenario.silenceMs, "Its clock's steps while nothing happens");
     app.add_flag("--force", scenario.force, "With the option -f");
+    app.add_flag("--every-access", scenario.everyAccess,
+                 "With each access to the mailbox looked at");
 }
 
 int ExitValue(bool good) {

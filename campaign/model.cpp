@@ -54,8 +54,12 @@ class Story {
   private:
     // The mailbox from the host's side.
 
-    unsigned char read(unsigned address) const { return i_outcome.words[address] & 0xFF; }
+    unsigned char read(unsigned address) {
+        lock();
+        return i_outcome.words[address] & 0xFF;
+    }
     void write(unsigned address, unsigned char byte) {
+        lock();
         uint32_t& word = i_outcome.words[address];
         word = (word & ~0x1FFU) | byte;
     }
@@ -65,13 +69,22 @@ class Story {
         }
     }
 
+    void lock() {
+        if (i_scenario.everyAccess) {
+            note(Call::e_Lock);
+        }
+    }
+
     // The calls, at which the time goes on and the far side acts.
 
-    void call(Call kind, int64_t us) {
+    void note(Call kind) {
         Step step = {kind, i_now, {}};
         std::copy_n(i_outcome.words.begin() + MAILBOX_RX_DATA, step.words.size(),
                     step.words.begin());
         i_outcome.steps.push_back(step);
+    }
+    void call(Call kind, int64_t us) {
+        note(kind);
         i_now += us;
         const Words before = i_outcome.words;
         appearIfItIsTime();
@@ -110,6 +123,7 @@ class Story {
         const int64_t start = secondsNow();
         while (read(address) != wanted) {
             if (secondsNow() - start > limit) {
+                read(address);  // whatever it says
                 reset();
                 return false;
             }
@@ -220,11 +234,17 @@ class Story {
         return false;
     }
 
-    unsigned revision() const {
-        return read(MAILBOX_REVISION_HIGH) * 256U + read(MAILBOX_REVISION_LOW);
+    unsigned revision() {
+        const unsigned high = read(MAILBOX_REVISION_HIGH);
+        return high * 256 + read(MAILBOX_REVISION_LOW);
     }
 
     int run() {
+        // The regions are made.
+        constexpr int LocksOfStart = 3;
+        for (int i = 0; i < LocksOfStart; ++i) {
+            lock();
+        }
         if (!findController()) {
             return EXIT_MISSING;
         }

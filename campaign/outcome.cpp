@@ -65,6 +65,8 @@ const char* CallName(Call call) {
             return "clock";
         case Call::e_Sleep:
             return "sleep";
+        case Call::e_Lock:
+            return "lock ";
         default:
             return "line ";
     }

@@ -53,6 +53,8 @@ Scenario RandomScenario(uint64_t seed) {
         0, 1, 999, 999000, 999999, static_cast<int64_t>(dice.below(MicrosecondsPerSecond))};
     scenario.start += dice.oneIn(2) ? fractions[std::size(fractions) - 1] : dice.oneOf(fractions);
     scenario.silenceMs = dice.oneOf(silences);
+    // Slow, so only some.
+    scenario.everyAccess = dice.oneIn(12);
     scenario.faults = controller::RandomSchedule(dice.roll(), Pages(scenario));
     return scenario;
 }
@@ -63,7 +65,8 @@ std::string Options(const Scenario& scenario) {
                        " --revision " + std::to_string(scenario.revision) + " --start-us " +
                        std::to_string(scenario.start) + " --silence-ms " +
                        std::to_string(scenario.silenceMs);
-    return scenario.force ? text + " --force" : text;
+    return text + (scenario.force ? " --force" : "") +
+           (scenario.everyAccess ? " --every-access" : "");
 }
 
 std::string PayloadOf(const Scenario& scenario) {

@@ -23,6 +23,8 @@ struct Scenario {
     int64_t start = 0;
     /** How far the clock goes on at a call in a silence; milliseconds. */
     int64_t silenceMs = 100;
+    /** Each single access to the mailbox is held against the model, not only their sums. */
+    bool everyAccess = false;
 };
 
 /** How far the clock goes on at a call after the far side has changed something. */

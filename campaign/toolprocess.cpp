@@ -112,12 +112,13 @@ void ToolProcess::makeEnvironment(const std::string& library) {
 }
 
 void ToolProcess::start(const std::vector<std::string>& arguments, const std::string& directory,
-                        uint64_t killAtLock) {
+                        const AtLocks& atLocks) {
     Empty(i_outFile);
     Empty(i_errFile);
     i_turns->turn = e_ToolsTurn;
     i_turns->locks = 0;
-    i_turns->killAtLock = killAtLock;
+    i_turns->atLocks = atLocks.turn;
+    i_turns->killAtLock = atLocks.kill;
     i_hung = false;
 
     std::vector<std::string> words = {i_program};

@@ -35,9 +35,15 @@ class ToolProcess {
     ToolProcess(const ToolProcess&) = delete;
     ToolProcess& operator=(const ToolProcess&) = delete;
 
-    /** Starts the tool in the directory; it is killed in front of a lock, 0 for never. */
+    /** What becomes of the tool at the locks that it takes. */
+    struct AtLocks {
+        /** `next` tells of each. */
+        bool turn = false;
+        /** It is killed in front of this one, from 1 on; 0: never. */
+        uint64_t kill = 0;
+    };
     void start(const std::vector<std::string>& arguments, const std::string& directory,
-               uint64_t killAtLock = 0);
+               const AtLocks& atLocks);
     /** Waits for what the tool does next; no value: it has ended, or hangs. */
     std::optional<Call> next();
     /** Gives the turn back, at this time: microseconds since the epoch. */
