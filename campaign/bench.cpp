@@ -96,6 +96,7 @@ Outcome Bench::run(const Scenario& scenario) {
     outcome.words = controller->words();
     outcome.steps = controller->steps();
     outcome.resets = controller->resets();
+    outcome.journal = controller->journal();
     return outcome;
 }
 

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <ostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -37,6 +37,7 @@ class EmbeddedController {
     const std::vector<Step>& steps() const { return i_steps; }
     Words words() const;
     std::string flash() const;
+    std::string journal() const { return i_said.str(); }
     uint16_t revision() const { return i_session.revision(); }
     unsigned resets() const { return i_session.resets(); }
     /** How many bytes have been taken from the tools, and how many by them. */
@@ -51,7 +52,7 @@ class EmbeddedController {
 
     const Scenario& i_scenario;
     uint32_t* i_words;
-    std::ostream i_silence{nullptr};
+    std::ostringstream i_said;
     controller::Journal i_journal;
     controller::FaultPlan i_plan;
     controller::Flash i_flash;

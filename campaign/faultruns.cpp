@@ -24,7 +24,9 @@ struct Figures {
     std::atomic<uint64_t> sentAgain;
     std::atomic<uint64_t> faultless;
     std::atomic<uint64_t> exitValues[256];
-    std::atomic<uint64_t> faults[KINDS];
+    /** Of each kind, how many were to act, and how many did. */
+    std::atomic<uint64_t> planned[KINDS];
+    std::atomic<uint64_t> acted[KINDS];
 };
 
 uint64_t Count(const std::string& text, const std::string& part) {
@@ -33,6 +35,13 @@ uint64_t Count(const std::string& text, const std::string& part) {
         ++count;
     }
     return count;
+}
+
+std::string KindName(size_t kind) {
+    controller::Fault fault;
+    fault.kind = static_cast<controller::FaultKind>(kind);
+    const std::string text = controller::ScheduleText({fault});
+    return text.substr(0, text.find_first_of("=@"));
 }
 
 void Add(Figures& figures, const Scenario& scenario, const Outcome& outcome) {
@@ -47,7 +56,10 @@ void Add(Figures& figures, const Scenario& scenario, const Outcome& outcome) {
         figures.sentAgain += Count(outcome.log, line);
     }
     for (const controller::Fault& fault : scenario.faults) {
-        ++figures.faults[static_cast<size_t>(fault.kind)];
+        ++figures.planned[static_cast<size_t>(fault.kind)];
+    }
+    for (size_t kind = 0; kind < KINDS; ++kind) {
+        figures.acted[kind] += Count("\n" + outcome.journal, "\nfault: " + KindName(kind));
     }
 }
 
@@ -66,13 +78,6 @@ void Check(Bench& bench, Figures& figures, const Scenario& scenario) {
     }
 }
 
-std::string KindName(size_t kind) {
-    controller::Fault fault;
-    fault.kind = static_cast<controller::FaultKind>(kind);
-    const std::string text = controller::ScheduleText({fault});
-    return text.substr(0, text.find_first_of("=@"));
-}
-
 void Print(const Figures& figures, double seconds) {
     printf("runs %lu, differences %lu, %.1f seconds, %.0f runs a second\n", figures.runs.load(),
            figures.differences.load(), seconds, static_cast<double>(figures.runs) / seconds);
@@ -83,11 +88,16 @@ void Print(const Figures& figures, double seconds) {
         "attempts at a page that failed %lu\n",
         figures.faultless.load(), figures.calls.load(), figures.resets.load(),
         figures.sentAgain.load());
-    printf("faults:");
+    uint64_t planned = 0;
+    uint64_t acted = 0;
+    printf("faults, those that came to act of those planned:");
     for (size_t kind = 0; kind < KINDS; ++kind) {
-        printf(" %s %lu", KindName(kind).c_str(), figures.faults[kind].load());
+        planned += figures.planned[kind];
+        acted += figures.acted[kind];
+        printf(" %s %lu/%lu,", KindName(kind).c_str(), figures.acted[kind].load(),
+               figures.planned[kind].load());
     }
-    printf("\n");
+    printf(" in all %lu/%lu\n", acted, planned);
 }
 
 bool RunAll(const Programs& programs, const Extent& extent,

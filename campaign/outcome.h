@@ -37,6 +37,8 @@ struct Outcome {
     Words words = {};
     std::vector<Step> steps;
     unsigned resets = 0;
+    /** What the controller said of itself; nothing is predicted of it. */
+    std::string journal;
 };
 
 /** Where two outcomes differ, in lines to read; empty if they don't. */
