@@ -193,6 +193,30 @@ TEST_F(AnswersTest, ResetsTheMailboxWhenNoAnswerComes) {
     }
 }
 
+// On the real clock: inside the limit the answer is only late; across it the host gives up, and
+// what comes then goes to nobody.
+TEST_F(AnswersTest, WaitsForALateAnswerUpToItsLimit) {
+    writeImage(Payload(300));
+    Controller late(i_directory, {"--faults", "late=2500@0.1.8 result=1@1.1"});
+    Transcript transcript;
+    AddOpening(transcript, 0, Payload(300));
+    transcript.notice(GOOD).notice("Page 1 did not send successfully\n");
+    ExpectRun(upgrade(), 0, transcript.notice("Page 1 sent successfully\n").notice("Done\n"));
+    EXPECT_EQ(late.stop().exitValue, 0) << "what it did wrong itself is no finding";
+    EXPECT_EQ(late.report("faults"), 2);
+
+    writeImage(i_payload);
+    Controller tooLate(i_directory, {"--faults", "late=4500@0.1.8 norearm"});
+    transcript = opening().error(NO_RESPONSE);
+    for (int attempt = 1; attempt < 5; ++attempt) {
+        transcript.error(SendFailed(attempt));
+    }
+    ExpectRun(upgrade(), EXIT_MINUS_ONE, failed(transcript));
+    EXPECT_EQ(tooLate.stop().exitValue, 1);
+    EXPECT_EQ(tooLate.report("faults"), 2);
+    EXPECT_EQ(tooLate.report("resets"), 1);
+}
+
 TEST_F(AnswersTest, ResetsTheMailboxWhenNoByteIsTaken) {
     i_region.setWord(MAILBOX_TX_STATE, STATE_REQUESTED);
     i_region.setWord(MAILBOX_TX_FLAG, 0xABCDE100);

@@ -35,6 +35,9 @@ TEST_F(CompanionsTest, TellWrongUsageInOneLine) {
         {TOLMIRA_CONTROLLER, {"--bogus"}},
         {TOLMIRA_CONTROLLER, {"--revision", "65536"}},
         {TOLMIRA_CONTROLLER, {"--expect-checksum", "12345"}},
+        {TOLMIRA_CONTROLLER, {"--faults", "die@1.0"}},
+        {TOLMIRA_CONTROLLER, {"--faults", "", "--seed", "1", "--pages", "2"}},
+        {TOLMIRA_CONTROLLER, {"--seed", "1"}},
         {TFI_MAKE, {}},
         {TFI_MAKE, {"made"}},
         {TFI_MAKE, {"--size", "2", "--pages", "2", "made"}},
@@ -84,6 +87,11 @@ TEST_F(CompanionsTest, EndWhenTheHostHasGone) {
     EXPECT_EQ(result.exitValue, 0);
     EXPECT_THAT(result.out, HasSubstr("trace: host sends page 1, attempt 1, CRC "));
     EXPECT_THAT(result.out, HasSubstr("\"flash_pages\": 2, \"flash_bytes\": 512, "));
+}
+
+TEST_F(CompanionsTest, TellTheFaultsOfASeed) {
+    Controller controller(i_directory, {"--seed", "7", "--pages", "40"});
+    EXPECT_THAT(controller.stop().out, StartsWith("controller: faults length=0x7FFFFFF@39.1\n"));
 }
 
 TEST_F(CompanionsTest, NoticeAChecksumThatIsNotTheExpectedOne) {

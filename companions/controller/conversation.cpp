@@ -34,7 +34,7 @@ FlashPage UnpackPage(const std::vector<uint8_t>& body) {
 }  // namespace
 
 Outcome Conversation::take(uint8_t byte) {
-    i_whereabouts.next(i_reader.begun());
+    i_whereabouts.follow(i_reader.begun());
     const std::optional<Frame> frame = i_reader.push(byte);
     if (!frame) {
         return {};

@@ -59,7 +59,10 @@ class Conversation {
     Outcome take(uint8_t byte);
 
     /** Where the host's next byte belongs, now that it is on offer. */
-    std::optional<Place> placeOnOffer() { return i_whereabouts.next(i_reader.begun()); }
+    std::optional<Place> placeOnOffer() {
+        i_whereabouts.follow(i_reader.begun());
+        return i_whereabouts.place();
+    }
     /** The place behind the message that was completed last. */
     std::optional<Place> placeBehind() const { return i_whereabouts.behind(); }
     /** Notes a byte that the host will read. */

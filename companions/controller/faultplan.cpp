@@ -149,6 +149,7 @@ std::vector<Step> FaultPlan::answer(const Answer& answer, size_t early) {
     const std::vector<const Fault*> faults = stepFaults(answer);
     const size_t first = std::min(early, bytes.size());
     std::vector<Step> steps;
+    steps.reserve(bytes.size() + faults.size());
     for (size_t i = first; i <= bytes.size(); ++i) {
         Step byte;
         byte.value = i < bytes.size() ? bytes[i] : 0;

@@ -180,8 +180,8 @@ const Case CASES[] = {
     {"", 0, ""},
     {"slow=700@1.1.100", 1, "1.1+700"},
     {"slow=7@begin.8 slow=7@1.1.272 slow=7@info.4 slow=7@end.8", 4, "0.1+7 1.1+7"},
-    // Up to its byte 4, the information is taken for one page more.
-    {"slow=9@2.1.271 slow=9@3.1.2 slow=9@3.1.4 slow=9@3.2.3 slow=9@0.2.10", 2, "2.1+9"},
+    // Up to their byte 4, the closing messages are taken for one page more.
+    {"slow=9@2.1.271 slow=9@3.1.2 slow=9@3.1.4 slow=9@3.2.3 slow=9@2.2.3", 2, "2.1+9"},
     {"slow=2600@1.1 result=1@1.2", 2, "1.1:lost0 1.2:02DC2EA60000000901"},
     {"slow=2600@1.1.9 slow=2600@1.2.271 slow=1@1.3.5", 3, "1.1:lost9 1.2:lost271 1.3+1"},
     // Pages without an opening are known as pages, but not wanted.

@@ -33,6 +33,7 @@ class Outbox {
     /** The same for the beginning of a good one, which the next answer will lack. */
     void queueEarly(size_t bytes);
 
+    bool empty() const { return i_steps.empty(); }
     /** Offers the next byte if the host has taken the last one. True if there was anything to do.
         The receive direction has to be up. */
     bool offer(Time now);

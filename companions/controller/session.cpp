@@ -60,7 +60,7 @@ bool Session::poll(Time now) {
     if (dead()) {
         return false;
     }
-    if (comeUp()) {
+    if (i_upAt && comeUp()) {
         return true;
     }
     // In the reverse of the host's order of writing, so that no byte is seen without the state in
@@ -76,7 +76,10 @@ bool Session::poll(Time now) {
     } else if (flag == TX_BYTE_OFFERED) {
         active = takeByte() || active;
     }
-    return (i_receiveUp && !dead() && i_outbox.offer(now)) || active;
+    if (i_receiveUp && !i_outbox.empty() && !i_dead) {
+        active = i_outbox.offer(now) || active;
+    }
+    return active;
 }
 
 std::optional<Session::Time> Session::due() const {

@@ -1,16 +1,8 @@
 #include "companions/controller/whereabouts.h"
 
-#include <cstddef>
-
-#include "companions/controller/frame.h"
-
 namespace controller {
 
 namespace {
-
-/** So many bytes of a message tell its id, and these the page. */
-constexpr size_t ID_KNOWN = ID_OFFSET + 2;
-constexpr size_t NUMBER_KNOWN = HEADER_SIZE + 2;
 
 /** A host waits for no message longer than this. */
 constexpr uint32_t LONGEST_ANSWER = 0x8000000;
@@ -31,7 +23,7 @@ bool IsGood(const std::vector<uint8_t>& answer) {
 
 }  // namespace
 
-std::optional<Place> Whereabouts::next(const std::vector<uint8_t>& begun) {
+void Whereabouts::look(const std::vector<uint8_t>& begun) {
     if (!i_begun) {
         start();
     }
@@ -40,14 +32,12 @@ std::optional<Place> Whereabouts::next(const std::vector<uint8_t>& begun) {
     } else if (begun.size() == NUMBER_KNOWN && i_place.message == HostMessage::e_Page) {
         number(ReadU16(begun.data() + HEADER_SIZE));
     }
-    i_place.byte = static_cast<unsigned>(begun.size());
-    return i_known ? std::optional<Place>(i_place) : std::nullopt;
 }
 
 void Whereabouts::start() {
     i_begun = true;
     i_known = true;
-    i_place = {};
+    i_place = {HostMessage::e_Page, 0, 1, i_place.byte};
     i_good = i_good || i_goodOffered;
     i_goodOffered = false;
     if (!i_opened) {

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
 
+#include "companions/controller/frame.h"
 #include "companions/controller/schedule.h"
 
 namespace controller {
@@ -19,9 +21,18 @@ namespace controller {
  */
 class Whereabouts {
   public:
-    /** The place of the byte on offer, behind those already taken of its message; none if the
-        message is of an unknown kind. */
-    std::optional<Place> next(const std::vector<uint8_t>& begun);
+    /** A byte is on offer, behind these already taken of its message. For each byte at least once.
+     */
+    void follow(const std::vector<uint8_t>& begun) {
+        i_place.byte = static_cast<unsigned>(begun.size());
+        if (!i_begun || begun.size() == ID_KNOWN || begun.size() == NUMBER_KNOWN) {
+            look(begun);
+        }
+    }
+    /** The place of that byte; none if the message is of an unknown kind. */
+    std::optional<Place> place() const {
+        return i_known ? std::optional<Place>(i_place) : std::nullopt;
+    }
     /** The message is complete, or broken off; `behind` and `attempt` still tell of it. */
     void over();
     /** A transfer begins: its first page is page 0. */
@@ -36,6 +47,11 @@ class Whereabouts {
     unsigned attempt() const { return i_place.attempt; }
 
   private:
+    /** So many bytes of a message tell its id, and these a page's number. */
+    static constexpr size_t ID_KNOWN = ID_OFFSET + 2;
+    static constexpr size_t NUMBER_KNOWN = HEADER_SIZE + 2;
+
+    void look(const std::vector<uint8_t>& begun);
     void start();
     void guessPage();
     void recognise(uint16_t id);
