@@ -38,7 +38,7 @@ enum Place {
     e_InInfo,
     e_InEnd,
     e_AllSent,
-    e_InReset,
+    e_InVain,
     e_Places,
 };
 
@@ -56,7 +56,7 @@ constexpr const char* PLACE_NAMES[e_Places] = {
     "in the information or in front of it",
     "in the end message or in front of it",
     "all sent",
-    "resetting behind a page without answer",
+    "waiting in vain for an answer, resetting",
 };
 
 /** How it goes on. */
@@ -123,7 +123,7 @@ Place PlaceOf(const EmbeddedController& controller, const Words& words, size_t p
     }
     const size_t closing = BEGIN_SIZE + pages * PAGE_SIZE;
     if (taken < closing || controller.bytesGiven() < pages * ANSWER_SIZE) {
-        return off ? e_InReset : PlaceInPages(taken - BEGIN_SIZE, controller.bytesGiven());
+        return off ? e_InVain : PlaceInPages(taken - BEGIN_SIZE, controller.bytesGiven());
     }
     if (taken < closing + INFO_SIZE) {
         return e_InInfo;
@@ -220,6 +220,9 @@ void Interruption::kill() {
     // What is on offer is taken all the same, the tool being dead or not.
     i_controller->rest(milliseconds(0));
     i_place = PlaceOf(*i_controller, left, Pages(i_scenario));
+    if (i_silent && i_place == e_BeforeAnswer) {
+        i_place = e_InVain;
+    }
     for (unsigned address = MAILBOX_RX_FLAG; address <= MAILBOX_TX_STATE; ++address) {
         i_table.left[i_place][address][left[address] & 0xFF] = true;
     }
@@ -328,7 +331,7 @@ void Interruption::goOnRefused() {
 }
 
 void PrintRow(const char* name, const Row& row) {
-    printf("%-38s %6lu", name, row.hits.load());
+    printf("%-40s %6lu", name, row.hits.load());
     for (const auto& results : row.results) {
         printf("  |%5lu %5lu %5lu %5lu", results[e_Upgraded].load(),
                results[e_OnStaleAnswer].load(), results[e_NothingToDo].load(),
@@ -339,7 +342,7 @@ void PrintRow(const char* name, const Row& row) {
 
 /** What the addresses 6, 7, 9 and 10 held. */
 void PrintLeft(const Table& table, size_t place) {
-    printf("%-38s", PLACE_NAMES[place]);
+    printf("%-40s", PLACE_NAMES[place]);
     for (const unsigned address :
          {MAILBOX_RX_FLAG, MAILBOX_RX_STATE, MAILBOX_TX_FLAG, MAILBOX_TX_STATE}) {
         std::string text = std::to_string(address) + ":";
@@ -354,10 +357,10 @@ void PrintLeft(const Table& table, size_t place) {
 void PrintRefused(const Table& table) {
     printf(
         "\nSecond runs with a controller that refuses the last page: failed, and successful\n"
-        "%-38s  %-15s %-15s %-15s\n",
+        "%-40s  %-15s %-15s %-15s\n",
         "killed", "at once", "rest", "missing image");
     for (size_t place = 0; place < e_Places; ++place) {
-        printf("%-38s", PLACE_NAMES[place]);
+        printf("%-40s", PLACE_NAMES[place]);
         for (const auto& way : table.refused) {
             printf("  %6lu %6lu ", way[place][0].load(), way[place][1].load());
         }
@@ -369,7 +372,7 @@ void Print(const Table& table) {
     for (size_t way = 0; way < e_Ways; ++way) {
         printf(
             "\nStarted again %s.\nOf each run: upgraded, upgraded with an answer left unread, "
-            "nothing to do, failed\n%-38s %6s  | %-23s | %-23s | %-23s\n",
+            "nothing to do, failed\n%-40s %6s  | %-23s | %-23s | %-23s\n",
             WAY_NAMES[way], "killed", "runs", "second run", "third run", "fourth run");
         for (size_t place = 0; place < e_Places; ++place) {
             PrintRow(PLACE_NAMES[place], table.rows[way][place]);
