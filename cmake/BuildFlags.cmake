@@ -16,6 +16,8 @@ target_compile_options(language_flags INTERFACE
   -fmacro-prefix-map=${PROJECT_BINARY_DIR}/=)
 target_link_options(language_flags INTERFACE -no-pie)
 
+option(TOLMIRA_COVERAGE "Count what is run, for gcov; for hand-written targets")
+
 function(add_sanitizers target sanitizers)
   if(sanitizers)
     list(JOIN sanitizers "," joined)
@@ -31,8 +33,14 @@ string(REPLACE "," ";" sanitizers "${TOLMIRA_SANITIZE}")
 
 add_library(build_flags INTERFACE)
 target_link_libraries(build_flags INTERFACE language_flags)
-target_compile_options(build_flags INTERFACE -Wall -Wextra -Wshadow -Wconversion -Werror)
+target_compile_options(build_flags INTERFACE
+  -Wall -Wextra -Wshadow -Wconversion -Werror
+  "$<$<CXX_COMPILER_ID:Clang>:-Wthread-safety;-Wthread-safety-beta>")
 add_sanitizers(build_flags "${sanitizers}")
+if(TOLMIRA_COVERAGE)
+  target_compile_options(build_flags INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(build_flags INTERFACE --coverage)
+endif()
 
 # Generated units are many small constructors that run once: optimising them further or describing
 # them to a debugger multiplies build time and size, and so do the checks for undefined behaviour.

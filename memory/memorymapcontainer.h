@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstddef>
 
+#include "cpputils/include/thread/annotations.h"
 #include "cpputils/include/thread/policies.h"
 #include "thread/pmutex.h"
 
@@ -133,8 +134,7 @@ class MemoryMapContainer {
   private:
     using Mutex = PMutexT<CriticalThreadCantBlockPolicy>;
 
-    /** Opens and maps under the lock. */
-    MemoryMap* openMap(e_MemoryMapType type, size_t size);
+    MemoryMap* openMap(e_MemoryMapType type, size_t size) REQUIRES(i_mutex);
     static void closeMap(MemoryMap& map);
 
     std::array<MemoryMap, NumMemoryMaps> i_maps;

@@ -4,6 +4,7 @@
 #include <sstream>
 #include <string>
 
+#include "cpputils/include/thread/annotations.h"
 #include "cpputils/include/thread/policies.h"
 #include "thread/pipeends.h"
 #include "thread/pmutex.h"
@@ -51,10 +52,9 @@ class FDBufferThread : public Runnable {
     void takeCommand();
 
     const int i_fd;
-    /** Guards the two buffers. */
     Lock i_lock;
-    std::ostringstream i_text;
-    std::list<char> i_bytes;
+    std::ostringstream i_text GUARDED_BY(i_lock);
+    std::list<char> i_bytes GUARDED_BY(i_lock);
     /** From the owner to the thread. */
     PipeEnds i_commandPipe;
     ThreadRunner i_runner;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "cpputils/include/thread/annotations.h"
 #include "cpputils/include/thread/policies.h"
 #include "thread/pipeends.h"
 #include "thread/pmutex.h"
@@ -77,7 +78,7 @@ class InterruptThread : public Runnable {
     void waitForEvent();
     void actOnMark();
     void finish(int rc, const std::string& message);
-    void closePipes();
+    void closePipes() EXCLUDES(i_lock);
 
     InterruptAction* const i_action;
     ThreadRunner i_runner;
@@ -91,7 +92,7 @@ class InterruptThread : public Runnable {
     PipeEnds i_interruptPipe;
     /** Posted when `run` has set up, so that `stop` finds its pipe. */
     SemT<CriticalThreadCantBlockPolicy> i_startedSem;
-    bool i_finished = false;
-    /** Guards i_finished and the closing of the pipes: `stop` must not write to a closed one. */
+    bool i_finished GUARDED_BY(i_lock) = false;
+    /** Guards the closing of the pipes: `stop` must not write to a closed one. */
     Lock i_lock;
 };

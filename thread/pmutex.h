@@ -3,6 +3,7 @@
 #include <pthread.h>
 #include <sys/time.h>
 
+#include "cpputils/include/thread/annotations.h"
 #include "logger/assertion.h"
 
 /**
@@ -13,7 +14,7 @@
  * Destroying a held mutex is a failed assertion. Any thread may use it, except that a mutex is
  * unlocked by its holder.
  */
-class PMutexImpl {
+class CAPABILITY("mutex") PMutexImpl {
   public:
     /** `mutexType` as pthread_mutexattr_settype takes it: PTHREAD_MUTEX_NORMAL or _RECURSIVE. */
     explicit PMutexImpl(int mutexType);
@@ -21,10 +22,14 @@ class PMutexImpl {
     PMutexImpl(const PMutexImpl&) = delete;
     PMutexImpl& operator=(const PMutexImpl&) = delete;
 
-    void lock() { ASSERT(0 == pthread_mutex_lock(&i_mutex)); }
-    void unlock() { ASSERT(0 == pthread_mutex_unlock(&i_mutex)); }
+    void lock() ACQUIRE() NO_THREAD_SAFETY_ANALYSIS { ASSERT(0 == pthread_mutex_lock(&i_mutex)); }
+    void unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS {
+        ASSERT(0 == pthread_mutex_unlock(&i_mutex));
+    }
     /** 0 when the lock was taken, else the error number. */
-    int tryLock() { return pthread_mutex_trylock(&i_mutex); }
+    int tryLock() TRY_ACQUIRE(0) NO_THREAD_SAFETY_ANALYSIS {
+        return pthread_mutex_trylock(&i_mutex);
+    }
 
   protected:
     pthread_mutex_t i_mutex;
@@ -34,17 +39,17 @@ class PMutexImpl {
  * A mutex of the normal type with a condition variable. The caller holds the lock around the two
  * waits and holds it again when they return. No blocking policy takes part.
  */
-class PMutexWithCondImpl : public PMutexImpl {
+class CAPABILITY("mutex") PMutexWithCondImpl : public PMutexImpl {
   public:
     PMutexWithCondImpl();
     ~PMutexWithCondImpl() override;
 
-    void wait();
+    void wait() REQUIRES(this);
     /**
      * Waits at most `timeout`, a length of time. 0, e_Error_Timeout, or e_Error_InvalidArgument at
      * once for a timeout that is none.
      */
-    int timedWait(const timeval& timeout);
+    int timedWait(const timeval& timeout) REQUIRES(this);
     void signal();
     void broadcast();
 
@@ -54,19 +59,19 @@ class PMutexWithCondImpl : public PMutexImpl {
 
 /** A mutex that asks `Policy` before it may sleep, also when it is free. */
 template <typename Policy>
-class PMutexT {
+class CAPABILITY("mutex") PMutexT {
   public:
     explicit PMutexT(int mutexType) : i_impl(mutexType) {}
     PMutexT(const PMutexT&) = delete;
     PMutexT& operator=(const PMutexT&) = delete;
 
-    void lock() {
+    void lock() ACQUIRE() NO_THREAD_SAFETY_ANALYSIS {
         Policy::assertBlockingIsAllowed();
         i_impl.lock();
     }
-    void unlock() { i_impl.unlock(); }
+    void unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS { i_impl.unlock(); }
     /** 0 when the lock was taken, else the error number. Never sleeps, so no policy is asked. */
-    int tryLock() { return i_impl.tryLock(); }
+    int tryLock() TRY_ACQUIRE(0) NO_THREAD_SAFETY_ANALYSIS { return i_impl.tryLock(); }
 
   private:
     PMutexImpl i_impl;
@@ -74,11 +79,11 @@ class PMutexT {
 
 /** Holds a mutex, which it borrows, to the end of its scope; a default-built one holds none. */
 template <typename Mutex>
-class AutoLockT {
+class SCOPED_CAPABILITY AutoLockT {
   public:
     AutoLockT() : i_mutex(nullptr) {}
-    explicit AutoLockT(Mutex& mutex) : i_mutex(&mutex) { i_mutex->lock(); }
-    virtual ~AutoLockT() {
+    explicit AutoLockT(Mutex& mutex) ACQUIRE(mutex) : i_mutex(&mutex) { i_mutex->lock(); }
+    virtual ~AutoLockT() RELEASE() {
         if (i_mutex != nullptr) {
             i_mutex->unlock();
         }

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "cpputils/include/thread/annotations.h"
 #include "cpputils/include/thread/policies.h"
 #include "thread/interruptthread.h"
 #include "thread/pipeends.h"
@@ -77,22 +78,22 @@ class SystemCaller {
     SystemCaller();
     ~SystemCaller();
 
-    [[noreturn]] void becomeSlave(const char* readFd, const char* writeFd);
+    [[noreturn]] void becomeSlave(const char* readFd, const char* writeFd) REQUIRES(i_lock);
     int runCommand(const std::string& command, Interrupter* interrupter, const timeval* timeout,
-                   RC& result);
-    bool sendCommand(const std::string& command);
-    int awaitEnd(Interrupter* interrupter, const timeval* timeout, RC& result);
-    int fetchResult(unsigned char acknowledge, RC& result);
+                   RC& result) REQUIRES(i_lock);
+    bool sendCommand(const std::string& command) REQUIRES(i_lock);
+    int awaitEnd(Interrupter* interrupter, const timeval* timeout, RC& result) REQUIRES(i_lock);
+    int fetchResult(unsigned char acknowledge, RC& result) REQUIRES(i_lock);
 
     /** Recursive: exec calls initialize and destroy, which take it too. */
     Lock i_lock;
-    pid_t i_slavePid = -1;
+    pid_t i_slavePid GUARDED_BY(i_lock) = -1;
     /** The pipes and the slave stand. */
-    bool i_initialized = false;
-    std::string i_slavePath;
+    bool i_initialized GUARDED_BY(i_lock) = false;
+    std::string i_slavePath GUARDED_BY(i_lock);
     /** Master to slave, and slave to master. */
-    PipeEnds i_commandPipe;
-    PipeEnds i_resultPipe;
+    PipeEnds i_commandPipe GUARDED_BY(i_lock);
+    PipeEnds i_resultPipe GUARDED_BY(i_lock);
 };
 
 /** localRC or, if that is 0, commandRC; what isn't 0 is logged with the command and its output. */

@@ -77,10 +77,10 @@ uint32_t ThreadRegistrar::fieldMainCookie() const {
 
 void ThreadRegistrar::registerName(const std::string& name) {
     const AutoLockT<NamesMutex> lock(i_namesMutex);
-    if (i_names.load() == nullptr) {
+    if (names() == nullptr) {
         i_names.store(new Names);
     }
-    (*i_names.load())[ThreadId::ofCaller()] = name;
+    (*names())[ThreadId::ofCaller()] = name;
 }
 
 int ThreadRegistrar::ownSlot() const {
@@ -103,8 +103,8 @@ void ThreadRegistrar::unregisterThread() {
         }
     }
     const AutoLockT<NamesMutex> lock(i_namesMutex);
-    if (Names* names = i_names.load()) {
-        names->erase(ThreadId::ofCaller());
+    if (names() != nullptr) {
+        names()->erase(ThreadId::ofCaller());
     }
 }
 
@@ -118,9 +118,8 @@ void ThreadRegistrar::withName(Use use) {
         return;
     }
     const AutoLockT<NamesMutex> lock(i_namesMutex);
-    const Names& names = *i_names.load();
-    const auto found = names.find(ThreadId::ofCaller());
-    if (found != names.end()) {
+    const auto found = names()->find(ThreadId::ofCaller());
+    if (found != names()->end()) {
         use(found->second);
     }
 }
@@ -167,7 +166,7 @@ std::string ThreadRegistrar::listThreads() {
     }
     if (i_names.load() != nullptr) {
         const AutoLockT<NamesMutex> lock(i_namesMutex);
-        for (const auto& [id, name] : *i_names.load()) {
+        for (const auto& [id, name] : *names()) {
             start(id) << " Name: " << name << '\n';
         }
     }

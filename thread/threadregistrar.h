@@ -9,6 +9,7 @@
 #include <map>
 #include <string>
 
+#include "cpputils/include/thread/annotations.h"
 #include "cpputils/include/thread/policies.h"
 #include "thread/pmutex.h"
 
@@ -111,11 +112,13 @@ class ThreadRegistrar {
     virtual ~ThreadRegistrar();
     /** The slot that holds the caller by handle and process, or -1. */
     int ownSlot() const;
+    /** The map, or null as long as no thread was named. */
+    Names* names() REQUIRES(i_namesMutex) { return i_names.load(); }
     /** Calls `use` with the caller's name, if it has one, under the lock of the names. */
     template <typename Use>
     void withName(Use use);
 
-    /** Made by the first registerName. The pointer is tested without the lock, the map never. */
+    /** Made by the first registerName. Without the lock it is tested for null, no more: `names`. */
     std::atomic<Names*> i_names{nullptr};
     NamesMutex i_namesMutex;
     std::array<FieldMainSlot, 2> i_fieldMain;

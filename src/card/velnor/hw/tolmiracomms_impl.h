@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include "cpputils/include/thread/annotations.h"
 #include "cpputils/include/thread/policies.h"
 #include "include/hwaccess.h"
 #include "link/routercomms.h"
@@ -37,11 +38,11 @@ class TolmiraComms final : public RouterCommsInterface {
   private:
     using Mutex = PMutexT<CriticalThreadCantBlockPolicy>;
 
-    auto& mailboxByte() {
+    auto& mailboxByte() REQUIRES(i_mutex) {
         return i_altera->sbuf().shelf_status(0).shelf_status_spi_values().value();
     }
 
-    HWAltera* i_altera;
+    HWAltera* i_altera PT_GUARDED_BY(i_mutex);
     Mutex i_mutex;
 };
 

@@ -13,6 +13,9 @@ namespace {
 constexpr std::uint32_t WORD_BYTES = 4;
 constexpr std::uint32_t WORD_BITS = 32;
 
+/** The hardware's maps have two thousand. A few rows can ask for more than the memory holds. */
+constexpr std::uint64_t MAX_ELEMENTS = 65536;
+
 /** Words of the language, and names that the standard headers define as macros. */
 const std::set<std::string> RESERVED_WORDS = {
     "alignas",       "alignof",     "and",       "and_eq",    "asm",          "assert",
@@ -298,6 +301,32 @@ void CheckPlacement(const Placement& placement, const Tables& tables, const Map&
     }
 }
 
+std::uint64_t ElementsOf(const Body& body) {
+    std::uint64_t elements = 0;
+    for (const Member& member : body.members) {
+        elements += member.repeat.count;
+    }
+    return elements;
+}
+
+/** False, and a finding, where the map is too large to be expanded. */
+bool CheckSize(const Tables& tables, const Map& map, Findings& findings) {
+    std::uint64_t elements = 0;
+    for (const Domain& domain : map.domains) {
+        for (const Placement& placement : domain.placements) {
+            if (const Body* body = tables.findBody(map, placement.group)) {
+                elements += placement.count * ElementsOf(*body);
+            }
+        }
+    }
+    if (elements > MAX_ELEMENTS) {
+        findings.add(map.origin, "map " + Quoted(map.name) + " places " + std::to_string(elements) +
+                                     " registers and memories, more than " +
+                                     std::to_string(MAX_ELEMENTS));
+    }
+    return elements <= MAX_ELEMENTS;
+}
+
 std::vector<Extent> ExtentsOf(const Tables& tables, const Map& map) {
     std::vector<Extent> extents;
     for (const Domain& domain : map.domains) {
@@ -362,7 +391,9 @@ void CheckMap(const Tables& tables, const Map& map, Findings& findings) {
             CheckPlacement(placement, tables, map, findings);
         }
     }
-    CheckInstancesApart(tables, map, findings);
+    if (CheckSize(tables, map, findings)) {
+        CheckInstancesApart(tables, map, findings);
+    }
 }
 
 void CheckMapNames(const Tables& tables, Findings& findings) {

@@ -127,6 +127,8 @@ const RefusalCase WRONG_VALUES[] = {
      "m.placement:4: first offset 0x40 of 'g' is not a multiple of its stride 0x80"},
     {"g 0x40 2 0\n", GOOD_BODY,
      "m.placement:4: first offset 0x40 of 'g' is not a multiple of its stride 0x0"},
+    {"g 0x0 256 0x800\n", "group g\n0 R_a x256+4 v[0]\n0x400 R_b x256+4 v[0]\n",
+     "m.placement:1: map 'm' places 131072 registers and memories, more than 65536"},
 };
 
 const RefusalCase OVERLAPS[] = {
