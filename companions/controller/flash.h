@@ -46,6 +46,7 @@ class Flash {
 
     size_t pages() const { return i_bytes.size() / PAGE_SIZE; }
     size_t size() const { return i_bytes.size(); }
+    const std::vector<uint8_t>& bytes() const { return i_bytes; }
 
     /** Writes the contents to a file, complete or not at all. False leaves errno. */
     bool save(const std::string& fileName) const;

@@ -1,0 +1,103 @@
+#include "campaign/bench.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <stdexcept>
+
+#include "companions/controller/mailboxport.h"
+#include "tests/support/transcript.h"
+
+namespace campaign {
+
+namespace {
+
+/** Away from its symbols, the tool starts in a third of the time; it needs them for reports only.
+ */
+std::string CopyOf(const std::string& program, const testsupport::RunDirectory& directory) {
+    std::string copy = directory.path("tolmira_upgrade");
+    std::filesystem::copy_file(program, copy);
+    return copy;
+}
+
+void* MapRegion() {
+    const int file = shm_open("/resource0", O_RDWR | O_CREAT, 0666);
+    if (file < 0 || ftruncate(file, controller::REGION_SIZE) != 0) {
+        throw std::runtime_error("no shared memory /resource0");
+    }
+    void* base =
+        mmap(nullptr, controller::REGION_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    close(file);
+    if (base == MAP_FAILED) {
+        throw std::runtime_error("cannot map /resource0");
+    }
+    return base;
+}
+
+}  // namespace
+
+Bench::Bench(const Programs& programs)
+    : i_tool(CopyOf(programs.tool, i_directory), programs.library), i_region(MapRegion()) {}
+
+Bench::~Bench() {
+    munmap(i_region, controller::REGION_SIZE);
+}
+
+void Bench::writeImage(const Scenario& scenario) {
+    if (scenario.image == ImageKind::e_Missing) {
+        std::filesystem::remove(i_directory.path("image"));
+    } else {
+        i_directory.write("image", ImageOf(scenario));
+    }
+}
+
+std::unique_ptr<EmbeddedController> Bench::prepare(const Scenario& scenario) {
+    writeImage(scenario);
+    auto* words =
+        reinterpret_cast<uint32_t*>(static_cast<char*>(i_region) + controller::MAILBOX_OFFSET);
+    return std::make_unique<EmbeddedController>(scenario, words);
+}
+
+void Bench::start(const Scenario& scenario, uint64_t killAtLock) {
+    std::vector<std::string> arguments = {"image", "configuration"};
+    if (scenario.force) {
+        arguments.insert(arguments.begin(), "-f");
+    }
+    i_tool.start(arguments, i_directory.path(), {scenario.everyAccess, killAtLock});
+}
+
+ToolEnd Bench::runTool(EmbeddedController& controller, const Scenario& scenario) {
+    start(scenario);
+    return controller.accompany(i_tool);
+}
+
+ToolEnd Bench::killTool(EmbeddedController& controller, const Scenario& scenario, uint64_t lock) {
+    start(scenario, lock);
+    return controller.accompany(i_tool);
+}
+
+ToolEnd Bench::watchTool(EmbeddedController& controller, const Scenario& scenario,
+                         const std::function<void(uint64_t)>& onCall) {
+    start(scenario);
+    return controller.accompany(i_tool, [&] { onCall(i_tool.locks()); });
+}
+
+Outcome Bench::run(const Scenario& scenario) {
+    const std::unique_ptr<EmbeddedController> controller = prepare(scenario);
+    const ToolEnd end = runTool(*controller, scenario);
+    Outcome outcome;
+    outcome.exitValue = end.exitValue;
+    outcome.signal = end.signal;
+    outcome.log = testsupport::Normalised(end.out);
+    outcome.err = end.hung ? "(the tool hangs)" + end.err : end.err;
+    outcome.flash = controller->flash();
+    outcome.words = controller->words();
+    outcome.steps = controller->steps();
+    outcome.resets = controller->resets();
+    outcome.journal = controller->journal();
+    return outcome;
+}
+
+}  // namespace campaign

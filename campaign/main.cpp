@@ -1,0 +1,105 @@
+/**
+ * fault_campaign: runs of the built tool, each with a controller of random faults, in lockstep and
+ * on a clock of their own; each is held against a model that predicts it to the letter.
+ */
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <iostream>
+#include <map>
+#include <optional>
+
+#include "campaign/faultruns.h"
+#include "campaign/interruptedruns.h"
+
+namespace campaign {
+
+namespace {
+
+constexpr int EXIT_WRONG_USAGE = 2;
+
+struct Settings {
+    Programs programs = {TOLMIRA_UPGRADE, LOCKSTEP_LIBRARY};
+    Extent extent = {0, 0, 2};
+    uint64_t interrupted = 0;
+    uint64_t seed = 1;
+    std::optional<std::string> faults;
+    Scenario scenario;
+};
+
+void AddOptions(CLI::App& app, Settings& settings) {
+    static const std::map<std::string, ImageKind> images = {{"good", ImageKind::e_Good},
+                                                            {"missing", ImageKind::e_Missing},
+                                                            {"headless", ImageKind::e_NoHeader}};
+    app.add_option("--runs", settings.extent.count, "Runs with random faults")
+        ->capture_default_str();
+    app.add_option("--interrupted", settings.interrupted,
+                   "In their place: so many runs in which the tool is killed");
+    app.add_option("--seconds", settings.extent.seconds,
+                   "No more runs are begun after so many seconds");
+    app.add_option("--seed", settings.seed, "What makes them random")->capture_default_str();
+    app.add_option("--jobs", settings.extent.jobs, "Processes that share the runs")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 64));
+    app.add_option("--tool", settings.programs.tool, "The tool")->capture_default_str();
+
+    Scenario& scenario = settings.scenario;
+    app.add_option("--faults", settings.faults, "One run alone, with these faults");
+    app.add_option("--payload", scenario.payload, "Its image: bytes, with the checksum");
+    app.add_option("--image", scenario.image, "good, missing or headless")
+        ->transform(CLI::CheckedTransformer(images));
+    app.add_option("--revision", scenario.revision, "The revision that its controller announces");
+    app.add_option("--start-us", scenario.start, "Its start; microseconds since the epoch");
+    app.add_option("--silence-ms", scenario.silenceMs, "Its clock's steps while nothing happens");
+    app.add_flag("--force", scenario.force, "With the option -f");
+    app.add_flag("--every-access", scenario.everyAccess,
+                 "With each access to the mailbox looked at");
+}
+
+int ExitValue(bool good) {
+    return good ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+int Run(Settings& settings) {
+    if (settings.interrupted != 0) {
+        settings.extent.count = settings.interrupted;
+        return ExitValue(RunInterrupted(settings.programs, settings.seed, settings.extent));
+    }
+    if (!settings.faults) {
+        constexpr uint64_t DefaultRuns = 300;
+        if (settings.extent.count == 0) {
+            settings.extent.count = settings.extent.seconds == 0 ? DefaultRuns : UINT64_MAX;
+        }
+        return ExitValue(RunSeeds(settings.programs, settings.seed, settings.extent));
+    }
+    std::string error;
+    const auto schedule = controller::ParseSchedule(*settings.faults, error);
+    if (!schedule) {
+        fprintf(stderr, "fault_campaign: %s\n", error.c_str());
+        return EXIT_WRONG_USAGE;
+    }
+    settings.scenario.faults = *schedule;
+    return ExitValue(RunOne(settings.programs, settings.scenario));
+}
+
+}  // namespace
+
+}  // namespace campaign
+
+// Out of memory, the program may end as the library ends it.
+int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
+    CLI::App app(
+        "Holds the tool against a model of it, run by run, with a controller of random faults.\n"
+        "Exit value: 0 no difference, 1 some, 2 wrong usage.",
+        "fault_campaign");
+    campaign::Settings settings;
+    campaign::AddOptions(app, settings);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& request) {
+        return app.exit(request);
+    } catch (const CLI::ParseError& error) {
+        fprintf(stderr, "fault_campaign: %s (--help lists the options)\n", error.what());
+        return campaign::EXIT_WRONG_USAGE;
+    }
+    return campaign::Run(settings);
+}
