@@ -19,7 +19,7 @@ target_link_options(language_flags INTERFACE -no-pie)
 # What is released calls the C library without the detour through the linkage table, which the
 # mailbox's lock would take twice for each access, and is hardened.
 target_compile_options(language_flags INTERFACE
-  "$<$<CONFIG:Release>:-fno-plt;-fstack-protector-strong;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+  "$<$<CONFIG:Release>:-fno-plt;-fstack-protector-strong;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2;-ffat-lto-objects>")
 target_link_options(language_flags INTERFACE "$<$<CONFIG:Release>:LINKER:-z,relro,-z,now>")
 
 option(TOLMIRA_COVERAGE "Count what is run, for gcov; for hand-written targets")
