@@ -11,7 +11,8 @@
  *
  * scripts/model checks it. What a run assumes is said by definitions:
  *
- *   SLIPPING    a wait of the host may run out at any time; else only if the controller is mute
+ *   SLIPPING    a wait of the host may run out at any time; else only if the controller is mute or
+ *               gone, or if one of the two has started anew
  *   MUTE        the controller may fall silent, until a reset
  *   REARMS=0/1  whether it brings both directions up behind a reset; undefined: either
  *   JUDGES      it may call any page bad
@@ -68,11 +69,13 @@ short word[6];
 #ifdef SLIPPING
 #define TIME_UP true
 #else
-#define TIME_UP (mute || !up)
+#define TIME_UP (mute || !up || anew || again)
 #endif
 
 bool mute = false;  /* the controller gives no sign until a reset */
 bool up = true;     /* it has not given up */
+bool again = false; /* the tool runs for the second time, the first was killed */
+bool anew = false;  /* it has started anew: what was under way is gone */
 bool ended = false; /* the tool is through; what it says is `success` */
 bool success = false;
 bool upgraded = false;        /* the controller has taken the end of an upgrade that is whole */
@@ -95,7 +98,6 @@ bool metBad, metNoTaker, metNoGiver, metLateMatch, metDown;
 #define MET(what) skip
 #endif
 bool killed = false;
-bool again = false; /* the tool runs for the second time */
 bool quiet = false; /* the controller has seen that the first run is gone */
 
 /* What the host writes, but for the reset, whose writes are 10 and the address. */
@@ -166,7 +168,8 @@ inline hostWrite(address, value, what) {
   atomic { /* the load */
     loaded = WORD(address) & UPPER;
     writing = what;
-    place = address
+    place = address;
+    printf("load %d\n", address)
   }
   atomic { /* the store */
     WORD(address) = loaded | (value);
@@ -349,7 +352,7 @@ active proctype Killer() {
 /* ------------------------------------------------------------------------------- controller */
 
 inline look(address, into) {
-  into = BYTE(address)
+  atomic { into = BYTE(address); printf("        controller R %d %d\n", address, into) }
 }
 
 inline put(address, value) {
@@ -365,8 +368,9 @@ inline put(address, value) {
     if
     :: address == dirty -> WORD(address) = value | UPPER
     :: skip
-    fi
+    fi;
 #endif
+    printf("        controller W %d %d\n", address, WORD(address))
   }
 }
 
@@ -508,9 +512,6 @@ active proctype Controller() {
   bool fresh = true;      /* nothing was offered since the direction came up */
   bool receiving = false; /* the direction is up */
   bool open = false;      /* an upgrade was begun */
-#ifdef RESTARTS
-  bool restarted = false;
-#endif
 #ifdef UNASKED
   bool asked = true;
 #endif
@@ -564,7 +565,7 @@ active proctype Controller() {
   :: !ended && up && !mute -> mute = true
 #endif
 #ifdef RESTARTS
-  :: !ended && up && !restarted -> restarted = true; startAnew()
+  :: !ended && up && !anew -> anew = true; startAnew()
 #endif
 #ifdef UNASKED
   :: !ended && up && asked && nfull(answers) -> asked = false; answers ! GOOD
