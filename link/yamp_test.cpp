@@ -75,6 +75,7 @@ TEST(YAMPParseHeader, JudgesLeadBytesAndLength) {
         {"any large length", {2, 0xDC, 0, 1, 0xFF, 0xFF, 0xFF, 0xFF}, 0, 0xFFFFFFFF, 1},
         {"first lead byte", {3, 0xDC, 0x2E, 0xA5, 0, 0, 0, 8}, -1, 8, 11941},
         {"second lead byte", {2, 0xDD, 0x2E, 0xA5, 0, 0, 0, 8}, -1, 8, 11941},
+        {"second lead byte, below", {2, 0xDB, 0x2E, 0xA5, 0, 0, 0, 8}, -1, 8, 11941},
     };
     for (const HeaderCase& c : cases) {
         SCOPED_TRACE(c.name);

@@ -74,6 +74,26 @@ TEST_F(MemoryMaps, RegionIsTheSharedObjectOfItsPathsLastPart) {
     EXPECT_EQ(static_cast<unsigned char*>(map->getAddress())[DefaultSize - 1], 77);
 }
 
+TEST_F(MemoryMaps, TheObjectIsForEveryoneAndNothingElseOutlivesTheContainer) {
+    const mode_t mask = umask(0);
+    const int nextDescriptor = dup(STDIN_FILENO);
+    close(nextDescriptor);
+    void* address = nullptr;
+    {
+        MemoryMapContainer container;
+        address = container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA, 4096)->getAddress();
+        EXPECT_EQ(msync(address, 4096, MS_ASYNC), 0);
+    }
+    umask(mask);
+    EXPECT_EQ(msync(address, 4096, MS_ASYNC), -1);
+    const int fd = shm_open("/resource0", O_RDONLY, 0);
+    EXPECT_EQ(fd, nextDescriptor);
+    struct stat status = {};
+    fstat(fd, &status);
+    close(fd);
+    EXPECT_EQ(status.st_mode & ALLPERMS, 0777U);
+}
+
 TEST_F(MemoryMaps, RegionWithoutADefaultSizeNeedsOne) {
     Transcript expected;
     expected.critical("cannot create memory map (3) without specific size");

@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include "tests/support/child.h"
@@ -16,17 +17,23 @@ namespace {
 
 using namespace std::string_literals;
 
-TEST(CreateTolmiraComms, StopsOnAModeWithoutADesign) {
+// By mode. The design shows in the object's type alone: the mailbox is at one place in all of them.
+constexpr const char* designs[] = {"mm_fcfs", "dve",     "dve",       "dve_3g",
+                                   "dve_2_5", "dve_2_5", "dve_3g_2_5"};
+
+TEST(CreateTolmiraComms, BuildsTheDesignOfTheModeOrStops) {
     for (const e_SwitcherMode mode : GetAllSwitcherModes()) {
         std::vector<uint32_t> region(0x3000 / 4);
         const auto result = testsupport::RunInChild([&] {
             RouterCommsInterface* comms = CreateTolmiraComms(region.data(), mode);
             comms->writeAddress(5, 0x5A);
-            printf("%02x", region[(0x2800 + 4 * 5) / 4]);
+            printf("%02x %s", region[(0x2800 + 4 * 5) / 4], typeid(*comms).name());
             delete comms;
         });
         if (mode <= e_SwitcherMode_2_5ME_3G) {
-            EXPECT_EQ(result.out, "5a");
+            EXPECT_EQ(result.out.substr(0, 3), "5a ");
+            const std::string name = "Design_velnor_vp_"s + designs[mode] + 'I';  // as mangled
+            EXPECT_NE(result.out.find(name), std::string::npos) << result.out;
         } else {
             Transcript expected;
             expected.critical("Unknown SwitcherMode "s + EnumConverter::EnumToString(mode))

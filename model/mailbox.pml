@@ -1,0 +1,579 @@
+/*
+ * The mailbox between host and controller: every order in which the two sides' accesses can meet.
+ *
+ * Each access of the controller and each read of the host is one step. A write of the host is two,
+ * as the register field makes it: it loads the word, and stores it with the byte replaced. Whatever
+ * the controller stores into the word in between is gone.
+ *
+ * Short messages stand for the real ones: one byte to begin and one to end, two bytes a page, two
+ * bytes an answer, and an answer does not say which page it means. A poll that finds nothing
+ * changes nothing, so the host waits in place of polling.
+ *
+ * scripts/model checks it. What a run assumes is said by definitions:
+ *
+ *   SLIPPING    a wait of the host may run out at any time; else only if the controller is mute or
+ *               gone, or if one of the two has started anew
+ *   MUTE        the controller may fall silent, until a reset
+ *   REARMS=0/1  whether it brings both directions up behind a reset; undefined: either
+ *   JUDGES      it may call any page bad
+ *   RESTARTS    it may start anew, once: it clears the mailbox and announces itself
+ *   KILLED      the host may be killed, once, between any two steps, and be run again
+ *   UNASKED     it may give an answer that nobody asked for, once
+ *   DIRTY       it stores what it likes above the byte, in one of the words
+ *   PAUSES      the second run comes when the controller has given up an unfinished message
+ *
+ * and what the controller does otherwise than the ordinary one:
+ *
+ *   CLEARS      the beginning of an upgrade drops answers too
+ *   FORWARD     it looks at the words in the host's order of writing, not in the reverse
+ *   HASTY       it takes a receive direction that went down for a reset
+ *   KEEPS       answers outlive a reset
+ *   LEAVES      a byte on offer outlives a reset
+ *   FORGETS     a message that was begun outlives a reset
+ */
+
+#ifndef PAGES
+#define PAGES 2
+#endif
+#define ATTEMPTS 5
+
+/* The bytes of the messages. */
+#define BEGIN 1
+#define END 2
+#define PAGE 10 /* and the page's number */
+#define DATA 20
+#define LEAD 3
+#define GOOD 4
+#define BAD 5
+
+#define RX_DATA 5
+#define RX_FLAG 6
+#define RX_STATE 7
+#define TX_DATA 8
+#define TX_FLAG 9
+#define TX_STATE 10
+#define RX_OFFERED 243
+#define RX_TAKEN 63
+#define TX_OFFERED 36
+#define TX_TAKEN 35
+#define ABSENT 0
+#define REQUESTED 1
+#define READY 2
+
+/* A word: the byte, and one bit for all that lies above bit 8. */
+short word[6];
+#define WORD(address) word[(address) - RX_DATA]
+#define BYTE(address) (WORD(address) & 255)
+#define UPPER 512
+
+#ifdef SLIPPING
+#define TIME_UP true
+#else
+#define TIME_UP (mute || !up || anew || again)
+#endif
+
+bool mute = false;  /* the controller gives no sign until a reset */
+bool up = true;     /* it has not given up */
+bool again = false; /* the tool runs for the second time, the first was killed */
+bool anew = false;  /* it has started anew: what was under way is gone */
+bool ended = false; /* the tool is through; what it says is `success` */
+bool success = false;
+bool upgraded = false;        /* the controller has taken the end of an upgrade that is whole */
+bool held[PAGES] = false;     /* the pages that it has and has called good */
+#define WHOLE (held[0] && held[PAGES - 1])
+
+/* For the checks alone: what is in the data words, and what is under way. */
+#define NOTHING 255
+#define NEW 1  /* a byte that its taker has not taken */
+#define OLD 2  /* one that it has */
+#define NONE 0 /* none, or one that does not count any more */
+byte inTxData = NONE;
+byte inRxData = NONE;
+byte writing = 0;    /* the host's write that has loaded and not stored, 0 if none */
+byte place = 0;      /* and its address */
+#ifdef TELLS /* what the host has met, for runs that are to be told */
+bool metBad, metNoTaker, metNoGiver, metLateMatch, metDown;
+#define MET(what) what = true
+#else
+#define MET(what) skip
+#endif
+bool killed = false;
+bool quiet = false; /* the controller has seen that the first run is gone */
+
+/* What the host writes, but for the reset, whose writes are 10 and the address. */
+#define ENABLE 1
+#define TAKE_OVER 2
+#define OFFER_DATA 3
+#define OFFER 4
+#define TAKE 5
+#define LEAVE 6
+#define RESET 10
+
+/*
+ * What a run looks at. One that seeks a witness leaves the other checks out, so that the first error
+ * is the witness; SWALLOWED is the host's write over which it seeks a swallowed store.
+ */
+#define HONEST (!success || WHOLE)
+#define TOLD_TO_THE_END (!success || upgraded)
+#define DELIVERED (success && upgraded)
+#ifdef SEEKS
+#define CHECK(condition) skip
+#else
+#define CHECK(condition) assert(condition)
+#endif
+#ifndef SWALLOWED
+#define SWALLOWED 255
+#endif
+#ifdef TOLD
+#define HOLDS !(TOLD && ENDING)
+#define FAILURE !success
+#ifndef ENDING
+#define ENDING success
+#endif
+#endif
+#ifndef HOLDS /* at the end of the tool */
+#define HOLDS HONEST
+#endif
+
+/* The host's writes that may swallow a store of the controller's. */
+#if defined(RESTARTS) || defined(KILLED) || defined(HASTY)
+#define MAY_SWALLOW(write) true
+#elif defined(SLIPPING)
+#define MAY_SWALLOW(write)                                          \
+  (write == LEAVE || write == RESET + RX_DATA || write == RESET + RX_FLAG || \
+   write == RESET + RX_STATE || write == RESET + TX_FLAG)
+#elif defined(MUTE)
+#define MAY_SWALLOW(write) (write == LEAVE || write == RESET + RX_STATE)
+#else
+#define MAY_SWALLOW(write) false
+#endif
+
+/* Whether the controller may take the 0 of a reset for a byte. */
+#if (defined(SLIPPING) || defined(RESTARTS) || defined(KILLED)) && !defined(NEVER_NONE)
+#define MAY_TAKE_NONE true
+#else
+#define MAY_TAKE_NONE false
+#endif
+
+/* ------------------------------------------------------------------------------------- host */
+
+inline hostRead(address) {
+  atomic {
+    seen = BYTE(address);
+    printf("R %d %d\n", address, seen)
+  }
+}
+
+inline hostWrite(address, value, what) {
+  atomic { /* the load */
+    loaded = WORD(address) & UPPER;
+    writing = what;
+    place = address;
+    printf("load %d\n", address)
+  }
+  atomic { /* the store */
+    WORD(address) = loaded | (value);
+    loaded = 0;
+    writing = 0;
+    place = 0;
+    printf("W %d %d\n", address, value);
+    if
+    :: address == TX_DATA -> inTxData = (what == OFFER_DATA -> NEW : NONE)
+    :: else
+    fi
+  }
+}
+
+inline resetMailbox() {
+  at = RX_DATA;
+  do
+  :: at <= TX_STATE -> hostWrite(at, 0, RESET + at); at++
+  :: else -> at = 0; break
+  od
+}
+
+/* A match on the read behind the one that ran out of time comes too late. */
+inline waitFor(address, value) {
+  if
+  :: atomic { BYTE(address) == value -> ok = true; printf("R %d %d\n", address, value) }
+  :: atomic {
+       BYTE(address) != value && TIME_UP;
+       ok = false;
+       printf("R %d %d\ntime\n", address, BYTE(address))
+     }
+     hostRead(address);
+     if
+     :: seen == value -> MET(metLateMatch)
+     :: else
+     fi
+  fi
+}
+
+inline sendByte(value) {
+  printf("send %d\n", value);
+  hostRead(TX_STATE);
+  if
+  :: seen == REQUESTED -> hostWrite(TX_STATE, READY, TAKE_OVER)
+  :: else
+  fi;
+  hostRead(TX_STATE);
+  if
+  :: seen != READY -> ok = false
+  :: else ->
+     hostWrite(TX_DATA, value, OFFER_DATA);
+     hostWrite(TX_FLAG, TX_OFFERED, OFFER);
+     waitFor(TX_FLAG, TX_TAKEN);
+     if
+     :: ok -> CHECK(inTxData == OLD) /* or the byte is lost */
+     :: else -> MET(metNoTaker); resetMailbox()
+     fi
+  fi;
+  printf("is %d\n", ok)
+}
+
+inline readByte() {
+  printf("read\n");
+  hostRead(RX_STATE);
+  if
+  :: seen != READY -> MET(metDown); ok = false
+  :: else ->
+     waitFor(RX_FLAG, RX_OFFERED);
+     if
+     :: ok ->
+        atomic {
+          hostRead(RX_DATA);
+          got = seen;
+          CHECK(inRxData == NEW); /* or it is doubled, or of an answer that was dropped */
+          inRxData = OLD
+        }
+        hostWrite(RX_FLAG, RX_TAKEN, TAKE)
+     :: else -> MET(metNoGiver); resetMailbox()
+     fi
+  fi;
+  printf("is %d\n", ok)
+}
+
+inline enable() {
+  printf("enable\n");
+  hostRead(RX_STATE);
+  if
+  :: seen == ABSENT -> hostWrite(RX_STATE, REQUESTED, ENABLE)
+  :: else
+  fi
+}
+
+/* One attempt; `ok` if the answer is good. */
+inline sendPage() {
+  sendByte(PAGE + page);
+  if
+  :: ok -> sendByte(DATA + page)
+  :: else
+  fi;
+  if
+  :: ok -> readByte()
+  :: else
+  fi;
+  if
+  :: ok && got == LEAD -> readByte(); ok = ok && got == GOOD
+  :: else -> ok = false
+  fi;
+  got = 0
+}
+
+inline upgrade() {
+  enable();
+  sendByte(BEGIN);
+  do
+  :: page < PAGES ->
+     attempt = 0;
+     ok = false;
+     do
+     :: !ok && attempt < ATTEMPTS -> sendPage(); attempt++
+     :: else -> break
+     od;
+     attempt = 0;
+     if
+     :: ok -> page++
+     :: else -> break
+     fi
+  :: else -> break
+  od;
+  success = page == PAGES;
+  if
+  :: success -> sendByte(END)
+  :: else
+  fi;
+  printf("close\n");
+  hostWrite(RX_STATE, ABSENT, LEAVE)
+}
+
+active proctype Host() {
+  short loaded = 0;
+  byte seen = 0, got = 0, page = 0, attempt = 0, at = 0;
+  bool ok = false;
+start:
+  {
+    if
+    :: atomic {
+         BYTE(TX_STATE) != ABSENT -> printf("present\nR %d %d\n", TX_STATE, BYTE(TX_STATE))
+       }
+       upgrade()
+    :: BYTE(TX_STATE) == ABSENT && (TIME_UP || !up) /* nobody there */
+    fi
+#ifdef KILLED
+  } unless {
+    killed && !again;
+    d_step {
+      again = true;
+      loaded = 0; seen = 0; got = 0; page = 0; attempt = 0; at = 0; ok = false;
+      writing = 0; place = 0; success = false
+    }
+#ifdef PAUSES
+    quiet;
+#endif
+    goto start
+#endif
+  };
+  atomic {
+    ended = true;
+    assert(HOLDS)
+  }
+}
+
+#ifdef KILLED
+active proctype Killer() {
+  if
+  :: atomic { !ended -> killed = true }
+  :: ended
+  fi
+}
+#endif
+
+/* ------------------------------------------------------------------------------- controller */
+
+inline look(address, into) {
+  atomic { into = BYTE(address); printf("        controller R %d %d\n", address, into) }
+}
+
+inline put(address, value) {
+  atomic {
+    if
+    :: place == address ->
+       assert(writing != SWALLOWED);
+       CHECK(MAY_SWALLOW(writing))
+    :: else
+    fi;
+    WORD(address) = value;
+#ifdef DIRTY
+    if
+    :: address == dirty -> WORD(address) = value | UPPER
+    :: skip
+    fi;
+#endif
+    printf("        controller W %d %d\n", address, WORD(address))
+  }
+}
+
+inline dropAnswers() {
+#ifndef KEEPS
+  do
+  :: nempty(answers) -> answers ? _
+  :: empty(answers) -> break
+  od;
+  half = false;
+  inRxData = NONE;
+#endif
+  fresh = true;
+#ifndef LEAVES
+  look(RX_FLAG, x);
+  if
+  :: x == RX_OFFERED -> put(RX_FLAG, RX_TAKEN)
+  :: else
+  fi;
+  x = 0
+#endif
+}
+
+inline breakOff() {
+#ifdef FORGETS
+  skip
+#else
+  begun = NOTHING
+#endif
+}
+
+inline afterReset() {
+  mute = false;
+  breakOff();
+  dropAnswers();
+  receiving = false;
+  if
+#if !defined(REARMS) || REARMS
+  :: true ->
+     put(RX_STATE, READY);
+     receiving = true;
+     put(TX_STATE, REQUESTED)
+#endif
+#if !defined(REARMS) || !REARMS
+  :: true -> up = false
+#endif
+  fi
+}
+
+inline welcome() {
+  breakOff();
+  open = false;
+  dropAnswers();
+  receiving = true;
+  put(RX_STATE, READY)
+}
+
+inline judge(number, symbol) {
+  if
+  :: symbol == DATA + number -> held[number] = true; answers ! GOOD
+#ifdef JUDGES
+  :: symbol == DATA + number -> held[number] = false; MET(metBad); answers ! BAD
+#endif
+  :: symbol != DATA + number -> held[number] = false; answers ! BAD
+  fi
+}
+
+/* A message is a byte alone, or a page's number and its data. */
+inline understand(symbol) {
+  if
+  :: begun != NOTHING -> judge(begun, symbol); begun = NOTHING
+  :: begun == NOTHING && symbol >= PAGE && symbol < PAGE + PAGES -> begun = symbol - PAGE
+  :: begun == NOTHING && symbol == BEGIN ->
+     open = true;
+#ifdef CLEARS
+     dropAnswers();
+#endif
+     page = 0;
+     do
+     :: page < PAGES -> held[page] = false; page++
+     :: else -> break
+     od;
+     page = 0
+  :: begun == NOTHING && symbol == END -> upgraded = open
+  :: else
+  fi
+}
+
+inline takeByte() {
+  atomic {
+    look(TX_DATA, x);
+    CHECK(inTxData != OLD); /* or it is doubled */
+    CHECK(inTxData != NONE || MAY_TAKE_NONE);
+    inTxData = (inTxData == NEW -> OLD : NONE);
+    understand(x);
+    x = 0
+  }
+  put(TX_FLAG, TX_TAKEN)
+}
+
+inline offerByte() {
+  look(RX_FLAG, x);
+  if
+  :: fresh || x == RX_TAKEN ->
+     x = 0;
+     if
+     :: half -> answers ? x; half = false
+     :: else -> x = LEAD; half = true
+     fi;
+     atomic {
+       put(RX_DATA, x);
+       x = 0;
+       CHECK(inRxData != NEW); /* or one that the host has not taken is lost */
+       inRxData = NEW
+     }
+     atomic { put(RX_FLAG, RX_OFFERED); fresh = false }
+  :: else -> x = 0
+  fi
+}
+
+inline startAnew() {
+  breakOff();
+  dropAnswers();
+  receiving = false;
+  open = false;
+  x = TX_STATE;
+  do
+  :: x >= RX_DATA -> put(x, 0); x--
+  :: else -> x = 0; break
+  od;
+  put(TX_STATE, REQUESTED)
+}
+
+active proctype Controller() {
+  chan answers = [ATTEMPTS + 1] of { byte };
+  byte flag = 0, state = 0, x = 0, page = 0;
+  byte begun = NOTHING;   /* else the page whose data comes next */
+  bool half = false;      /* the answer's first byte is out */
+  bool fresh = true;      /* nothing was offered since the direction came up */
+  bool receiving = false; /* the direction is up */
+  bool open = false;      /* an upgrade was begun */
+#ifdef UNASKED
+  bool asked = true;
+#endif
+#ifdef DIRTY
+  byte dirty;
+  select (dirty : RX_DATA .. TX_STATE);
+#endif
+  put(TX_STATE, REQUESTED);
+  do
+  :: !ended && up ->
+#ifndef FORWARD
+     look(TX_FLAG, flag);
+     look(RX_STATE, state);
+     look(TX_STATE, x);
+#else
+     look(TX_STATE, x);
+     look(RX_STATE, state);
+     look(TX_FLAG, flag);
+#endif
+     if
+#ifdef HASTY
+     :: state == ABSENT && receiving -> x = 0; afterReset()
+     :: x == ABSENT && !receiving -> x = 0; afterReset()
+     :: x == ABSENT && receiving && state != ABSENT -> x = 0
+     :: x != ABSENT && !(state == ABSENT && receiving) ->
+#else
+     :: x == ABSENT -> x = 0; afterReset()
+     :: else ->
+#endif
+        x = 0;
+        if
+        :: state == REQUESTED -> welcome()
+        :: state == ABSENT -> receiving = false
+        :: else
+        fi;
+        if
+        :: flag == TX_OFFERED && !mute -> takeByte()
+        :: else
+        fi;
+        if
+        :: (half || len(answers) > 0) && receiving && !mute -> offerByte()
+        :: else
+        fi
+     fi;
+     flag = 0;
+     state = 0
+#ifdef PAUSES
+  :: again && !quiet && up && BYTE(TX_FLAG) != TX_OFFERED -> breakOff(); quiet = true
+#endif
+#ifdef MUTE
+  :: !ended && up && !mute -> mute = true
+#endif
+#ifdef RESTARTS
+  :: !ended && up && !anew -> anew = true; startAnew()
+#endif
+#ifdef UNASKED
+  :: !ended && up && asked && nfull(answers) -> asked = false; answers ! GOOD
+#endif
+  :: ended || !up -> break
+  od
+}
+
+#ifdef ENDS
+ltl ends { <> ended }
+#endif
