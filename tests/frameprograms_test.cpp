@@ -195,6 +195,9 @@ TEST_F(FrameProgramsTest, TheStatusNamesWhatTheMailboxHolds) {
     const json answer = json::parse(runProgram(TOLMIRA_STATUS, {"--json"}).out);
     EXPECT_EQ(answer["revision"], 19456);
     EXPECT_EQ(answer["send"]["state_value"], 128);
+    const ProcessResult line = runProgram(TOLMIRA_STATUS, {"--watch", "--json", "--count", "1"});
+    EXPECT_EQ(line.exitValue, 1);
+    EXPECT_EQ(json::parse(line.out)["receive"], "odd value 3");
 }
 
 TEST_F(FrameProgramsTest, TheStatusMakesNoObjectAndEndsNoneTooEarly) {

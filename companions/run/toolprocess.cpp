@@ -133,7 +133,8 @@ ssize_t ToolProcess::read(char* buffer, std::size_t size, std::chrono::milliseco
         return -1;  // a signal counts as the time: both are no end
     }
     const ssize_t count = ::read(i_output, buffer, size);
-    return count < 0 && errno == EINTR ? -1 : count;
+    // What can't be read any more is at its end.
+    return count < 0 && errno != EINTR ? 0 : count;
 }
 
 Ending ToolProcess::wait() {
