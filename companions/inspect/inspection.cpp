@@ -51,7 +51,7 @@ std::string ReadHeader(const std::string& bytes, std::vector<std::string>& lines
     return lines.back().compare(0, 3, "END") == 0 ? "" : "line 7 doesn't begin with END";
 }
 
-std::string WhyNoHeader(const struct stat& status, std::string reason) {
+std::string WhyNoHeader(const struct stat& status, const std::string& reason) {
     if (S_ISDIR(status.st_mode)) {
         return "it is a directory";
     }
