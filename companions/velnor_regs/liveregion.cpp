@@ -16,11 +16,17 @@ namespace {
 
 constexpr char NAME[] = "/resource0";
 
+/** What a too short object counts as. */
+constexpr int TOO_SHORT = ENODATA;
+
+std::string WhatToDo(int error) {
+    const std::string why = error == TOO_SHORT ? "shorter than the card's address space"
+                                               : std::generic_category().message(error);
+    return why + (error == ENOENT ? "; start what drives the card first" : "; check /dev/shm");
+}
+
 [[noreturn]] void Fail(int error) {
-    throw Failure(
-        EXIT_FINDING,
-        std::string("shared memory ") + NAME + ": " + std::generic_category().message(error) +
-            (error == ENOENT ? "; start what drives the card first" : "; check /dev/shm"));
+    throw Failure(EXIT_FINDING, std::string("shared memory ") + NAME + ": " + WhatToDo(error));
 }
 
 void* MapWhole(int fd, bool writable) {
@@ -30,7 +36,7 @@ void* MapWhole(int fd, bool writable) {
     }
     // Beyond the object's end an access would end the program.
     if (static_cast<std::size_t>(status.st_size) < LiveRegion::SIZE) {
-        errno = ENODATA;
+        errno = TOO_SHORT;
         return MAP_FAILED;
     }
     return mmap(nullptr, LiveRegion::SIZE, writable ? PROT_READ | PROT_WRITE : PROT_READ,

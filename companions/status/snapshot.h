@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace status {
+
+/**
+ * One look at the mailbox. The words are read one after the other while both sides may write, so
+ * two of them need not belong to the same moment.
+ */
+struct Snapshot {
+    /** Why there is nothing to look at; empty where there is. */
+    std::string failure;
+    /** The mailbox's words by their addresses. */
+    std::map<unsigned, uint32_t> words;
+
+    unsigned char byte(unsigned address) const {
+        return static_cast<unsigned char>(words.at(address));
+    }
+    bool present() const;
+    unsigned revision() const;
+    /** The bits above the byte, of those words that have any. */
+    std::map<unsigned, uint32_t> upperBits() const;
+};
+
+/**
+ * Looks. The object is opened anew each time, for reading alone, and never made; so one that
+ * appears, goes or is replaced is noticed.
+ */
+Snapshot Look();
+
+}  // namespace status
