@@ -16,7 +16,7 @@ namespace testsupport {
 namespace {
 
 bool MountOverSharedMemory() {
-    return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+    return mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0 &&
            mount("tmpfs", "/dev/shm", "tmpfs", 0, "size=256m") == 0;
 }
 
