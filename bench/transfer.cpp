@@ -140,12 +140,8 @@ void Bench::run() {
     printf("peak resident set of the tool: %ld KiB\n", peakKilobytes);
 }
 
-}  // namespace
-
-}  // namespace bench
-
-int main(int argc, char** argv) {
-    bench::Settings settings;
+int Run(int argc, char** argv) {
+    Settings settings;
     CLI::App app("Compares the tool with bare hosts over the same far side.", "transfer_bench");
     app.add_option("--tool", settings.tool, "the built tool")->required();
     app.add_option("--pages", settings.pages, "pages of the image")->capture_default_str();
@@ -159,11 +155,19 @@ int main(int argc, char** argv) {
     CLI11_PARSE(app, argc, argv);
     settings.tool = std::filesystem::absolute(settings.tool);
     testsupport::UsePrivateSharedMemory();
+    Bench(settings).run();
+    return 0;
+}
+
+}  // namespace
+
+}  // namespace bench
+
+int main(int argc, char** argv) {
     try {
-        bench::Bench(settings).run();
+        return bench::Run(argc, argv);
     } catch (const std::exception& e) {
         fprintf(stderr, "transfer_bench: %s\n", e.what());
         return 1;
     }
-    return 0;
 }
