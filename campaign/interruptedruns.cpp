@@ -72,7 +72,7 @@ constexpr const char* WAY_NAMES[e_Ways] = {
 constexpr milliseconds REST{5000};
 
 /** What a run came to. */
-enum Result { e_Upgraded, e_OnStaleAnswer, e_NothingToDo, e_Failed, e_Results };
+enum Result { e_Upgraded, e_OnStaleAnswer, e_AlreadyCurrent, e_Failed, e_Results };
 
 constexpr unsigned MOST_RUNS = 3;
 
@@ -263,7 +263,7 @@ Result Interruption::judge(const ToolEnd& end) {
     }
     if (Says(end, "Controller is already at revision")) {
         require(upgraded && end.exitValue == 255, "nothing to do without an upgrade", end);
-        return e_NothingToDo;
+        return e_AlreadyCurrent;
     }
     require(end.exitValue == 255 && Says(end, "S: ERROR"), "a failure that isn't told", end);
     return e_Failed;
@@ -334,7 +334,7 @@ void PrintRow(const char* name, const Row& row) {
     printf("%-40s %6lu", name, row.hits.load());
     for (const auto& results : row.results) {
         printf("  |%5lu %5lu %5lu %5lu", results[e_Upgraded].load(),
-               results[e_OnStaleAnswer].load(), results[e_NothingToDo].load(),
+               results[e_OnStaleAnswer].load(), results[e_AlreadyCurrent].load(),
                results[e_Failed].load());
     }
     printf("\n");

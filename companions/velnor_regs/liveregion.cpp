@@ -19,14 +19,14 @@ constexpr char NAME[] = "/resource0";
 /** What a too short object counts as. */
 constexpr int TOO_SHORT = ENODATA;
 
-std::string WhatToDo(int error) {
+std::string WayOut(int error) {
     const std::string why = error == TOO_SHORT ? "shorter than the card's address space"
                                                : std::generic_category().message(error);
     return why + (error == ENOENT ? "; start what drives the card first" : "; check /dev/shm");
 }
 
 [[noreturn]] void Fail(int error) {
-    throw Failure(EXIT_FINDING, std::string("shared memory ") + NAME + ": " + WhatToDo(error));
+    throw Failure(EXIT_FINDING, std::string("shared memory ") + NAME + ": " + WayOut(error));
 }
 
 void* MapWhole(int fd, bool writable) {
