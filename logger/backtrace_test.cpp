@@ -35,7 +35,7 @@ TEST(Backtrace, NamesTheFunctionsOnTheStack) {
                                   "Follows \\*\\*\\*  \" at logger/backtrace.cpp:[0-9]+.\n") +
                       OwnFrames +
                       "C: 00[23] S: ERROR T: p:[0-9]+ \"Address: 0x[0-9a-f]{8}, Symbol: "
-                      "0x[0-9a-f]+ [Tt] FunctionOnTheStack"));
+                      "0x[0-9a-f]+ T FunctionOnTheStack"));
 
     const std::string crash = RunInChild([] { FunctionOnTheStack(e_LogSeverity_CRASH); }).out;
     EXPECT_THAT(crash, ContainsRegex("^S: \\*\\*\\*\\*\\*CRASH\\*\\*\\*\\*\\* T: p:[0-9]+ "
