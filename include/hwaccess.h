@@ -123,6 +123,16 @@ class Memory {
         i_accessor.write(i_base + offset, value);
     }
 
+    /**
+     * Tells the processor that a set of the word at `offset` is near, so that it has the cache line
+     * to itself by then. No access, and harmless for any offset.
+     */
+    void announceSet(std::size_t offset) const {
+        constexpr int ForWrite = 1;
+        __builtin_prefetch(reinterpret_cast<const void*>(absoluteAddress() + offset * sizeof(T)),
+                           ForWrite);
+    }
+
     std::uintptr_t absoluteAddress() const { return reinterpret_cast<std::uintptr_t>(i_base); }
     std::size_t sizeInWords() const { return i_size; }
 

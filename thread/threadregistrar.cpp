@@ -75,10 +75,10 @@ void ThreadRegistrar::registerName(const std::string& name) {
     (*names())[ThreadId::ofCaller()] = name;
 }
 
+// The handle is compared first: the process costs a system call, and each log line asks.
 int ThreadRegistrar::ownSlot() const {
-    const ThreadId caller = ThreadId::ofCaller();
     for (size_t i = 0; i < i_fieldMain.size(); ++i) {
-        if (i_fieldMain[i].holds(caller)) {
+        if (i_fieldMain[i].hasHandleOfCaller() && i_fieldMain[i].holds(ThreadId::ofCaller())) {
             return static_cast<int>(i);
         }
     }

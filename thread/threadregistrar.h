@@ -71,7 +71,7 @@ class ThreadRegistrar {
     ThreadRegistrar& operator=(const ThreadRegistrar&) = delete;
 
     /** Built on first use, with the logger told of it; destroyed at exit. */
-    static ThreadRegistrar& instance() {
+    [[gnu::always_inline]] static ThreadRegistrar& instance() {
         static ThreadRegistrar registrar;
         return registrar;
     }

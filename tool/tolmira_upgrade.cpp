@@ -51,8 +51,9 @@ int UpgradeIfNeeded(const char* imagePath, bool forceUpgrade, RouterCommWriter& 
 }  // namespace
 
 int main(int argc, char** argv) {
-    // A pipe sees progress as it happens, and a report survives an abort.
-    setvbuf(stdout, nullptr, _IOLBF, 0);
+    // A pipe sees progress as it happens, and a report survives an abort. Without a buffer each
+    // report is one write, also where it has a newline inside.
+    setvbuf(stdout, nullptr, _IONBF, 0);
     // A reader of the log that goes away must not end a transfer in the middle of a page.
     signal(SIGPIPE, SIG_IGN);
 

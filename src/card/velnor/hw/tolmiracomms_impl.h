@@ -25,18 +25,29 @@ class TolmiraComms final : public RouterCommsInterface {
     /** Borrows the design. Touches no hardware. */
     explicit TolmiraComms(HWAltera* altera) : i_altera(altera), i_mutex(PTHREAD_MUTEX_NORMAL) {}
 
-    unsigned char readAddress(unsigned int address) override {
+    // Inline by order: the mailbox that the tool creates forwards to these for each access.
+    [[gnu::always_inline]] unsigned char readAddress(unsigned int address) override {
         const AutoLockT<Mutex> lock(i_mutex);
         return static_cast<unsigned char>(mailboxByte().get(address));
     }
 
-    void writeAddress(unsigned int address, unsigned char value) override {
+    [[gnu::always_inline]] void writeAddress(unsigned int address, unsigned char value) override {
+        announceWrite(address);
         const AutoLockT<Mutex> lock(i_mutex);
         mailboxByte().set(address, value);
     }
 
   private:
     using Mutex = PMutexT<CriticalThreadCantBlockPolicy>;
+
+    /**
+     * The line is on its way while the lock is taken: the far side polls the same line and would
+     * share it up to the store. Without the lock, since only the map is looked at, which stays as
+     * it was built.
+     */
+    void announceWrite(unsigned int address) NO_THREAD_SAFETY_ANALYSIS {
+        i_altera->sbuf().shelf_status(0).shelf_status_spi_values().announceSet(address);
+    }
 
     auto& mailboxByte() REQUIRES(i_mutex) {
         return i_altera->sbuf().shelf_status(0).shelf_status_spi_values().value();
