@@ -14,6 +14,14 @@ namespace bench {
  *
  * `rest` is the number of empty turns between two looks at a flag.
  */
-void SendUpgrade(volatile uint32_t* mailbox, const std::vector<Frame>& frames, unsigned rest);
+void SendUpgradePlainly(volatile uint32_t* mailbox, const std::vector<Frame>& frames,
+                        unsigned rest);
+
+/**
+ * The same without a layer, but by the rules of the link: the state is read twice, each access
+ * takes a lock, each write keeps the other bits, and each miss reads the clock. What the tool needs
+ * beyond this is its own doing. Ends the process if the far side doesn't keep up.
+ */
+void SendUpgradeByTheRules(volatile uint32_t* mailbox, const std::vector<Frame>& frames);
 
 }  // namespace bench
