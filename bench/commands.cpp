@@ -56,7 +56,8 @@ double BareRead(size_t count, bool ask) {
     return static_cast<double>(end - start) / static_cast<double>(count);
 }
 
-long OwnPeakKilobytes(int who) {
+/** `who` as getrusage takes it. */
+long PeakKilobytes(int who) {
     rusage usage = {};
     getrusage(who, &usage);
     return usage.ru_maxrss;
@@ -75,7 +76,7 @@ void MeasureRoundTrip(SystemCaller& caller) {
 }
 
 void MeasureCapture(SystemCaller& caller) {
-    const long before = OwnPeakKilobytes(RUSAGE_SELF);
+    const long before = PeakKilobytes(RUSAGE_SELF);
     const uint64_t start = NanosecondsNow();
     const auto result =
         caller.exec("head -c " + std::to_string(CAPTURED) + " /dev/zero", nullptr, nullptr);
@@ -83,13 +84,13 @@ void MeasureCapture(SystemCaller& caller) {
     if (result.stdout.size() != CAPTURED) {
         throw std::runtime_error("the output was not captured whole");
     }
-    const long after = OwnPeakKilobytes(RUSAGE_SELF);
+    const long after = PeakKilobytes(RUSAGE_SELF);
     // Only who has been waited for counts.
     caller.destroy();
     const auto perByte = [](double total) { return total / static_cast<double>(CAPTURED); };
     printf("%zu bytes captured: %.0f ns a byte; memory a byte: slave %.1f, master %.1f\n", CAPTURED,
            perByte(static_cast<double>(end - start)),
-           perByte(1024.0 * static_cast<double>(OwnPeakKilobytes(RUSAGE_CHILDREN))),
+           perByte(1024.0 * static_cast<double>(PeakKilobytes(RUSAGE_CHILDREN))),
            perByte(1024.0 * static_cast<double>(after - before)));
 }
 

@@ -18,6 +18,7 @@
 #include "bench/farside.h"
 #include "bench/pinned.h"
 #include "bench/series.h"
+#include "companions/commandline/commandline.h"
 #include "companions/controller/mailboxport.h"
 #include "companions/controller/sharedregion.h"
 #include "tests/support/privateshm.h"
@@ -159,7 +160,9 @@ int Run(int argc, char** argv) {
         ->capture_default_str();
     app.add_flag("--csv", settings.csv,
                  "one line: pages, tool, floor, excess (ns a byte), peak KiB");
-    CLI11_PARSE(app, argc, argv);
+    if (const std::optional<int> exitValue = commandline::Read(app, argc, argv)) {
+        return *exitValue;
+    }
     settings.tool = std::filesystem::absolute(settings.tool);
     testsupport::UsePrivateSharedMemory();
     Bench(settings).run();

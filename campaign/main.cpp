@@ -10,12 +10,11 @@
 
 #include "campaign/faultruns.h"
 #include "campaign/interruptedruns.h"
+#include "companions/commandline/commandline.h"
 
 namespace campaign {
 
 namespace {
-
-constexpr int EXIT_WRONG_USAGE = 2;
 
 struct Settings {
     Programs programs = {TOLMIRA_UPGRADE, LOCKSTEP_LIBRARY};
@@ -75,7 +74,7 @@ int Run(Settings& settings) {
     const auto schedule = controller::ParseSchedule(*settings.faults, error);
     if (!schedule) {
         fprintf(stderr, "fault_campaign: %s\n", error.c_str());
-        return EXIT_WRONG_USAGE;
+        return commandline::EXIT_WRONG_USAGE;
     }
     settings.scenario.faults = *schedule;
     return ExitValue(RunOne(settings.programs, settings.scenario));
@@ -93,13 +92,8 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
         "fault_campaign");
     campaign::Settings settings;
     campaign::AddOptions(app, settings);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& request) {
-        return app.exit(request);
-    } catch (const CLI::ParseError& error) {
-        fprintf(stderr, "fault_campaign: %s (--help lists the options)\n", error.what());
-        return campaign::EXIT_WRONG_USAGE;
+    if (const std::optional<int> exitValue = commandline::Read(app, argc, argv)) {
+        return *exitValue;
     }
     return campaign::Run(settings);
 }

@@ -12,14 +12,13 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "companions/commandline/commandline.h"
 #include "companions/velnor_regs/outline.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;
 using Outline = std::vector<regs::GroupOutline>;
-
-constexpr int EXIT_WRONG_USAGE = 2;
 
 /** An address map by the design that it is named after, and all designs that have it. */
 struct AddressMap {
@@ -187,7 +186,7 @@ void Write(const std::string& assets, const std::string& output) {
     }
 }
 
-/** The whole program; wrong usage passes through as an error of the command line's reader. */
+/** The whole program; what ends it early passes through. */
 int Run(int argc, const char* const* argv) {
     std::string assets;
     std::string output;
@@ -198,10 +197,8 @@ int Run(int argc, const char* const* argv) {
     app.set_version_flag("--version", "velnor_atlas " TOLMIRA_VERSION);
     app.add_option("PARTS", assets, "Folder with the parts of the pages")->required();
     app.add_option("FOLDER", output, "Where the pages go; made if it isn't there")->required();
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& request) {
-        return app.exit(request);
+    if (const std::optional<int> exitValue = commandline::Read(app, argc, argv)) {
+        return *exitValue;
     }
     Write(assets, output);
     return EXIT_SUCCESS;
@@ -212,9 +209,6 @@ int Run(int argc, const char* const* argv) {
 int main(int argc, char** argv) {
     try {
         return Run(argc, argv);
-    } catch (const CLI::Error& error) {
-        fprintf(stderr, "velnor_atlas: %s (--help tells how)\n", error.what());
-        return EXIT_WRONG_USAGE;
     } catch (const std::exception& error) {
         fprintf(stderr, "velnor_atlas: %s\n", error.what());
         return EXIT_FAILURE;

@@ -3,11 +3,12 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
+#include "companions/commandline/commandline.h"
+
 namespace controller {
 
 namespace {
 
-constexpr int EXIT_WRONG_USAGE = 2;
 constexpr uint16_t TOOL_REVISION = 19525;
 
 /** What is read as text or numbers first. */
@@ -88,14 +89,8 @@ std::optional<Settings> ReadCommandLine(int argc, const char* const* argv, int& 
         "nothing found; what the host makes of it may be.",
         "tolmira_controller");
     AddOptions(app, settings, raw);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& request) {
-        exitValue = app.exit(request);
-        return std::nullopt;
-    } catch (const CLI::ParseError& error) {
-        fprintf(stderr, "tolmira_controller: %s (--help lists the options)\n", error.what());
-        exitValue = EXIT_WRONG_USAGE;
+    if (const std::optional<int> ended = commandline::Read(app, argc, argv)) {
+        exitValue = *ended;
         return std::nullopt;
     }
     if (!raw.checksum.empty()) {

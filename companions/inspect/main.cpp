@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <iostream>
 
+#include "companions/commandline/commandline.h"
 #include "companions/inspect/answer.h"
 #include "companions/inspect/inspection.h"
 
@@ -15,9 +16,7 @@ namespace inspect {
 namespace {
 
 constexpr int EXIT_FINDING = 1;
-constexpr int EXIT_WRONG_USAGE = 2;
 
-/** The whole program; wrong usage passes through as an error of the command line's reader. */
 int Run(int argc, const char* const* argv) {
     std::vector<std::string> files;
     bool json = false;
@@ -28,10 +27,8 @@ int Run(int argc, const char* const* argv) {
     app.set_version_flag("--version", "tfi_inspect " TOLMIRA_VERSION);
     app.add_flag("--json", json, "Answer as one JSON array with an object for each image");
     app.add_option("image", files, "Images in TFI format")->required();
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& request) {
-        return app.exit(request);
+    if (const std::optional<int> exitValue = commandline::Read(app, argc, argv)) {
+        return *exitValue;
     }
     std::vector<Inspection> inspections;
     std::transform(files.begin(), files.end(), std::back_inserter(inspections), Inspect);
@@ -46,12 +43,8 @@ int Run(int argc, const char* const* argv) {
 
 }  // namespace inspect
 
-int main(int argc, char** argv) {
+// Out of memory, the program may end as the library ends it.
+int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-    try {
-        return inspect::Run(argc, argv);
-    } catch (const CLI::Error& error) {
-        fprintf(stderr, "tfi_inspect: %s (--help tells how)\n", error.what());
-        return inspect::EXIT_WRONG_USAGE;
-    }
+    return inspect::Run(argc, argv);
 }

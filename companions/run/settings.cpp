@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "companions/commandline/commandline.h"
+
 namespace run {
 
 namespace {
@@ -16,16 +18,17 @@ std::string ToolBesideThisProgram() {
     return self.parent_path() / "tolmira_upgrade";
 }
 
-/** A long option in front of the tool's words can only be meant for this program. */
-void RefuseUnknownOption(const std::vector<std::string>& words) {
+/** A long option in front of the tool's words can only be meant for this program; "" if none. */
+std::string UnknownOption(const std::vector<std::string>& words) {
     for (const std::string& word : words) {
         if (word.empty() || word[0] != '-' || word == "--") {
-            return;
+            break;
         }
         if (word.compare(0, 2, "--") == 0) {
-            throw CLI::ExtrasError({word});
+            return word;
         }
     }
+    return "";
 }
 
 /** The mark between this program's options and the tool's words belongs to neither. */
@@ -51,19 +54,17 @@ std::optional<Settings> ReadCommandLine(int argc, const char* const* argv, int& 
     app.add_option("--report", settings.reportFile, "Write a JSON record of the run to this file");
     app.footer("What follows the options are the tool's own words: [-f] image configuration");
     app.prefix_command();
-    try {
-        app.parse(argc, argv);
-        settings.toolArguments = app.remaining();
-        RefuseUnknownOption(settings.toolArguments);
-        DropEndOfOptions(settings.toolArguments);
-    } catch (const CLI::Success& request) {
-        exitValue = app.exit(request);
-        return std::nullopt;
-    } catch (const CLI::Error& error) {
-        fprintf(stderr, "tolmira_run: %s (--help tells how)\n", error.what());
-        exitValue = e_Exit_WrongUsage;
+    if (const std::optional<int> ended = commandline::Read(app, argc, argv)) {
+        exitValue = *ended;
         return std::nullopt;
     }
+    settings.toolArguments = app.remaining();
+    const std::string unknown = UnknownOption(settings.toolArguments);
+    if (!unknown.empty()) {
+        exitValue = commandline::Refuse(app, CLI::ExtrasError({unknown}).what());
+        return std::nullopt;
+    }
+    DropEndOfOptions(settings.toolArguments);
     return settings;
 }
 

@@ -7,11 +7,10 @@
 namespace run {
 
 /**
- * Exit values of this program's own. All others are the tool's, which uses 0, 1 and 255, or 128 and
- * the number of the signal that ended it.
+ * Exit values of this program's own, beside 2 for wrong usage. All others are the tool's, which
+ * uses 0, 1 and 255, or 128 and the number of the signal that ended it.
  */
 enum e_Exit {
-    e_Exit_WrongUsage = 2,
     /** The report or the lock can't be made. */
     e_Exit_CannotCreate = 73,
     /** Another run is under way. */

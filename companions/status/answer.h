@@ -6,10 +6,10 @@
 
 namespace status {
 
+/** 2 is wrong usage. */
 enum e_Exit {
     e_Exit_Current = 0,
     e_Exit_OtherRevision = 1,
-    e_Exit_WrongUsage = 2,
     e_Exit_Absent = 3,
     e_Exit_NoObject = 4,
 };

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <thread>
 
+#include "companions/commandline/commandline.h"
 #include "companions/status/answer.h"
 #include "companions/status/snapshot.h"
 
@@ -50,7 +51,6 @@ int Watch(const Settings& settings) {
     }
 }
 
-/** The whole program; wrong usage passes through as an error of the command line's reader. */
 int Run(int argc, const char* const* argv) {
     Settings settings;
     CLI::App app(
@@ -64,10 +64,8 @@ int Run(int argc, const char* const* argv) {
                                       "Go on looking, and write one line a change, until a signal");
     app.add_option("--count", settings.count, "With --watch, end behind so many lines")
         ->needs(watch);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& request) {
-        return app.exit(request);
+    if (const std::optional<int> exitValue = commandline::Read(app, argc, argv)) {
+        return *exitValue;
     }
     if (settings.watch) {
         return Watch(settings);
@@ -81,12 +79,8 @@ int Run(int argc, const char* const* argv) {
 
 }  // namespace status
 
-int main(int argc, char** argv) {
+// Out of memory, the program may end as the library ends it.
+int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-    try {
-        return status::Run(argc, argv);
-    } catch (const CLI::Error& error) {
-        fprintf(stderr, "tolmira_status: %s (--help tells how)\n", error.what());
-        return status::e_Exit_WrongUsage;
-    }
+    return status::Run(argc, argv);
 }

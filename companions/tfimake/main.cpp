@@ -13,9 +13,10 @@
 #include <string>
 #include <vector>
 
+#include "companions/commandline/commandline.h"
+
 namespace {
 
-constexpr int EXIT_WRONG_USAGE = 2;
 constexpr uint64_t PAGE_BYTES = 256;
 constexpr uint64_t CHECKSUM_BYTES = 2;
 constexpr size_t FREE_HEADER_LINES = 6;
@@ -123,7 +124,6 @@ void AddOptions(CLI::App& app, Settings& settings) {
                    "Checksum, also as 0x1234; otherwise the sum of the content's bytes");
 }
 
-/** The whole program; wrong usage passes through as an error of the command line's reader. */
 int Run(int argc, const char* const* argv) {
     Settings settings;
     CLI::App app(
@@ -131,22 +131,16 @@ int Run(int argc, const char* const* argv) {
         "Exit value: 0 written, 1 not written, 2 wrong usage.",
         "tfi_make");
     AddOptions(app, settings);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& request) {
-        return app.exit(request);
+    if (const std::optional<int> exitValue = commandline::Read(app, argc, argv)) {
+        return *exitValue;
     }
     return Write(settings);
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
+// Out of memory, the program may end as the library ends it.
+int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-    try {
-        return Run(argc, argv);
-    } catch (const CLI::Error& error) {
-        fprintf(stderr, "tfi_make: %s (--help lists the options)\n", error.what());
-        return EXIT_WRONG_USAGE;
-    }
+    return Run(argc, argv);
 }

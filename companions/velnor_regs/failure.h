@@ -3,6 +3,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "companions/commandline/commandline.h"
+
 namespace regs {
 
 /** Why a command ends early: one line for the user, with what to do, and the exit value. */
@@ -12,6 +14,6 @@ struct Failure : std::runtime_error {
 };
 
 constexpr int EXIT_FINDING = 1;
-constexpr int EXIT_WRONG_USAGE = 2;
+using commandline::EXIT_WRONG_USAGE;
 
 }  // namespace regs

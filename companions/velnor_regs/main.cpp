@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <iostream>
 
+#include "companions/commandline/commandline.h"
 #include "companions/velnor_regs/commands.h"
 #include "companions/velnor_regs/failure.h"
 
@@ -99,7 +100,7 @@ void AddCommand(CLI::App& app, const Command& command, Settings& settings) {
     }
 }
 
-/** The whole program; wrong usage passes through as an error of the command line's reader. */
+/** The whole program; what ends it early passes through. */
 int Run(int argc, const char* const* argv) {
     Settings settings;
     settings.request.design = DEFAULT_DESIGN;
@@ -114,10 +115,8 @@ int Run(int argc, const char* const* argv) {
     for (const Command& command : COMMANDS) {
         AddCommand(app, command, settings);
     }
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& request) {
-        return app.exit(request);
+    if (const std::optional<int> exitValue = commandline::Read(app, argc, argv)) {
+        return *exitValue;
     }
     const Answer answer = settings.command->run(settings.request);
     (settings.json ? PrintAsJson : PrintAsText)(std::cout, answer);
@@ -128,13 +127,11 @@ int Run(int argc, const char* const* argv) {
 
 }  // namespace regs
 
-int main(int argc, char** argv) {
+// Out of memory, the program may end as the library ends it.
+int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     try {
         return regs::Run(argc, argv);
-    } catch (const CLI::Error& error) {
-        fprintf(stderr, "velnor_regs: %s (--help tells how)\n", error.what());
-        return regs::EXIT_WRONG_USAGE;
     } catch (const regs::Failure& failure) {
         fprintf(stderr, "velnor_regs: %s\n", failure.what());
         return failure.exitValue;
