@@ -186,6 +186,21 @@ TEST(SmartBuffer, UninitialisedAccessFailsButAnEmptyRawAccessIsNone) {
     EXPECT_TRUE(writer.hasFailed());
 }
 
+TEST(SmartBuffer, BytesThatDoNotFitAreWrittenOneByOneUpToTheEnd) {
+    Bytes raw(6, 9);
+    SmartBufferWriter inOnePiece;
+    inOnePiece.initBuffer(raw.data(), 6);
+    EXPECT_EQ(inOnePiece.write("abcdefg", 7), 0);
+    EXPECT_TRUE(inOnePiece.hasFailed());
+    EXPECT_EQ(raw, Bytes(6, 9));
+
+    SmartBufferWriter asVector;
+    asVector.initBuffer(raw.data(), 6);
+    asVector << std::vector<char>{'a', 'b', 'c'};
+    EXPECT_TRUE(asVector.hasFailed());
+    EXPECT_EQ(raw, (Bytes{0, 0, 0, 3, 'a', 'b'}));
+}
+
 TEST(SmartBuffer, NegativeRawCountFails) {
     Bytes bytes(4);
     SmartBufferWriter writer;
