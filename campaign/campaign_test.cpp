@@ -3,19 +3,19 @@
 
 #include <cstdlib>
 
-#include "campaign/bench.h"
 #include "campaign/model.h"
+#include "campaign/testbench.h"
 #include "tests/support/image.h"
 #include "tests/support/privateshm.h"
 #include "tests/support/process.h"
 #include "tests/support/region.h"
 #include "tests/support/scriptedfarside.h"
 
-using campaign::Bench;
 using campaign::Differences;
 using campaign::Outcome;
 using campaign::Predict;
 using campaign::Scenario;
+using campaign::TestBench;
 
 namespace {
 
@@ -83,7 +83,7 @@ TEST_F(CampaignTest, AgreesWithTheToolOnBothSidesOfItsLimits) {
         {"slow=2000@0.1.5 norearm", 0, "Page 0 sent successfully"},
         {"slow=2500@0.1.5 norearm", 255, "Failed to send YAMP message attempt 0"},
     };
-    Bench bench(PROGRAMS);
+    TestBench bench(PROGRAMS);
     for (const LimitCase& c : cases) {
         SCOPED_TRACE(c.faults);
         const Scenario scenario = ScenarioOf(c.faults);

@@ -63,7 +63,7 @@ void Add(Figures& figures, const Scenario& scenario, const Outcome& outcome) {
     }
 }
 
-void Check(Bench& bench, Figures& figures, const Scenario& scenario) {
+void Check(TestBench& bench, Figures& figures, const Scenario& scenario) {
     const Outcome predicted = Predict(scenario);
     const Outcome seen = bench.run(scenario);
     Add(figures, scenario, seen);
@@ -105,7 +105,7 @@ bool RunAll(const Programs& programs, const Extent& extent,
     auto* figures = new (SharedMemory(sizeof(Figures))) Figures{};
     const auto start = std::chrono::steady_clock::now();
     const bool good = ShareOut(extent, [&] {
-        const auto bench = std::make_shared<Bench>(programs);
+        const auto bench = std::make_shared<TestBench>(programs);
         return [bench, figures, &scenarioOf](uint64_t run) {
             Check(*bench, *figures, scenarioOf(run));
         };

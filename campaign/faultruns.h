@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "campaign/bench.h"
 #include "campaign/scenario.h"
+#include "campaign/testbench.h"
 #include "campaign/workers.h"
 
 namespace campaign {

@@ -146,7 +146,7 @@ bool Says(const ToolEnd& end, const char* text) {
 /** One interrupted run, and those behind it. */
 class Interruption {
   public:
-    Interruption(Bench& bench, Table& table, uint64_t seed)
+    Interruption(TestBench& bench, Table& table, uint64_t seed)
         : i_bench(bench), i_table(table), i_seed(seed), i_dice(seed) {}
 
     void run();
@@ -161,7 +161,7 @@ class Interruption {
     Result judge(const ToolEnd& end);
     void require(bool condition, const char* otherwise, const ToolEnd& end);
 
-    Bench& i_bench;
+    TestBench& i_bench;
     Table& i_table;
     uint64_t i_seed;
     Dice i_dice;
@@ -178,7 +178,7 @@ class Interruption {
 /** The locks that a whole run has behind it at its calls, by the place where it is then. */
 using LocksByPlace = std::map<Place, std::vector<uint64_t>>;
 
-const LocksByPlace& LocksOf(Bench& bench, const Scenario& scenario) {
+const LocksByPlace& LocksOf(TestBench& bench, const Scenario& scenario) {
     static std::map<std::pair<size_t, size_t>, LocksByPlace> known;
     LocksByPlace& locks = known[{scenario.payload, scenario.faults.size()}];
     if (locks.empty()) {
@@ -392,7 +392,7 @@ void Print(const Table& table) {
 bool RunInterrupted(const Programs& programs, uint64_t seed, const Extent& extent) {
     auto* table = new (SharedMemory(sizeof(Table))) Table{};
     const bool good = ShareOut(extent, [&] {
-        const auto bench = std::make_shared<Bench>(programs);
+        const auto bench = std::make_shared<TestBench>(programs);
         return [bench, table, seed](uint64_t run) {
             Interruption(*bench, *table, SeedOfRun(seed, run)).run();
         };

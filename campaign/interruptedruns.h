@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "campaign/bench.h"
+#include "campaign/testbench.h"
 #include "campaign/workers.h"
 
 namespace campaign {

@@ -1,4 +1,4 @@
-#include "campaign/bench.h"
+#include "campaign/testbench.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -38,14 +38,14 @@ void* MapRegion() {
 
 }  // namespace
 
-Bench::Bench(const Programs& programs)
+TestBench::TestBench(const Programs& programs)
     : i_tool(CopyOf(programs.tool, i_directory), programs.library), i_region(MapRegion()) {}
 
-Bench::~Bench() {
+TestBench::~TestBench() {
     munmap(i_region, controller::REGION_SIZE);
 }
 
-void Bench::writeImage(const Scenario& scenario) {
+void TestBench::writeImage(const Scenario& scenario) {
     if (scenario.image == ImageKind::e_Missing) {
         std::filesystem::remove(i_directory.path("image"));
     } else {
@@ -53,14 +53,14 @@ void Bench::writeImage(const Scenario& scenario) {
     }
 }
 
-std::unique_ptr<EmbeddedController> Bench::prepare(const Scenario& scenario) {
+std::unique_ptr<EmbeddedController> TestBench::prepare(const Scenario& scenario) {
     writeImage(scenario);
     auto* words =
         reinterpret_cast<uint32_t*>(static_cast<char*>(i_region) + controller::MAILBOX_OFFSET);
     return std::make_unique<EmbeddedController>(scenario, words);
 }
 
-void Bench::start(const Scenario& scenario, uint64_t killAtLock) {
+void TestBench::start(const Scenario& scenario, uint64_t killAtLock) {
     std::vector<std::string> arguments = {"image", "configuration"};
     if (scenario.force) {
         arguments.insert(arguments.begin(), "-f");
@@ -68,23 +68,24 @@ void Bench::start(const Scenario& scenario, uint64_t killAtLock) {
     i_tool.start(arguments, i_directory.path(), {scenario.everyAccess, killAtLock});
 }
 
-ToolEnd Bench::runTool(EmbeddedController& controller, const Scenario& scenario) {
+ToolEnd TestBench::runTool(EmbeddedController& controller, const Scenario& scenario) {
     start(scenario);
     return controller.accompany(i_tool);
 }
 
-ToolEnd Bench::killTool(EmbeddedController& controller, const Scenario& scenario, uint64_t lock) {
+ToolEnd TestBench::killTool(EmbeddedController& controller, const Scenario& scenario,
+                            uint64_t lock) {
     start(scenario, lock);
     return controller.accompany(i_tool);
 }
 
-ToolEnd Bench::watchTool(EmbeddedController& controller, const Scenario& scenario,
-                         const std::function<void(uint64_t)>& onCall) {
+ToolEnd TestBench::watchTool(EmbeddedController& controller, const Scenario& scenario,
+                             const std::function<void(uint64_t)>& onCall) {
     start(scenario);
     return controller.accompany(i_tool, [&] { onCall(i_tool.locks()); });
 }
 
-Outcome Bench::run(const Scenario& scenario) {
+Outcome TestBench::run(const Scenario& scenario) {
     const std::unique_ptr<EmbeddedController> controller = prepare(scenario);
     const ToolEnd end = runTool(*controller, scenario);
     Outcome outcome;

@@ -24,12 +24,12 @@ struct Programs {
  *
  * The process has to have a /dev/shm of its own; see ToolProcess for what else it must not do.
  */
-class Bench {
+class TestBench {
   public:
-    explicit Bench(const Programs& programs);
-    ~Bench();
-    Bench(const Bench&) = delete;
-    Bench& operator=(const Bench&) = delete;
+    explicit TestBench(const Programs& programs);
+    ~TestBench();
+    TestBench(const TestBench&) = delete;
+    TestBench& operator=(const TestBench&) = delete;
 
     /** One run of the tool with the scenario's controller, and what came of it. */
     Outcome run(const Scenario& scenario);
