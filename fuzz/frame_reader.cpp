@@ -91,8 +91,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const std::string_view all = mailbox.toHost;
     const std::string_view arriving = all.substr(0, comesTooLate ? mailbox.lateByte : all.size());
     while (ReadFrameFromMailbox(mailbox, arriving.substr(mailbox.position))) {
-        mailbox.writeAddress(MAILBOX_RX_STATE,
-                             STATE_READY);  // as the controller does when the host asks anew
+        // As the controller does when the host asks anew.
+        mailbox.writeAddress(MAILBOX_RX_STATE, STATE_READY);
     }
     return 0;
 }
