@@ -60,9 +60,9 @@ class LockedAccess {
     }
     bool isReady(unsigned stateAddress) { return read(stateAddress) == STATE_READY; }
     void await(unsigned address, uint32_t value) {
-        const time_t start = SecondsNow();
+        const time_t start = secondsNow();
         while (read(address) != value) {
-            if (SecondsNow() - start > LIMIT_SECONDS) {
+            if (secondsNow() - start > LIMIT_SECONDS) {
                 _exit(EXIT_FAILURE);
             }
         }
@@ -73,7 +73,7 @@ class LockedAccess {
     static constexpr uint32_t FIELD = 0x1FF;
     static constexpr time_t LIMIT_SECONDS = 2;
 
-    static time_t SecondsNow() {
+    static time_t secondsNow() {
         timeval now = {};
         gettimeofday(&now, nullptr);
         return now.tv_sec;
