@@ -6,7 +6,6 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
@@ -151,17 +150,16 @@ void Bench::run() {
 
 int Run(int argc, char** argv) {
     Settings settings;
-    CLI::App app("Compares the tool with bare hosts over the same far side.", "transfer_bench");
-    app.add_option("--tool", settings.tool, "the built tool")->required();
-    app.add_option("--pages", settings.pages, "pages of the image")->capture_default_str();
-    app.add_option("--rounds", settings.rounds, "how often all hosts run")->capture_default_str();
-    app.add_option("--host", settings.hostProcessor, "processor of the hosts")
-        ->capture_default_str();
-    app.add_option("--far", settings.farProcessor, "processor of the far side")
-        ->capture_default_str();
-    app.add_flag("--csv", settings.csv,
+    commandline::Program program("Compares the tool with bare hosts over the same far side.",
+                                 "transfer_bench");
+    program.option("--tool", settings.tool, "the built tool").required();
+    program.option("--pages", settings.pages, "pages of the image").showDefault();
+    program.option("--rounds", settings.rounds, "how often all hosts run").showDefault();
+    program.option("--host", settings.hostProcessor, "processor of the hosts").showDefault();
+    program.option("--far", settings.farProcessor, "processor of the far side").showDefault();
+    program.flag("--csv", settings.csv,
                  "one line: pages, tool, floor, excess (ns a byte), peak KiB");
-    if (const std::optional<int> exitValue = commandline::Read(app, argc, argv)) {
+    if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;
     }
     settings.tool = std::filesystem::absolute(settings.tool);

@@ -2,7 +2,6 @@
  * fault_campaign: runs of the built tool, each with a controller of random faults, in lockstep and
  * on a clock of their own; each is held against a model that predicts it to the letter.
  */
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <iostream>
 #include <map>
@@ -23,34 +22,35 @@ struct Settings {
     uint64_t seed = 1;
     std::optional<std::string> faults;
     Scenario scenario;
+    /** The scenario's ImageKind, as the command line has it. */
+    int image = static_cast<int>(ImageKind::e_Good);
 };
 
-void AddOptions(CLI::App& app, Settings& settings) {
-    static const std::map<std::string, ImageKind> images = {{"good", ImageKind::e_Good},
-                                                            {"missing", ImageKind::e_Missing},
-                                                            {"headless", ImageKind::e_NoHeader}};
-    app.add_option("--runs", settings.extent.count, "Runs with random faults")
-        ->capture_default_str();
-    app.add_option("--interrupted", settings.interrupted,
+void AddOptions(const commandline::Options& program, Settings& settings) {
+    const std::map<std::string, int> images = {
+        {"good", static_cast<int>(ImageKind::e_Good)},
+        {"missing", static_cast<int>(ImageKind::e_Missing)},
+        {"headless", static_cast<int>(ImageKind::e_NoHeader)}};
+    program.option("--runs", settings.extent.count, "Runs with random faults").showDefault();
+    program.option("--interrupted", settings.interrupted,
                    "In their place: so many runs in which the tool is killed");
-    app.add_option("--seconds", settings.extent.seconds,
+    program.option("--seconds", settings.extent.seconds,
                    "No more runs are begun after so many seconds");
-    app.add_option("--seed", settings.seed, "What makes them random")->capture_default_str();
-    app.add_option("--jobs", settings.extent.jobs, "Processes that share the runs")
-        ->capture_default_str()
-        ->check(CLI::Range(1, 64));
-    app.add_option("--tool", settings.programs.tool, "The tool")->capture_default_str();
+    program.option("--seed", settings.seed, "What makes them random").showDefault();
+    program.option("--jobs", settings.extent.jobs, "Processes that share the runs")
+        .showDefault()
+        .inRange(1, 64);
+    program.option("--tool", settings.programs.tool, "The tool").showDefault();
 
     Scenario& scenario = settings.scenario;
-    app.add_option("--faults", settings.faults, "One run alone, with these faults");
-    app.add_option("--payload", scenario.payload, "Its image: bytes, with the checksum");
-    app.add_option("--image", scenario.image, "good, missing or headless")
-        ->transform(CLI::CheckedTransformer(images));
-    app.add_option("--revision", scenario.revision, "The revision that its controller announces");
-    app.add_option("--start-us", scenario.start, "Its start; microseconds since the epoch");
-    app.add_option("--silence-ms", scenario.silenceMs, "Its clock's steps while nothing happens");
-    app.add_flag("--force", scenario.force, "With the option -f");
-    app.add_flag("--every-access", scenario.everyAccess,
+    program.option("--faults", settings.faults, "One run alone, with these faults");
+    program.option("--payload", scenario.payload, "Its image: bytes, with the checksum");
+    program.choice("--image", settings.image, images, "good, missing or headless");
+    program.option("--revision", scenario.revision, "The revision that its controller announces");
+    program.option("--start-us", scenario.start, "Its start; microseconds since the epoch");
+    program.option("--silence-ms", scenario.silenceMs, "Its clock's steps while nothing happens");
+    program.flag("--force", scenario.force, "With the option -f");
+    program.flag("--every-access", scenario.everyAccess,
                  "With each access to the mailbox looked at");
 }
 
@@ -77,6 +77,7 @@ int Run(Settings& settings) {
         return commandline::EXIT_WRONG_USAGE;
     }
     settings.scenario.faults = *schedule;
+    settings.scenario.image = static_cast<ImageKind>(settings.image);
     return ExitValue(RunOne(settings.programs, settings.scenario));
 }
 
@@ -86,13 +87,13 @@ int Run(Settings& settings) {
 
 // Out of memory, the program may end as the library ends it.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
-    CLI::App app(
+    commandline::Program program(
         "Holds the tool against a model of it, run by run, with a controller of random faults.\n"
         "Exit value: 0 no difference, 1 some, 2 wrong usage.",
         "fault_campaign");
     campaign::Settings settings;
-    campaign::AddOptions(app, settings);
-    if (const std::optional<int> exitValue = commandline::Read(app, argc, argv)) {
+    campaign::AddOptions(program, settings);
+    if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;
     }
     return campaign::Run(settings);

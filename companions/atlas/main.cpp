@@ -2,7 +2,7 @@
  * velnor_atlas: writes the register maps as pages for a browser, each whole in itself. The data of
  * a page has the repeats folded; its script unfolds them.
  */
-#include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -190,14 +190,14 @@ void Write(const std::string& assets, const std::string& output) {
 int Run(int argc, const char* const* argv) {
     std::string assets;
     std::string output;
-    CLI::App app(
+    commandline::Program program(
         "Writes the register maps as pages for a browser.\n"
         "Exit value: 0 written, 1 not written, 2 wrong usage.",
         "velnor_atlas");
-    app.set_version_flag("--version", "velnor_atlas " TOLMIRA_VERSION);
-    app.add_option("PARTS", assets, "Folder with the parts of the pages")->required();
-    app.add_option("FOLDER", output, "Where the pages go; made if it isn't there")->required();
-    if (const std::optional<int> exitValue = commandline::Read(app, argc, argv)) {
+    program.version(TOLMIRA_VERSION);
+    program.option("PARTS", assets, "Folder with the parts of the pages").required();
+    program.option("FOLDER", output, "Where the pages go; made if it isn't there").required();
+    if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;
     }
     Write(assets, output);

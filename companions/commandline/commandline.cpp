@@ -5,20 +5,190 @@
 
 namespace commandline {
 
-int Refuse(const CLI::App& app, const std::string& why) {
-    fprintf(stderr, "%s: %s (--help tells how)\n", app.get_name().c_str(), why.c_str());
-    return EXIT_WRONG_USAGE;
+namespace {
+
+/** A long option in front of the other program's words can only be meant for this one. */
+void RefuseUnknownOption(const std::vector<std::string>& words) {
+    for (const std::string& word : words) {
+        if (word.empty() || word[0] != '-' || word == "--") {
+            return;
+        }
+        if (word.compare(0, 2, "--") == 0) {
+            throw CLI::ExtrasError({word});
+        }
+    }
 }
 
-std::optional<int> Read(CLI::App& app, int argc, const char* const* argv) {
+/** The mark between this program's options and the other one's words belongs to neither. */
+void DropEndOfOptions(std::vector<std::string>& words) {
+    if (!words.empty() && words.front() == "--") {
+        words.erase(words.begin());
+    }
+}
+
+template <typename Value>
+Option Add(CLI::App& app, const std::string& name, Value& value, const std::string& help) {
+    return Option(*app.add_option(name, value, help));
+}
+
+}  // namespace
+
+Option Option::required(bool required) const {
+    return Option(*i_option->required(required));
+}
+
+Option Option::showDefault() const {
+    return Option(*i_option->capture_default_str());
+}
+
+Option Option::needs(Option other) const {
+    return Option(*i_option->needs(other.i_option));
+}
+
+Option Option::excludes(Option other) const {
+    return Option(*i_option->excludes(other.i_option));
+}
+
+Option Option::inRange(int least, int greatest) const {
+    return Option(*i_option->check(CLI::Range(least, greatest)));
+}
+
+Option Option::inRange(uint64_t least, uint64_t greatest) const {
+    return Option(*i_option->check(CLI::Range(least, greatest)));
+}
+
+Option Option::oneOf(const std::vector<std::string>& words) const {
+    return Option(*i_option->check(CLI::IsMember(words)));
+}
+
+Option Option::obeys(const Rule& rule, const std::string& name) const {
+    return Option(*i_option->check(rule, name));
+}
+
+Option Option::typeName(const std::string& name) const {
+    return Option(*i_option->type_name(name));
+}
+
+Option Options::option(const std::string& name, std::string& value, const std::string& help) const {
+    return Add(*i_app, name, value, help);
+}
+
+Option Options::option(const std::string& name, int& value, const std::string& help) const {
+    return Add(*i_app, name, value, help);
+}
+
+Option Options::option(const std::string& name, int64_t& value, const std::string& help) const {
+    return Add(*i_app, name, value, help);
+}
+
+Option Options::option(const std::string& name, uint16_t& value, const std::string& help) const {
+    return Add(*i_app, name, value, help);
+}
+
+Option Options::option(const std::string& name, uint32_t& value, const std::string& help) const {
+    return Add(*i_app, name, value, help);
+}
+
+Option Options::option(const std::string& name, uint64_t& value, const std::string& help) const {
+    return Add(*i_app, name, value, help);
+}
+
+Option Options::option(const std::string& name, std::optional<std::string>& value,
+                       const std::string& help) const {
+    return Add(*i_app, name, value, help);
+}
+
+Option Options::option(const std::string& name, std::optional<uint16_t>& value,
+                       const std::string& help) const {
+    return Add(*i_app, name, value, help);
+}
+
+Option Options::option(const std::string& name, std::optional<uint64_t>& value,
+                       const std::string& help) const {
+    return Add(*i_app, name, value, help);
+}
+
+Option Options::option(const std::string& name, const Taker& taker, const std::string& help) const {
+    return Option(*i_app->add_option_function<std::string>(name, taker, help));
+}
+
+Option Options::option(const std::string& name, std::vector<std::string>& values,
+                       const std::string& help) const {
+    return Add(*i_app, name, values, help);
+}
+
+Option Options::repeatable(const std::string& name, std::vector<std::string>& values, int most,
+                           const std::string& help) const {
+    return Option(
+        *i_app->add_option(name, values, help)->expected(1, most)->allow_extra_args(false));
+}
+
+Option Options::choice(const std::string& name, int& value, const std::map<std::string, int>& names,
+                       const std::string& help) const {
+    return Option(*i_app->add_option(name, value, help)
+                       ->type_name("ENUM")
+                       ->transform(CLI::CheckedTransformer(names)));
+}
+
+Option Options::flag(const std::string& name, bool& value, const std::string& help) const {
+    return Option(*i_app->add_flag(name, value, help));
+}
+
+Program::Program(const std::string& description, const std::string& name)
+    : Program(std::make_unique<CLI::App>(description, name)) {}
+
+Program::Program(std::unique_ptr<CLI::App> app) : Options(*app), i_program(std::move(app)) {}
+
+Program::~Program() = default;
+
+void Program::version(const std::string& version) {
+    i_program->set_version_flag("--version", i_program->get_name() + " " + version);
+}
+
+Options Program::oneOfGroup(const std::string& name, const std::string& help) {
+    CLI::Option_group* group = i_program->add_option_group(name, help);
+    group->require_option(1);
+    return Options(*group);
+}
+
+Options Program::subcommand(const std::string& name, const std::string& help,
+                            const std::function<void()>& chosen) {
+    i_program->require_subcommand(1);
+    CLI::App* command = i_program->add_subcommand(name, help);
+    command->callback(chosen);
+    return Options(*command);
+}
+
+void Program::wordsOfAnother(std::vector<std::string>& words, const std::string& help) {
+    i_program->prefix_command();
+    i_program->footer(help);
+    i_wordsOfAnother = &words;
+}
+
+void Program::takeWordsOfAnother() {
+    if (i_wordsOfAnother == nullptr) {
+        return;
+    }
+    *i_wordsOfAnother = i_program->remaining();
+    RefuseUnknownOption(*i_wordsOfAnother);
+    DropEndOfOptions(*i_wordsOfAnother);
+}
+
+std::optional<int> Program::read(int argc, const char* const* argv) {
     try {
-        app.parse(argc, argv);
+        i_program->parse(argc, argv);
+        takeWordsOfAnother();
     } catch (const CLI::Success& request) {
-        return app.exit(request);
+        return i_program->exit(request);
     } catch (const CLI::Error& error) {
-        return Refuse(app, error.what());
+        fprintf(stderr, "%s: %s (--help tells how)\n", i_program->get_name().c_str(), error.what());
+        return EXIT_WRONG_USAGE;
     }
     return std::nullopt;
+}
+
+bool Program::given(const std::string& name) const {
+    return i_program->count(name) != 0;
 }
 
 }  // namespace commandline

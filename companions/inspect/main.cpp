@@ -2,7 +2,6 @@
  * tfi_inspect: tells what a firmware image holds, and what the tool would do with it, before
  * anyone stands at a frame.
  */
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
@@ -20,14 +19,14 @@ constexpr int EXIT_FINDING = 1;
 int Run(int argc, const char* const* argv) {
     std::vector<std::string> files;
     bool json = false;
-    CLI::App app(
+    commandline::Program program(
         "Tells what firmware images hold and what tolmira_upgrade would do with them.\n"
         "Exit value: 0 all would be sent, 1 one would not, 2 wrong usage.",
         "tfi_inspect");
-    app.set_version_flag("--version", "tfi_inspect " TOLMIRA_VERSION);
-    app.add_flag("--json", json, "Answer as one JSON array with an object for each image");
-    app.add_option("image", files, "Images in TFI format")->required();
-    if (const std::optional<int> exitValue = commandline::Read(app, argc, argv)) {
+    program.version(TOLMIRA_VERSION);
+    program.flag("--json", json, "Answer as one JSON array with an object for each image");
+    program.option("image", files, "Images in TFI format").required();
+    if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;
     }
     std::vector<Inspection> inspections;

@@ -1,7 +1,6 @@
 /**
  * tolmira_status: looks at the mailbox between the tool and the controller, and touches nothing.
  */
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdio>
 #include <thread>
@@ -53,18 +52,18 @@ int Watch(const Settings& settings) {
 
 int Run(int argc, const char* const* argv) {
     Settings settings;
-    CLI::App app(
+    commandline::Program program(
         "Looks at the mailbox in the shared memory /resource0, and touches nothing.\n"
         "Exit value: 0 the controller is present and has the tool's revision, 1 it has another\n"
         "one, 2 wrong usage, 3 it is absent, 4 there is no mailbox to look at.",
         "tolmira_status");
-    app.set_version_flag("--version", "tolmira_status " TOLMIRA_VERSION);
-    app.add_flag("--json", settings.json, "Answer as one JSON object, with --watch one a line");
-    CLI::Option* watch = app.add_flag("--watch", settings.watch,
-                                      "Go on looking, and write one line a change, until a signal");
-    app.add_option("--count", settings.count, "With --watch, end behind so many lines")
-        ->needs(watch);
-    if (const std::optional<int> exitValue = commandline::Read(app, argc, argv)) {
+    program.version(TOLMIRA_VERSION);
+    program.flag("--json", settings.json, "Answer as one JSON object, with --watch one a line");
+    const commandline::Option watch = program.flag(
+        "--watch", settings.watch, "Go on looking, and write one line a change, until a signal");
+    program.option("--count", settings.count, "With --watch, end behind so many lines")
+        .needs(watch);
+    if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;
     }
     if (settings.watch) {

@@ -2,7 +2,6 @@
  * tfi_make: makes firmware images in TFI format for demos and tests. Six header lines, a seventh
  * that begins with END, the content, and two checksum bytes, low byte first.
  */
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -29,8 +28,8 @@ struct Settings {
     std::vector<std::string> headerLines;
     std::string endText;
     uint64_t pages = 0;
-    uint64_t size = 0;
-    bool sizeGiven = false;
+    /** In place of the pages. */
+    std::optional<uint64_t> size;
     std::string pattern = "random";
     uint32_t seed = 1;
     std::optional<uint16_t> checksum;
@@ -71,7 +70,7 @@ uint16_t Sum(const std::vector<char>& bytes) {
 
 /** Content and checksum together; a payload of less than two bytes holds what fits. */
 std::vector<char> Payload(const Settings& settings) {
-    const uint64_t size = settings.sizeGiven ? settings.size : settings.pages * PAGE_BYTES;
+    const uint64_t size = settings.size.value_or(settings.pages * PAGE_BYTES);
     std::vector<char> bytes = Content(settings, size < CHECKSUM_BYTES ? 0 : size - CHECKSUM_BYTES);
     const uint16_t checksum = settings.checksum.value_or(Sum(bytes));
     bytes.push_back(static_cast<char>(checksum & 0xFF));
@@ -94,44 +93,34 @@ int Write(const Settings& settings) {
     return EXIT_SUCCESS;
 }
 
-void AddOptions(CLI::App& app, Settings& settings) {
-    app.set_version_flag("--version", "tfi_make " TOLMIRA_VERSION);
-    app.add_option("file", settings.file, "Image to write")->required();
-    CLI::Option_group* extent = app.add_option_group("extent", "One of these is needed");
-    extent->add_option("--pages", settings.pages, "Payload in whole flash pages of 256 bytes")
-        ->check(CLI::Range(uint64_t{0}, LARGEST_PAYLOAD / PAGE_BYTES));
-    extent
-        ->add_option_function<uint64_t>(
-            "--size",
-            [&settings](const uint64_t& size) {
-                settings.size = size;
-                settings.sizeGiven = true;
-            },
-            "Payload in bytes, the two checksum bytes included")
-        ->check(CLI::Range(uint64_t{0}, LARGEST_PAYLOAD));
-    extent->require_option(1);
-    app.add_option("--pattern", settings.pattern, "Content: random, count or zero")
-        ->check(CLI::IsMember({"random", "count", "zero"}))
-        ->capture_default_str();
-    app.add_option("--seed", settings.seed, "Start of the random numbers or of the count")
-        ->capture_default_str();
-    app.add_option("--header", settings.headerLines,
-                   "A header line, up to six times; the missing ones are empty")
-        ->expected(1, static_cast<int>(FREE_HEADER_LINES))
-        ->allow_extra_args(false);
-    app.add_option("--end-text", settings.endText, "What follows END on the seventh line");
-    app.add_option("--checksum", settings.checksum,
+void AddOptions(commandline::Program& program, Settings& settings) {
+    program.version(TOLMIRA_VERSION);
+    program.option("file", settings.file, "Image to write").required();
+    const commandline::Options extent = program.oneOfGroup("extent", "One of these is needed");
+    extent.option("--pages", settings.pages, "Payload in whole flash pages of 256 bytes")
+        .inRange(uint64_t{0}, LARGEST_PAYLOAD / PAGE_BYTES);
+    extent.option("--size", settings.size, "Payload in bytes, the two checksum bytes included")
+        .inRange(uint64_t{0}, LARGEST_PAYLOAD);
+    program.option("--pattern", settings.pattern, "Content: random, count or zero")
+        .oneOf({"random", "count", "zero"})
+        .showDefault();
+    program.option("--seed", settings.seed, "Start of the random numbers or of the count")
+        .showDefault();
+    program.repeatable("--header", settings.headerLines, FREE_HEADER_LINES,
+                       "A header line, up to six times; the missing ones are empty");
+    program.option("--end-text", settings.endText, "What follows END on the seventh line");
+    program.option("--checksum", settings.checksum,
                    "Checksum, also as 0x1234; otherwise the sum of the content's bytes");
 }
 
 int Run(int argc, const char* const* argv) {
     Settings settings;
-    CLI::App app(
+    commandline::Program program(
         "Makes a firmware image in TFI format.\n"
         "Exit value: 0 written, 1 not written, 2 wrong usage.",
         "tfi_make");
-    AddOptions(app, settings);
-    if (const std::optional<int> exitValue = commandline::Read(app, argc, argv)) {
+    AddOptions(program, settings);
+    if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;
     }
     return Write(settings);

@@ -2,7 +2,6 @@
  * velnor_regs: looks into the register maps of the five designs, and into the live card through
  * them.
  */
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <iostream>
 
@@ -81,22 +80,21 @@ struct Settings {
     bool json = false;
 };
 
-void AddCommand(CLI::App& app, const Command& command, Settings& settings) {
-    CLI::App* sub = app.add_subcommand(command.name, command.help);
-    sub->callback([&settings, &command] { settings.command = &command; });
-    sub->add_flag("--json", settings.json, "Answer as one JSON object, numbers in decimal");
+void AddCommand(commandline::Program& program, const Command& command, Settings& settings) {
+    const commandline::Options sub = program.subcommand(
+        command.name, command.help, [&settings, &command] { settings.command = &command; });
+    sub.flag("--json", settings.json, "Answer as one JSON object, numbers in decimal");
     if (command.takesDesign) {
-        sub->add_option("--design", settings.request.design, DESIGN_HELP)->capture_default_str();
+        sub.option("--design", settings.request.design, DESIGN_HELP).showDefault();
     }
     if (command.run == Write) {
-        sub->add_flag("--yes", settings.request.yes, "Really change the card");
+        sub.flag("--yes", settings.request.yes, "Really change the card");
     }
+    const auto takeOperand = [&settings](const std::string& text) {
+        settings.request.operands.push_back(text);
+    };
     for (const Operand& operand : command.operands) {
-        sub->add_option_function<std::string>(
-               operand.name,
-               [&settings](const std::string& text) { settings.request.operands.push_back(text); },
-               operand.help)
-            ->required(operand.required);
+        sub.option(operand.name, takeOperand, operand.help).required(operand.required);
     }
 }
 
@@ -104,18 +102,17 @@ void AddCommand(CLI::App& app, const Command& command, Settings& settings) {
 int Run(int argc, const char* const* argv) {
     Settings settings;
     settings.request.design = DEFAULT_DESIGN;
-    CLI::App app(
+    commandline::Program program(
         "Looks into the register maps of the five designs.\n"
         "Addresses are bytes from the base of the card's address space. In a path, what stands\n"
         "once may leave out its [0]; the last index of a memory is its word.\n"
         "Exit value: 0 done, 1 nothing there or a difference found, 2 wrong usage.",
         "velnor_regs");
-    app.set_version_flag("--version", "velnor_regs " TOLMIRA_VERSION);
-    app.require_subcommand(1);
+    program.version(TOLMIRA_VERSION);
     for (const Command& command : COMMANDS) {
-        AddCommand(app, command, settings);
+        AddCommand(program, command, settings);
     }
-    if (const std::optional<int> exitValue = commandline::Read(app, argc, argv)) {
+    if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;
     }
     const Answer answer = settings.command->run(settings.request);
