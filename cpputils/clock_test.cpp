@@ -46,6 +46,8 @@ TEST(Clock, YieldsNothingWithoutARate) {
 }
 
 TEST(Clock, ConvertsInBothWidths) {
+    Clock::instance()->setRate(1);
+    EXPECT_EQ(theClock.ticksToMicroseconds(uint32_t{7}), 7U);
     Clock::instance()->setRate(Rate);
     Clock::instance()->setRate(0);
     ExpectConversions<uint32_t>();
