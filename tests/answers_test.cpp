@@ -71,7 +71,7 @@ class AnswersTest : public UpgradeTest {
 struct RetryCase {
     const char* what;
     std::string answer;
-    /** The line about it; null where there is none. */
+    /** Adds the line about it, where there is one. */
     void (*log)(Transcript&);
 };
 

@@ -120,7 +120,6 @@ TEST_F(CommandLineTest, LeavesThreeRegionsOfTheirSizeBehind) {
     }
 }
 
-// A start-up condition is tried twice, and the process stops there.
 TEST_F(CommandLineTest, FinishesWhenTheReaderOfItsLogGoesAway) {
     Controller controller(i_directory);
     // The reader leaves behind the first line, in front of all others.
@@ -132,6 +131,7 @@ TEST_F(CommandLineTest, FinishesWhenTheReaderOfItsLogGoesAway) {
     EXPECT_EQ(controller.report("upgrades"), 1);
 }
 
+// A start-up condition is tried twice, and the process stops there.
 TEST_F(CommandLineTest, StopsWithoutItsMemory) {
     ASSERT_EQ(mkdir("/dev/shm/resource1", 0777), 0);
     const ProcessResult result = upgrade();

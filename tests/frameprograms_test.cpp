@@ -360,6 +360,11 @@ TEST_F(FrameProgramsTest, TheRunnerLetsNoSecondRunIn) {
 TEST_F(FrameProgramsTest, TheRunnerTellsItsOwnFailures) {
     EXPECT_EQ(runProgram(TOLMIRA_RUN, {"--tool", "no/such/tool"}).exitValue, 127);
     EXPECT_EQ(runProgram(TOLMIRA_RUN, {"--report", "no/such/file"}).exitValue, 73);
+    const std::string beyondAnyBuffer(100000, 'x');
+    EXPECT_THAT(
+        runProgram(TOLMIRA_RUN, {"--report", "/dev/full", "--tool", "/bin/true", beyondAnyBuffer})
+            .err,
+        HasSubstr("cannot write /dev/full: No space left"));
     ASSERT_EQ(unlink("/dev/shm/resource0.lock"), 0);
     ASSERT_EQ(symlink("elsewhere", "/dev/shm/resource0.lock"), 0);
     EXPECT_EQ(runProgram(TOLMIRA_RUN, {"--tool", "/bin/true"}).exitValue, 73);

@@ -82,21 +82,13 @@ Json JsonOf(const AddressMap& map) {
 
 /** How much there is of what in a map. */
 Json SummaryOf(const AddressMap& map) {
-    std::size_t groups = 0;
-    std::size_t members = 0;
-    std::size_t fields = 0;
-    for (const regs::GroupOutline& group : map.outline) {
-        groups += group.repeat.count;
-        for (const regs::MemberOutline& member : group.members) {
-            const std::size_t objects = group.repeat.count * member.repeat.count;
-            members += objects;
-            for (const regs::FieldOutline& field : member.fields) {
-                fields += objects * field.repeat.count;
-            }
-        }
-    }
-    return {{"design", map.design}, {"designs", map.designs}, {"groupTypes", map.outline.size()},
-            {"groups", groups},     {"members", members},     {"fields", fields}};
+    const regs::Counts counts = regs::CountsOf(map.outline);
+    return {{"design", map.design},
+            {"designs", map.designs},
+            {"groupTypes", counts.groupTypes},
+            {"groups", counts.groups},
+            {"members", counts.registers + counts.memories},
+            {"fields", counts.fields}};
 }
 
 Json OverviewOf(const std::vector<AddressMap>& maps) {

@@ -293,7 +293,8 @@ function fillGroups() {
 }
 
 search.addEventListener('input', () => {
-  history.replaceState(null, '', search.value.trim() ? '#?' + search.value.trim() : '#');
+  const wanted = search.value.trim();
+  history.replaceState(null, '', wanted ? '#?' + encodeURIComponent(wanted) : '#');
   show();
 });
 window.addEventListener('hashchange', show);

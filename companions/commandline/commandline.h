@@ -14,8 +14,9 @@ class Option;
 }  // namespace CLI
 
 /**
- * The command lines of all programs but the tool's. CLI11 reads them, and this library alone
- * includes it: its header takes longer to compile than any of the programs.
+ * The command lines of the programs around the tool, and of those that measure and try it. CLI11
+ * reads them, and this library alone includes it: its header takes longer to compile than any of
+ * the programs.
  *
  * What options are bound to stays the program's own. It is borrowed until Program::read() returns,
  * which alone writes to it, and only where the option was given; behind wrong usage some of it may
@@ -121,8 +122,7 @@ class Program : public Options {
     /** Options of which exactly one is to be given. */
     Options oneOfGroup(const std::string& name, const std::string& help);
 
-    /** Where there are subcommands, exactly one is to be given; read() calls its `chosen`.
-     */
+    /** Where there are subcommands, exactly one is to be given; read() calls its `chosen`. */
     Options subcommand(const std::string& name, const std::string& help,
                        const std::function<void()>& chosen);
 

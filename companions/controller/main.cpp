@@ -98,9 +98,9 @@ Report Summary(const Flash& flash, const Conversation& conversation, const Sessi
 
 void Save(const Flash& flash, Journal& journal, const std::string& fileName) {
     if (!fileName.empty() && !flash.save(fileName)) {
-        journal.finding("flash not saved");
         fprintf(stderr, "tolmira_controller: cannot write %s: %s; give --flash another place\n",
                 fileName.c_str(), strerror(errno));
+        journal.finding("flash not saved");
     }
 }
 

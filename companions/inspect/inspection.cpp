@@ -8,6 +8,7 @@
 #include <fstream>
 #include <system_error>
 
+#include "companions/toollog/runrecord.h"
 #include "companions/toollog/texts.h"
 #include "tool/tfiimage.h"
 
@@ -16,7 +17,6 @@ namespace inspect {
 namespace {
 
 constexpr std::size_t LONGEST_LINE = 255;
-constexpr int EXIT_NOT_UPGRADED = 255;
 
 /** The first bytes of a file, as many as a header can have. */
 std::string Beginning(std::ifstream& image) {
@@ -151,7 +151,7 @@ void TakeImage(std::ifstream& image, long payloadStart, Inspection& inspection) 
     forecast.log.push_back(
         Message(toollog::e_LogText_FileOpen, {std::to_string(*inspection.size), pages}));
     if (inspection.verdict == e_Verdict_Sendable) {
-        forecast.exitValue = 0;
+        forecast.exitValue = toollog::EXIT_UPGRADED;
     } else {
         forecast.log.push_back(Message(toollog::e_LogText_UpgradeFailed));
     }
@@ -159,7 +159,7 @@ void TakeImage(std::ifstream& image, long payloadStart, Inspection& inspection) 
 
 /** What holds for every file that the tool gets to open or tries to. */
 Forecast Refusal(const std::string& file) {
-    return {EXIT_NOT_UPGRADED,
+    return {toollog::EXIT_NOT_UPGRADED,
             0,
             {toollog::Message(toollog::e_LogText_FileName, {file})},
             "sends nothing"};

@@ -95,8 +95,8 @@ int RunTool(const Settings& settings, FILE* reportFile) {
     const Ending ending = tool.wait();
     if (reportFile != nullptr) {
         const std::chrono::duration<double> seconds = Clock::now() - start;
-        fputs(ReportOf(settings, record, ending, seconds.count()).c_str(), reportFile);
-        if (fflush(reportFile) != 0) {
+        const std::string report = ReportOf(settings, record, ending, seconds.count());
+        if (fputs(report.c_str(), reportFile) == EOF || fflush(reportFile) != 0) {
             fprintf(stderr, "tolmira_run: cannot write %s: %s\n", settings.reportFile.c_str(),
                     strerror(errno));
         }

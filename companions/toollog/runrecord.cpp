@@ -8,10 +8,6 @@ namespace toollog {
 
 namespace {
 
-constexpr int EXIT_UPGRADED = 0;
-constexpr int EXIT_MISSING = 1;
-constexpr int EXIT_NOT_UPGRADED = 255;
-
 /** The assertion that a wrong number of arguments ends in. */
 constexpr char USAGE_ASSERTION[] = "argc == 3 + numOptions";
 

@@ -10,6 +10,11 @@
 
 namespace toollog {
 
+/** The tool's exit values, as a parent process sees them. */
+constexpr int EXIT_UPGRADED = 0;
+constexpr int EXIT_MISSING = 1;
+constexpr int EXIT_NOT_UPGRADED = 255;
+
 /** How a run of the tool came out: X(name, words). The words are what a report shows. */
 #define RUN_CAUSES(X)                             \
     X(Upgraded, "upgraded")                       \

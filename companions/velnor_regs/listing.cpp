@@ -63,25 +63,10 @@ const std::vector<std::string> DumpRows::COLUMNS = {"kind",   "domain",       "g
                                                     "member", "element",      "address", "words",
                                                     "field",  "fieldElement", "mask",    "shift"};
 
-/** How many objects of each kind a design has. */
-Row CountsOf(const std::string& design) {
-    std::uint64_t types = 0;
-    std::uint64_t groups = 0;
-    std::uint64_t registers = 0;
-    std::uint64_t memories = 0;
-    std::uint64_t fields = 0;
-    for (const GroupOutline& group : OutlineOf(OpenMap(design, nullptr))) {
-        ++types;
-        groups += group.repeat.count;
-        for (const MemberOutline& member : group.members) {
-            const std::uint64_t objects = group.repeat.count * member.repeat.count;
-            (member.isMemory ? memories : registers) += objects;
-            for (const FieldOutline& field : member.fields) {
-                fields += objects * field.repeat.count;
-            }
-        }
-    }
-    return {design, types, groups, registers, memories, fields};
+Row RowOf(const std::string& design) {
+    const Counts counts = CountsOf(OutlineOf(OpenMap(design, nullptr)));
+    return {design,           counts.groupTypes, counts.groups,
+            counts.registers, counts.memories,   counts.fields};
 }
 
 Row RowOf(const GroupOutline& group) {
@@ -105,7 +90,7 @@ Answer List(const Request& request) {
         answer.subject = "designs";
         answer.columns = {"design", "groupTypes", "groups", "registers", "memories", "fields"};
         for (const std::string& design : DesignNames()) {
-            answer.rows.push_back(CountsOf(design));
+            answer.rows.push_back(RowOf(design));
         }
         return answer;
     }

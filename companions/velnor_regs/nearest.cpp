@@ -21,8 +21,7 @@ std::string EndAlike(const std::string& candidate, const std::string& written) {
     return candidate.substr(start + 1);
 }
 
-}  // namespace
-
+/** How many letters have to be changed, added or taken away to make one text of the other. */
 std::size_t EditDistance(const std::string& one, const std::string& other) {
     std::vector<std::size_t> row(other.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
@@ -37,6 +36,8 @@ std::size_t EditDistance(const std::string& one, const std::string& other) {
     }
     return row.back();
 }
+
+}  // namespace
 
 std::string NearestOf(const std::string& written, const std::vector<std::string>& candidates) {
     std::vector<std::pair<std::size_t, std::string>> ranked;

@@ -5,9 +5,6 @@
 
 namespace regs {
 
-/** How many letters have to be changed, added or taken away to make one text of the other. */
-std::size_t EditDistance(const std::string& one, const std::string& other);
-
 /**
  * "did you mean A, B or C?" with the candidates that are nearest to what was written, best first.
  * A candidate with more parts, joined by dots, than were written counts by its last ones, so that

@@ -144,6 +144,22 @@ std::vector<GroupOutline> OutlineOf(const Map& map) {
     return outline;
 }
 
+Counts CountsOf(const std::vector<GroupOutline>& map) {
+    Counts counts;
+    counts.groupTypes = map.size();
+    for (const GroupOutline& group : map) {
+        counts.groups += group.repeat.count;
+        for (const MemberOutline& member : group.members) {
+            const std::uint64_t objects = group.repeat.count * member.repeat.count;
+            (member.isMemory ? counts.memories : counts.registers) += objects;
+            for (const FieldOutline& field : member.fields) {
+                counts.fields += objects * field.repeat.count;
+            }
+        }
+    }
+    return counts;
+}
+
 std::vector<Difference> DifferencesOf(const std::vector<std::vector<GroupOutline>>& maps) {
     std::vector<Node> roots;
     for (const auto& map : maps) {

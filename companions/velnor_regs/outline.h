@@ -42,6 +42,17 @@ struct GroupOutline {
 /** All groups in order of construction. Elements of one name stand at even distances. */
 std::vector<GroupOutline> OutlineOf(const Map& map);
 
+/** How many objects of each kind a map has. */
+struct Counts {
+    std::uint64_t groupTypes = 0;
+    std::uint64_t groups = 0;
+    std::uint64_t registers = 0;
+    std::uint64_t memories = 0;
+    std::uint64_t fields = 0;
+};
+
+Counts CountsOf(const std::vector<GroupOutline>& map);
+
 /** A difference between maps: what of the path is what in each of them. */
 struct Difference {
     std::string path;

@@ -4,11 +4,25 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <memory>
 #include <stdexcept>
 
 namespace testsupport {
 
 namespace {
+
+struct CloseFile {
+    void operator()(FILE* file) const { fclose(file); }
+};
+using File = std::unique_ptr<FILE, CloseFile>;
+
+File TemporaryFile() {
+    File file(tmpfile());
+    if (!file) {
+        throw std::runtime_error("no temporary file");
+    }
+    return file;
+}
 
 std::string ReadAll(FILE* file) {
     std::string text;
@@ -16,11 +30,11 @@ std::string ReadAll(FILE* file) {
     for (int byte = fgetc(file); byte != EOF; byte = fgetc(file)) {
         text.push_back(static_cast<char>(byte));
     }
-    fclose(file);
     return text;
 }
 
-[[noreturn]] void RunBody(const std::function<void()>& body, FILE* out, FILE* err) {
+/** An exception must not reach the test's own frames, which the child has too. */
+[[noreturn]] void RunBody(const std::function<void()>& body, FILE* out, FILE* err) noexcept {
     dup2(fileno(out), STDOUT_FILENO);
     dup2(fileno(err), STDERR_FILENO);
     setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
@@ -32,15 +46,12 @@ std::string ReadAll(FILE* file) {
 }  // namespace
 
 ChildResult RunInChild(const std::function<void()>& body) {
-    FILE* out = tmpfile();
-    FILE* err = tmpfile();
-    if (out == nullptr || err == nullptr) {
-        throw std::runtime_error("no temporary file");
-    }
+    const File out = TemporaryFile();
+    const File err = TemporaryFile();
     fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
-        RunBody(body, out, err);
+        RunBody(body, out.get(), err.get());
     }
     int status = 0;
     if (child < 0 || waitpid(child, &status, 0) != child) {
@@ -49,8 +60,8 @@ ChildResult RunInChild(const std::function<void()>& body) {
     ChildResult result;
     result.exitValue = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     result.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    result.out = ReadAll(out);
-    result.err = ReadAll(err);
+    result.out = ReadAll(out.get());
+    result.err = ReadAll(err.get());
     return result;
 }
 

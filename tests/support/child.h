@@ -18,7 +18,10 @@ struct ChildResult {
 /**
  * Runs `body` in a forked child whose standard output and error are files, fully buffered as for
  * any program behind a pipe, and collects both. A body that returns ends the child with exit value
- * 0, its output flushed; one that aborts leaves just what the code under test flushed.
+ * 0, its output flushed; one that aborts leaves just what the code under test flushed, and one that
+ * throws is aborted.
+ *
+ * Throws std::runtime_error where there are no files or no child to be had.
  */
 ChildResult RunInChild(const std::function<void()>& body);
 

@@ -17,26 +17,7 @@ std::string Frame(uint16_t id, const std::string& body) {
     return std::string("\x02\xDC", 2) + Big16(id) + Big16(0) + Big16(body.size() + 8) + body;
 }
 
-}  // namespace
-
-const std::string SHORTEST_HEADER = "\n\n\n\n\n\nEND\n";
-
-std::string Payload(size_t size) {
-    std::string bytes(size, '\0');
-    for (size_t i = 0; i < size; ++i) {
-        bytes[i] = static_cast<char>(i * 7 + i / PAGE_SIZE + 1);
-    }
-    return bytes;
-}
-
-std::string ChecksumText(const std::string& payload) {
-    const auto low = static_cast<unsigned char>(payload[payload.size() - 2]);
-    const auto high = static_cast<unsigned char>(payload[payload.size() - 1]);
-    char text[5];
-    (void)snprintf(text, sizeof text, "%02X%02X", high, low);
-    return text;
-}
-
+/** CRC-16 with the reflected polynomial 0xA001 and start 0xFFFF. */
 uint16_t Crc16(const std::string& bytes) {
     unsigned crc = 0xFFFF;
     for (const char byte : bytes) {
@@ -50,6 +31,26 @@ uint16_t Crc16(const std::string& bytes) {
         }
     }
     return static_cast<uint16_t>(crc);
+}
+
+}  // namespace
+
+const std::string SHORTEST_HEADER = "\n\n\n\n\n\nEND\n";
+
+std::string Payload(size_t size) {
+    std::string bytes(size, '\0');
+    for (size_t i = 0; i < size; ++i) {
+        bytes[i] = static_cast<char>(i * 7 + i / PAGE_SIZE + 1);
+    }
+    return bytes;
+}
+
+std::string ChecksumText(const std::string& file) {
+    const auto low = static_cast<unsigned char>(file[file.size() - 2]);
+    const auto high = static_cast<unsigned char>(file[file.size() - 1]);
+    char text[5];
+    (void)snprintf(text, sizeof text, "%02X%02X", high, low);
+    return text;
 }
 
 std::string ExpectedPage(const std::string& payload, size_t number) {

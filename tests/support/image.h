@@ -12,11 +12,8 @@ extern const std::string SHORTEST_HEADER;
 /** Payload bytes that differ from page to page and hold every value. */
 std::string Payload(size_t size);
 
-/** The checksum at the end of a payload, in the four digits of the log. */
-std::string ChecksumText(const std::string& payload);
-
-/** CRC-16 with the reflected polynomial 0xA001 and start 0xFFFF. */
-uint16_t Crc16(const std::string& bytes);
+/** The checksum at the end of an image, in the four digits of the log. */
+std::string ChecksumText(const std::string& file);
 
 /** Page `number` as it has to arrive at the controller: 256 bytes. */
 std::string ExpectedPage(const std::string& payload, size_t number);

@@ -15,10 +15,12 @@ constexpr size_t MAILBOX_OFFSET = 0x2800;
 
 void* Map() {
     const int fd = shm_open("/resource0", O_RDWR | O_CREAT, 0666);
-    if (fd < 0 || ftruncate(fd, SIZE) != 0) {
+    if (fd < 0) {
         throw std::runtime_error("no shared memory /resource0");
     }
-    void* base = mmap(nullptr, SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    void* base = ftruncate(fd, SIZE) == 0
+                     ? mmap(nullptr, SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0)
+                     : MAP_FAILED;
     close(fd);
     if (base == MAP_FAILED) {
         throw std::runtime_error("cannot map /resource0");

@@ -27,8 +27,8 @@ std::string PageAnswer(unsigned char result) {
 
 ScriptedFarSide::ScriptedFarSide(Region& region, const Manners& manners, Script script)
     : i_region(region), i_manners(manners), i_script(std::move(script)) {
-    i_region.setWord(MAILBOX_REVISION_LOW, i_manners.revision & 0xFF);
-    i_region.setWord(MAILBOX_REVISION_HIGH, i_manners.revision >> 8);
+    i_region.setWord(MAILBOX_REVISION_LOW, 0);
+    i_region.setWord(MAILBOX_REVISION_HIGH, 0);
     i_region.setWord(MAILBOX_TX_STATE, STATE_REQUESTED);
     i_thread = std::thread([this] { run(); });
 }
@@ -59,26 +59,12 @@ bool ScriptedFarSide::look() {
         i_region.setWord(MAILBOX_RX_STATE, STATE_READY);
     }
     if (i_region.byte(MAILBOX_TX_STATE) == STATE_ABSENT) {
-        if (i_armed) {
-            arm();
-        }
         return false;
     }
     if (offered) {
         takeByte();
     }
     return offerByte() || offered;
-}
-
-void ScriptedFarSide::arm() {
-    i_answer.clear();
-    i_messageStart = i_received.size();
-    i_directionNew = true;
-    i_armed = i_manners.rearms;
-    if (i_manners.rearms) {
-        i_region.setWord(MAILBOX_RX_STATE, STATE_READY);
-        i_region.setWord(MAILBOX_TX_STATE, STATE_REQUESTED);
-    }
 }
 
 void ScriptedFarSide::takeByte() {

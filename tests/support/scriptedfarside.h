@@ -13,18 +13,16 @@ namespace testsupport {
  * A far side that answers as a test wants it to, in a thread of the test program.
  *
  * It takes the host's bytes, cuts them at the lengths that the headers state, and hands each
- * message to the script with its number from 0 on; what the script returns goes out as it is.
+ * message to the script with its number from 0 on; what the script returns goes out as it is. Its
+ * revision is 0, and it doesn't come back behind a reset.
  */
 class ScriptedFarSide {
   public:
     using Script = std::function<std::string(size_t number, const std::string& message)>;
 
     struct Manners {
-        unsigned revision = 0;
         /** Whether it brings the receive direction up when the host asks. */
         bool connects = true;
-        /** Whether it brings the mailbox up again behind a reset. */
-        bool rearms = false;
     };
 
     /** Announces itself at once. Borrows the region. */
@@ -37,7 +35,6 @@ class ScriptedFarSide {
     const std::string& stop();
 
   private:
-    void arm();
     void run();
     bool look();
     void takeByte();
@@ -51,7 +48,6 @@ class ScriptedFarSide {
     size_t i_messages = 0;
     std::string i_answer;
     bool i_directionNew = true;
-    bool i_armed = true;
     std::atomic<bool> i_stop{false};
     std::thread i_thread;
 };

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <system_error>
 
 namespace testsupport {
 
@@ -16,7 +17,10 @@ class TestDirectory {
     TestDirectory() : i_path(testing::TempDir() + "tolmira_test_XXXXXX") {
         EXPECT_NE(mkdtemp(i_path.data()), nullptr);
     }
-    ~TestDirectory() { std::filesystem::remove_all(i_path); }
+    ~TestDirectory() {
+        std::error_code ignored;
+        std::filesystem::remove_all(i_path, ignored);
+    }
     TestDirectory(const TestDirectory&) = delete;
     TestDirectory& operator=(const TestDirectory&) = delete;
 
