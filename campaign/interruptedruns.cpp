@@ -1,7 +1,6 @@
 #include "campaign/interruptedruns.h"
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -13,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "campaign/dice.h"
+#include "companions/controller/dice.h"
 #include "link/mailbox.h"
 #include "tests/support/image.h"
 
@@ -164,7 +163,7 @@ class Interruption {
     TestBench& i_bench;
     Table& i_table;
     uint64_t i_seed;
-    Dice i_dice;
+    controller::Dice i_dice;
     Scenario i_scenario;
     std::unique_ptr<EmbeddedController> i_controller;
     /** The controller gives no answer to page 0, and the tool resets the mailbox. */
@@ -199,14 +198,17 @@ const LocksByPlace& LocksOf(TestBench& bench, const Scenario& scenario) {
 
 /** Every place is as likely as every other, and in it every access. */
 uint64_t Interruption::chooseLock() {
-    constexpr uint64_t LocksToNextCall = 6;
+    constexpr uint32_t LocksToNextCall = 6;
     const LocksByPlace& locks = LocksOf(i_bench, i_scenario);
     if (i_silent) {
         // From the last look in vain to the end of the reset.
         return locks.at(e_BeforeAnswer).back() + 1 + i_dice.below(LocksToNextCall + 2);
     }
-    const auto place = std::next(locks.begin(), static_cast<long>(i_dice.below(locks.size())));
-    return place->second[i_dice.below(place->second.size())] + 1 + i_dice.below(LocksToNextCall);
+    const auto oneOf = [this](const auto& items) {
+        return std::next(items.begin(), i_dice.below(static_cast<uint32_t>(items.size())));
+    };
+    const uint64_t lock = *oneOf(oneOf(locks)->second);
+    return lock + 1 + i_dice.below(LocksToNextCall);
 }
 
 void Interruption::kill() {
@@ -288,9 +290,8 @@ controller::Schedule Refusal(uint16_t lastPage) {
 }
 
 void Interruption::choose() {
-    constexpr size_t payloads[] = {2, 100, 256, 258, 511, 700, 1000};
-    i_scenario.payload = i_dice.oneOf(payloads);
-    i_scenario.start = static_cast<int64_t>(i_dice.below(1000000));
+    i_scenario.payload = i_dice.oneOf({2, 100, 256, 258, 511, 700, 1000});
+    i_scenario.start = i_dice.below(1000000);
     i_way = static_cast<Way>(i_dice.below(e_Ways));
     i_silent = i_dice.oneIn(10);
     if (i_silent) {
