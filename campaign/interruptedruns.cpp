@@ -177,21 +177,28 @@ class Interruption {
 /** The locks that a whole run has behind it at its calls, by the place where it is then. */
 using LocksByPlace = std::map<Place, std::vector<uint64_t>>;
 
+LocksByPlace Watch(TestBench& bench, const Scenario& scenario) {
+    LocksByPlace locks;
+    const auto controller = bench.prepare(scenario);
+    bench.watchTool(*controller, scenario, [&](uint64_t count) {
+        const Place place = PlaceOf(*controller, controller->words(), Pages(scenario));
+        for (uint64_t start = 0; locks.empty() && start < count; ++start) {
+            locks[e_BeforeRequest].push_back(start);
+        }
+        // What follows a reset is no more than the same again.
+        if (controller->resets() == 0) {
+            locks[place].push_back(count);
+        }
+    });
+    return locks;
+}
+
+/** Of a run without a silence, whose locks don't rest on the time at which it begins. */
 const LocksByPlace& LocksOf(TestBench& bench, const Scenario& scenario) {
     static std::map<std::pair<size_t, size_t>, LocksByPlace> known;
     LocksByPlace& locks = known[{scenario.payload, scenario.faults.size()}];
     if (locks.empty()) {
-        const auto controller = bench.prepare(scenario);
-        bench.watchTool(*controller, scenario, [&](uint64_t count) {
-            const Place place = PlaceOf(*controller, controller->words(), Pages(scenario));
-            for (uint64_t start = 0; locks.empty() && start < count; ++start) {
-                locks[e_BeforeRequest].push_back(start);
-            }
-            // What follows a reset is no more than the same again.
-            if (controller->resets() == 0) {
-                locks[place].push_back(count);
-            }
-        });
+        locks = Watch(bench, scenario);
     }
     return locks;
 }
@@ -199,11 +206,12 @@ const LocksByPlace& LocksOf(TestBench& bench, const Scenario& scenario) {
 /** Every place is as likely as every other, and in it every access. */
 uint64_t Interruption::chooseLock() {
     constexpr uint32_t LocksToNextCall = 6;
-    const LocksByPlace& locks = LocksOf(i_bench, i_scenario);
     if (i_silent) {
         // From the last look in vain to the end of the reset.
-        return locks.at(e_BeforeAnswer).back() + 1 + i_dice.below(LocksToNextCall + 2);
+        const uint64_t lastLook = Watch(i_bench, i_scenario).at(e_BeforeAnswer).back();
+        return lastLook + 1 + i_dice.below(LocksToNextCall + 2);
     }
+    const LocksByPlace& locks = LocksOf(i_bench, i_scenario);
     const auto oneOf = [this](const auto& items) {
         return std::next(items.begin(), i_dice.below(static_cast<uint32_t>(items.size())));
     };
