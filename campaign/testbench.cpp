@@ -10,8 +10,7 @@ namespace campaign {
 
 namespace {
 
-/** Away from its symbols, the tool starts in a third of the time; it needs them for reports only.
- */
+/** Away from its symbols, which only reports need, the tool starts in a third of the time. */
 std::string CopyOf(const std::string& program, const testsupport::RunDirectory& directory) {
     std::string copy = directory.path("tolmira_upgrade");
     std::filesystem::copy_file(program, copy);
