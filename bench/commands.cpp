@@ -32,6 +32,9 @@ double BareRead(size_t count, bool ask) {
         throw std::runtime_error("no pipe");
     }
     const pid_t writer = fork();
+    if (writer < 0) {
+        throw std::runtime_error("no process");
+    }
     if (writer == 0) {
         const std::vector<char> block(4096);
         for (size_t sent = 0; sent < count; sent += block.size()) {

@@ -52,10 +52,9 @@ FarSide::FarSide(volatile uint32_t* mailbox, int processor) : i_mailbox(mailbox)
         throw std::runtime_error("no shared memory");
     }
     i_order = new (shared) Order;
-    i_process = fork();
+    i_process = ForkPinned(processor);
     if (i_process == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        PinTo(processor);
         serve();
     }
 }

@@ -38,12 +38,12 @@ class FarSide {
   private:
     struct Order;
 
-    void serve();
+    [[noreturn]] void serve();
     void serveTransfer();
 
     volatile uint32_t* i_mailbox;
     Order* i_order;
-    pid_t i_process = -1;
+    pid_t i_process;
 };
 
 }  // namespace bench

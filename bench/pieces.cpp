@@ -4,7 +4,7 @@
 #include <unistd.h>
 
 #include <array>
-#include <fstream>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>

@@ -12,14 +12,28 @@
 
 namespace bench {
 
-/** Pins the calling process. Throws std::runtime_error if the machine lacks the processor. */
-inline void PinTo(int processor) {
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    CPU_SET(static_cast<size_t>(processor), &set);
-    if (sched_setaffinity(0, sizeof set, &set) != 0) {
+/**
+ * As fork does, with the child on a processor from its start. Throws std::runtime_error, and only
+ * in the parent, if the machine lacks the processor or there can be no child.
+ */
+inline pid_t ForkPinned(int processor) {
+    cpu_set_t before;
+    cpu_set_t only;
+    CPU_ZERO(&only);
+    CPU_SET(static_cast<size_t>(processor), &only);
+    // The child inherits what the parent has for so long.
+    if (sched_getaffinity(0, sizeof before, &before) != 0 ||
+        sched_setaffinity(0, sizeof only, &only) != 0) {
         throw std::runtime_error("no processor " + std::to_string(processor));
     }
+    const pid_t pid = fork();
+    if (pid != 0) {
+        sched_setaffinity(0, sizeof before, &before);
+    }
+    if (pid < 0) {
+        throw std::runtime_error("no process");
+    }
+    return pid;
 }
 
 /**
@@ -28,9 +42,8 @@ inline void PinTo(int processor) {
  */
 template <typename Body>
 rusage RunPinned(int processor, int exitValue, Body body) {
-    const pid_t pid = fork();
+    const pid_t pid = ForkPinned(processor);
     if (pid == 0) {
-        PinTo(processor);
         body();
         _exit(EXIT_FAILURE);
     }

@@ -55,19 +55,18 @@ double StartUp(const std::string& tool, const std::string& directory) {
     if (pipe(ends) != 0) {
         throw std::runtime_error("no pipe");
     }
-    const pid_t pid = fork();
+    const pid_t pid = ForkPinned(0);
     if (pid == 0) {
-        PinTo(0);
         const double used = ProcessorTime(CLOCK_PROCESS_CPUTIME_ID);
         if (write(ends[1], &used, sizeof used) == sizeof used) {
             BecomeTool(tool, directory);
         }
         _exit(EXIT_FAILURE);
     }
+    close(ends[1]);
     double before = 0;
     const bool told = read(ends[0], &before, sizeof before) == sizeof before;
     close(ends[0]);
-    close(ends[1]);
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     clockid_t clock = 0;
     const bool lives = clock_getcpuclockid(pid, &clock) == 0;

@@ -1,7 +1,6 @@
 #include "campaign/interruptedruns.h"
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -13,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "campaign/dice.h"
+#include "companions/controller/dice.h"
 #include "link/mailbox.h"
 #include "tests/support/image.h"
 
@@ -164,7 +163,7 @@ class Interruption {
     TestBench& i_bench;
     Table& i_table;
     uint64_t i_seed;
-    Dice i_dice;
+    controller::Dice i_dice;
     Scenario i_scenario;
     std::unique_ptr<EmbeddedController> i_controller;
     /** The controller gives no answer to page 0, and the tool resets the mailbox. */
@@ -178,35 +177,46 @@ class Interruption {
 /** The locks that a whole run has behind it at its calls, by the place where it is then. */
 using LocksByPlace = std::map<Place, std::vector<uint64_t>>;
 
+LocksByPlace Watch(TestBench& bench, const Scenario& scenario) {
+    LocksByPlace locks;
+    const auto controller = bench.prepare(scenario);
+    bench.watchTool(*controller, scenario, [&](uint64_t count) {
+        const Place place = PlaceOf(*controller, controller->words(), Pages(scenario));
+        for (uint64_t start = 0; locks.empty() && start < count; ++start) {
+            locks[e_BeforeRequest].push_back(start);
+        }
+        // What follows a reset is no more than the same again.
+        if (controller->resets() == 0) {
+            locks[place].push_back(count);
+        }
+    });
+    return locks;
+}
+
+/** Of a run without a silence, whose locks don't rest on the time at which it begins. */
 const LocksByPlace& LocksOf(TestBench& bench, const Scenario& scenario) {
     static std::map<std::pair<size_t, size_t>, LocksByPlace> known;
     LocksByPlace& locks = known[{scenario.payload, scenario.faults.size()}];
     if (locks.empty()) {
-        const auto controller = bench.prepare(scenario);
-        bench.watchTool(*controller, scenario, [&](uint64_t count) {
-            const Place place = PlaceOf(*controller, controller->words(), Pages(scenario));
-            for (uint64_t start = 0; locks.empty() && start < count; ++start) {
-                locks[e_BeforeRequest].push_back(start);
-            }
-            // What follows a reset is no more than the same again.
-            if (controller->resets() == 0) {
-                locks[place].push_back(count);
-            }
-        });
+        locks = Watch(bench, scenario);
     }
     return locks;
 }
 
 /** Every place is as likely as every other, and in it every access. */
 uint64_t Interruption::chooseLock() {
-    constexpr uint64_t LocksToNextCall = 6;
-    const LocksByPlace& locks = LocksOf(i_bench, i_scenario);
+    constexpr uint32_t LocksToNextCall = 6;
     if (i_silent) {
         // From the last look in vain to the end of the reset.
-        return locks.at(e_BeforeAnswer).back() + 1 + i_dice.below(LocksToNextCall + 2);
+        const uint64_t lastLook = Watch(i_bench, i_scenario).at(e_BeforeAnswer).back();
+        return lastLook + 1 + i_dice.below(LocksToNextCall + 2);
     }
-    const auto place = std::next(locks.begin(), static_cast<long>(i_dice.below(locks.size())));
-    return place->second[i_dice.below(place->second.size())] + 1 + i_dice.below(LocksToNextCall);
+    const LocksByPlace& locks = LocksOf(i_bench, i_scenario);
+    const auto oneOf = [this](const auto& items) {
+        return std::next(items.begin(), i_dice.below(static_cast<uint32_t>(items.size())));
+    };
+    const uint64_t lock = *oneOf(oneOf(locks)->second);
+    return lock + 1 + i_dice.below(LocksToNextCall);
 }
 
 void Interruption::kill() {
@@ -288,9 +298,8 @@ controller::Schedule Refusal(uint16_t lastPage) {
 }
 
 void Interruption::choose() {
-    constexpr size_t payloads[] = {2, 100, 256, 258, 511, 700, 1000};
-    i_scenario.payload = i_dice.oneOf(payloads);
-    i_scenario.start = static_cast<int64_t>(i_dice.below(1000000));
+    i_scenario.payload = i_dice.oneOf({2, 100, 256, 258, 511, 700, 1000});
+    i_scenario.start = i_dice.below(1000000);
     i_way = static_cast<Way>(i_dice.below(e_Ways));
     i_silent = i_dice.oneIn(10);
     if (i_silent) {

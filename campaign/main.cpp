@@ -3,7 +3,6 @@
  * on a clock of their own; each is held against a model that predicts it to the letter.
  */
 #include <cstdio>
-#include <iostream>
 #include <map>
 #include <optional>
 

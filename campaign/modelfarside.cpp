@@ -81,11 +81,12 @@ bool IsAt(const Place& a, const Place& b) {
            (a.message != HostMessage::e_Page || samePage);
 }
 
-}  // namespace
-
+/** An answer to a page. */
 std::string AnswerText(unsigned char result) {
     return std::string("\x02\xDC\x2E\xA6\0\0\0\x09", HEADER) + static_cast<char>(result);
 }
+
+}  // namespace
 
 std::optional<size_t> SizeOfAnswer(const std::string& header) {
     constexpr uint32_t Longest = 0x8000000;

@@ -114,9 +114,6 @@ class ModelFarSide {
     std::string i_flash;
 };
 
-/** An answer to a page. */
-std::string AnswerText(unsigned char result);
-
 /** The size of the message that begins with this header, if it is one that a host reads on. */
 std::optional<size_t> SizeOfAnswer(const std::string& header);
 /** Whether a whole message says that the page is good. */

@@ -1,8 +1,6 @@
 #include "campaign/scenario.h"
 
-#include <iterator>
-
-#include "campaign/dice.h"
+#include "companions/controller/dice.h"
 #include "tests/support/image.h"
 
 namespace campaign {
@@ -30,29 +28,27 @@ uint16_t Pages(const Scenario& scenario) {
 
 uint64_t SeedOfRun(uint64_t campaignSeed, uint64_t run) {
     // Run 0 has the campaign's own seed, so that a single run can be asked for by its seed.
-    return run == 0 ? campaignSeed : Dice(campaignSeed ^ (run << 20)).roll();
+    return run == 0 ? campaignSeed : controller::Dice(campaignSeed ^ (run << 20)).roll();
 }
 
 Scenario RandomScenario(uint64_t seed) {
-    constexpr size_t payloads[] = {0,   1,   2,   3,   100, 255, 256, 257,
-                                   258, 259, 400, 511, 512, 513, 514, 800};
-    constexpr uint16_t revisions[] = {0, 1, 19400, TOOL_REVISION - 1, TOOL_REVISION + 1, 0xFFFF};
-    constexpr int64_t silences[] = {50, 100, 250, 700, 1000};
-    constexpr int64_t MicrosecondsPerSecond = 1000000;
-    Dice dice(seed);
+    constexpr uint32_t MicrosecondsPerSecond = 1000000;
+    controller::Dice dice(seed);
     Scenario scenario;
-    scenario.payload = dice.oneOf(payloads);
-    scenario.revision = dice.oneIn(8) ? TOOL_REVISION : dice.oneOf(revisions);
+    scenario.payload =
+        dice.oneOf({0, 1, 2, 3, 100, 255, 256, 257, 258, 259, 400, 511, 512, 513, 514, 800});
+    scenario.revision = static_cast<uint16_t>(
+        dice.oneIn(8) ? TOOL_REVISION
+                      : dice.oneOf({0, 1, 19400, TOOL_REVISION - 1, TOOL_REVISION + 1, 0xFFFF}));
     scenario.force = dice.oneIn(4);
     if (dice.oneIn(40)) {
         scenario.image = dice.oneIn(2) ? ImageKind::e_Missing : ImageKind::e_NoHeader;
     }
     // Any day of half a century, any part of a second, and often its very edges.
-    scenario.start = static_cast<int64_t>(dice.below(1600000000)) * MicrosecondsPerSecond;
-    const int64_t fractions[] = {
-        0, 1, 999, 999000, 999999, static_cast<int64_t>(dice.below(MicrosecondsPerSecond))};
-    scenario.start += dice.oneIn(2) ? fractions[std::size(fractions) - 1] : dice.oneOf(fractions);
-    scenario.silenceMs = dice.oneOf(silences);
+    scenario.start = int64_t{dice.below(1600000000)} * MicrosecondsPerSecond;
+    const uint32_t part = dice.below(MicrosecondsPerSecond);
+    scenario.start += dice.oneIn(2) ? part : dice.oneOf({0, 1, 999, 999000, 999999, part});
+    scenario.silenceMs = dice.oneOf({50, 100, 250, 700, 1000});
     // Slow, so only some.
     scenario.everyAccess = dice.oneIn(12);
     scenario.faults = controller::RandomSchedule(dice.roll(), Pages(scenario));

@@ -1,9 +1,5 @@
 #include "campaign/testbench.h"
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <filesystem>
 #include <stdexcept>
 
@@ -14,35 +10,20 @@ namespace campaign {
 
 namespace {
 
-/** Away from its symbols, the tool starts in a third of the time; it needs them for reports only.
- */
+/** Away from its symbols, which only reports need, the tool starts in a third of the time. */
 std::string CopyOf(const std::string& program, const testsupport::RunDirectory& directory) {
     std::string copy = directory.path("tolmira_upgrade");
     std::filesystem::copy_file(program, copy);
     return copy;
 }
 
-void* MapRegion() {
-    const int file = shm_open("/resource0", O_RDWR | O_CREAT, 0666);
-    if (file < 0 || ftruncate(file, controller::REGION_SIZE) != 0) {
-        throw std::runtime_error("no shared memory /resource0");
-    }
-    void* base =
-        mmap(nullptr, controller::REGION_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-    close(file);
-    if (base == MAP_FAILED) {
-        throw std::runtime_error("cannot map /resource0");
-    }
-    return base;
-}
-
 }  // namespace
 
 TestBench::TestBench(const Programs& programs)
-    : i_tool(CopyOf(programs.tool, i_directory), programs.library), i_region(MapRegion()) {}
-
-TestBench::~TestBench() {
-    munmap(i_region, controller::REGION_SIZE);
+    : i_tool(CopyOf(programs.tool, i_directory), programs.library) {
+    if (!i_region.open("/resource0", controller::REGION_SIZE)) {
+        throw std::runtime_error("shared memory /resource0: " + i_region.error());
+    }
 }
 
 void TestBench::writeImage(const Scenario& scenario) {
@@ -55,8 +36,8 @@ void TestBench::writeImage(const Scenario& scenario) {
 
 std::unique_ptr<EmbeddedController> TestBench::prepare(const Scenario& scenario) {
     writeImage(scenario);
-    auto* words =
-        reinterpret_cast<uint32_t*>(static_cast<char*>(i_region) + controller::MAILBOX_OFFSET);
+    auto* words = reinterpret_cast<uint32_t*>(static_cast<char*>(i_region.address()) +
+                                              controller::MAILBOX_OFFSET);
     return std::make_unique<EmbeddedController>(scenario, words);
 }
 

@@ -8,6 +8,7 @@
 #include "campaign/outcome.h"
 #include "campaign/scenario.h"
 #include "campaign/toolprocess.h"
+#include "companions/controller/sharedregion.h"
 #include "tests/support/rundirectory.h"
 
 namespace campaign {
@@ -27,7 +28,6 @@ struct Programs {
 class TestBench {
   public:
     explicit TestBench(const Programs& programs);
-    ~TestBench();
     TestBench(const TestBench&) = delete;
     TestBench& operator=(const TestBench&) = delete;
 
@@ -51,7 +51,7 @@ class TestBench {
 
     testsupport::RunDirectory i_directory;
     ToolProcess i_tool;
-    void* i_region;
+    controller::SharedRegion i_region;
 };
 
 }  // namespace campaign

@@ -34,7 +34,6 @@ class Input {
   public:
     Input(const uint8_t* bytes, size_t size) : i_rest(reinterpret_cast<const char*>(bytes), size) {}
 
-    bool atEnd() const { return i_rest.empty(); }
     /** High byte first, 1 to 8 bytes. */
     uint64_t takeNumber(size_t bytes);
     uint8_t takeByte() { return static_cast<uint8_t>(takeNumber(1)); }

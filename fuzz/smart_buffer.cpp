@@ -175,7 +175,6 @@ void Move(SmartBufferReader& reader, Model& model, unsigned offset) {
 /** The low four bits choose, the upper four are the argument. */
 void Step(SmartBufferReader& reader, Model& model, unsigned operation) {
     const unsigned argument = operation >> 4U;
-    // clang-format off: one row an operation
     switch (operation % 16) {
         case 0:
             ReadBoth(reader, model, false);
@@ -226,7 +225,6 @@ void Step(SmartBufferReader& reader, Model& model, unsigned operation) {
             Move(reader, model, argument);
             break;
     }
-    // clang-format on
 }
 
 }  // namespace

@@ -27,8 +27,7 @@ std::map<uint32_t, std::string> LinesByAddress(const std::string& file) {
     return lines;
 }
 
-/** The line of the greatest address up to this one, but for the last one's; null if there is none.
- */
+/** The line of the greatest address up to this one; null without one, and from the last one on. */
 const std::string* Covering(const std::map<uint32_t, std::string>& lines, uint32_t address) {
     const std::string* line = nullptr;
     for (const auto& [start, text] : lines) {

@@ -29,7 +29,6 @@
  *   HASTY       it takes a receive direction that went down for a reset
  *   KEEPS       answers outlive a reset
  *   LEAVES      a byte on offer outlives a reset
- *   FORGETS     a message that was begun outlives a reset
  */
 
 #ifndef PAGES
@@ -394,13 +393,7 @@ inline dropAnswers() {
 #endif
 }
 
-inline breakOff() {
-#ifdef FORGETS
-  skip
-#else
-  begun = NOTHING
-#endif
-}
+inline breakOff() { begun = NOTHING }
 
 inline afterReset() {
   mute = false;
