@@ -13,7 +13,6 @@
 #include <string>
 #include <thread>
 
-#include "memory/sharedmemory.h"
 #include "tests/support/child.h"
 #include "tests/support/privateshm.h"
 #include "tests/support/transcript.h"

@@ -1,6 +1,5 @@
 #include "src/card/velnor/hwmap/generator/parser.h"
 
-#include <algorithm>
 #include <functional>
 #include <sstream>
 
