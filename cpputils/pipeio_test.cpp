@@ -183,7 +183,7 @@ TEST(PipeWrite, ReportsErrorsAndShortWrites) {
     EXPECT_EQ(WriteInt(pipe.writer(), 1), EAGAIN);
 }
 
-/** Which of 3 to 19 stay open of descriptors 0 to 19, in a child. */
+/** Which of descriptors 0 to 19 are open behind `closeThem`, in a child that had them all. */
 std::set<int> OpenAfter(const std::function<void()>& closeThem) {
     const auto result = testsupport::RunInChild([&] {
         for (int fd = 3; fd < 20; ++fd) {

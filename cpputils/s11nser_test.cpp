@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <limits>
 #include <string>
 
 #include "tests/support/child.h"

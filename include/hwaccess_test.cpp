@@ -15,7 +15,6 @@
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testsupport::ChildResult;
 using testsupport::RunInChild;
 

@@ -121,7 +121,7 @@ class ControllerLogData : public Packable {
     uint32_t i_third = 0;
 };
 
-// clang-format off: one row a message
+/** The payloads of the messages. */
 template <>
 struct TolmiraPayloadT<11938> {
     using Type = ControllerUpgradeInfo;
@@ -142,7 +142,6 @@ template <>
 struct TolmiraPayloadT<11942> {
     using Type = ControllerFlashPageResult;
 };
-// clang-format on
 
 using TolmiraUpgradeInfoMessage = TolmiraMessageT<11938>;
 using TolmiraFlashPageMessage = TolmiraMessageT<11939>;

@@ -5,7 +5,6 @@
 #include <functional>
 #include <string>
 #include <type_traits>
-#include <vector>
 
 #include "link/mailbox.h"
 #include "tests/support/faketime.h"

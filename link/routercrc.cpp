@@ -6,11 +6,12 @@
 
 namespace {
 
+/** By byte. */
+using CrcTable = std::array<uint16_t, 256>;
 /**
- * The CRC of a byte with so many zero bytes behind it, so that four bytes at a time need four
+ * Table n has the CRC of a byte with n zero bytes behind it, so that four bytes at a time need four
  * looks that don't wait for each other.
  */
-using CrcTable = std::array<uint16_t, 256>;
 using CrcTables = std::array<CrcTable, 4>;
 
 constexpr uint16_t StepOfByte(unsigned crc) {

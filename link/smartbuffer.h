@@ -247,8 +247,10 @@ class SmartBufferWriter : public WriteableSmartBuffer, public SmartBufferCursorT
     int initBuffer(void* bytes, uint32_t size) {
         return SmartBufferCursorT::initBuffer(static_cast<unsigned char*>(bytes), size);
     }
-    /** The rest of `other` from `start`, or `length` bytes of it. -1, nothing changed, if it does
-     * not hold them. */
+    /**
+     * The rest of `other` from `start`, or `length` bytes of it. -1, nothing changed, if it doesn't
+     * hold them.
+     */
     int initView(const SmartBufferWriter& other, uint32_t start) {
         return attachView(other, start);
     }

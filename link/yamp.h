@@ -69,7 +69,8 @@ int YAMPPack(void* buffer, unsigned int bufferSize, const YAMPMessage& message,
 int YAMPParseHeader(const void* bytes, unsigned int size, unsigned int* totalLength, uint16_t* id);
 
 /**
- * A reader over the body of the frame at `frame`, which it doesn't copy and the caller keeps alive;
- * null if there are fewer than `size` bytes of frame or the header is bad. Stores the id.
+ * A reader over the body of the frame at `frame`, where `size` bytes lie, which it doesn't copy and
+ * the caller keeps alive; null if the frame is longer than that or its header is bad. Stores the
+ * id.
  */
 std::unique_ptr<SmartBufferReader> YAMPOpenBody(const void* frame, unsigned int size, uint16_t* id);

@@ -49,7 +49,7 @@ void LogNoAlloc(int severity, const char* function, const char* file, unsigned l
 /** Hands one finished line to the sink. The severity chooses nothing today. */
 void LogOutput(int severity, const char* text);
 
-/** vprintf. Nothing flushes: each main makes standard output line-buffered. */
+/** vprintf. Nothing flushes: each main buffers standard output by lines, or not at all. */
 void ConsolePrintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 /** vsyslog: the second sink, which nothing selects. */

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "logger/loggerconfig.h"
 #include "tests/support/child.h"

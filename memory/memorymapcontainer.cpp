@@ -25,6 +25,10 @@ constexpr Region regions[] = {
 };
 static_assert(std::size(regions) == NumMemoryMaps);
 
+bool IsRegion(e_MemoryMapType type) {
+    return type >= 0 && type < NumMemoryMaps;
+}
+
 /** "/sys/.../resource0" gives "/resource0". A path without a slash is its own name. */
 std::string ObjectName(const std::string& path) {
     const size_t slash = path.rfind('/');
@@ -55,7 +59,7 @@ void MemoryMapContainer::closeMap(MemoryMap& map) {
 
 MemoryMap* MemoryMapContainer::createMemoryMap(e_MemoryMapType type) {
     ASSERT_BLOCKABLE_THREAD();
-    if (type >= NumMemoryMaps) {
+    if (!IsRegion(type)) {
         LOG_MESSAGE(CRITICAL, "%s: Invalid memoryMap: %d", "createMemoryMap", type);
         return nullptr;
     }
@@ -64,7 +68,7 @@ MemoryMap* MemoryMapContainer::createMemoryMap(e_MemoryMapType type) {
 
 MemoryMap* MemoryMapContainer::createMemoryMap(e_MemoryMapType type, size_t size) {
     ASSERT_BLOCKABLE_THREAD();
-    if (type >= NumMemoryMaps) {
+    if (!IsRegion(type)) {
         LOG_MESSAGE(CRITICAL, "Invalid memoryMap: %d", type);
         return nullptr;
     }
@@ -103,7 +107,7 @@ MemoryMap* MemoryMapContainer::openMap(e_MemoryMapType type, size_t size) {
 }
 
 MemoryMap* MemoryMapContainer::getMemoryMap(e_MemoryMapType type) {
-    if (type >= NumMemoryMaps) {
+    if (!IsRegion(type)) {
         LOG_MESSAGE(CRITICAL, "Invalid memoryMap: %d", type);
         return nullptr;
     }
@@ -112,7 +116,7 @@ MemoryMap* MemoryMapContainer::getMemoryMap(e_MemoryMapType type) {
 }
 
 MemoryMap& MemoryMapContainer::getMemoryMapReference(e_MemoryMapType type) {
-    if (type >= NumMemoryMaps || i_maps[static_cast<size_t>(type)].getAddress() == nullptr) {
+    if (!IsRegion(type) || i_maps[static_cast<size_t>(type)].getAddress() == nullptr) {
         ASSERT_MESSAGE("Invalid memoryMap");
     }
     return i_maps[static_cast<size_t>(type)];

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <pthread.h>
-
 #include <array>
 #include <atomic>
 #include <cstddef>

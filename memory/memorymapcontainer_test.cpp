@@ -13,7 +13,6 @@
 #include <string>
 #include <thread>
 
-#include "memory/sharedmemory.h"
 #include "tests/support/child.h"
 #include "tests/support/privateshm.h"
 #include "tests/support/transcript.h"
@@ -109,21 +108,24 @@ TEST_F(MemoryMaps, RegionWithoutADefaultSizeNeedsOne) {
 }
 
 TEST_F(MemoryMaps, TypesBeyondTheTableAreRefused) {
-    const auto bad = static_cast<e_MemoryMapType>(NumMemoryMaps);
-    Transcript expected;
-    expected.critical("createMemoryMap: Invalid memoryMap: 48")
-        .critical("Invalid memoryMap: 48")
-        .critical("Invalid memoryMap: 48")
-        .assertion("\"Invalid memoryMap\"");
-    const ChildResult result = RunInChild([&] {
-        MemoryMapContainer container;
-        container.createMemoryMap(bad);
-        container.createMemoryMap(bad, 4096);
-        container.getMemoryMap(bad);
-        container.getMemoryMapReference(bad);
-    });
-    EXPECT_EQ(Normalised(result.out), expected.text());
-    EXPECT_EQ(result.signal, SIGABRT);
+    for (const int number : {NumMemoryMaps, -1}) {
+        const auto bad = static_cast<e_MemoryMapType>(number);
+        const std::string line = "Invalid memoryMap: " + std::to_string(number);
+        Transcript expected;
+        expected.critical("createMemoryMap: " + line)
+            .critical(line)
+            .critical(line)
+            .assertion("\"Invalid memoryMap\"");
+        const ChildResult result = RunInChild([&] {
+            MemoryMapContainer container;
+            container.createMemoryMap(bad);
+            container.createMemoryMap(bad, 4096);
+            container.getMemoryMap(bad);
+            container.getMemoryMapReference(bad);
+        });
+        EXPECT_EQ(Normalised(result.out), expected.text());
+        EXPECT_EQ(result.signal, SIGABRT);
+    }
 }
 
 TEST_F(MemoryMaps, AClosedRegionHasNoReference) {

@@ -44,6 +44,7 @@ int Configuration::load(const std::string& fileName, bool clearFirst) {
     Configuration loaded;
     std::string section = defaultSection;
     std::string line;
+    // A last line without a newline reaches the end of the file and so isn't good.
     while (std::getline(file, line).good()) {
         loaded.takeLine(std::move(line), section);
     }

@@ -1,9 +1,7 @@
 #include "platform/configuration.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <sstream>
 #include <string>
@@ -13,7 +11,6 @@
 #include "tests/support/child.h"
 #include "tests/support/testdirectory.h"
 
-using testing::HasSubstr;
 using testing::MatchesRegex;
 using testsupport::TestDirectory;
 

@@ -5,7 +5,6 @@
 
 #include <csignal>
 #include <set>
-#include <string>
 #include <vector>
 
 #include "platform/sharedconstants.h"

@@ -1,6 +1,5 @@
 #include "thread/fdbufferthread.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>

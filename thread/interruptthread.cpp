@@ -1,7 +1,5 @@
 #include "thread/interruptthread.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstring>
 

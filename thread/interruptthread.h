@@ -32,7 +32,8 @@ class Interrupter {
     virtual void commandFinished() = 0;
     /**
      * From attach to detach one byte, InterruptMark or TimeoutMark, written to `fd` breaks the
-     * command off. Both are called on the InterruptThread, which owns the descriptor.
+     * command off. Both are called on the InterruptThread, which owns the descriptor. Where it
+     * can't make one, detach comes alone, with -1.
      */
     virtual void attachInterruptFd(int fd) = 0;
     virtual void detachInterruptFd(int fd) = 0;

@@ -181,7 +181,7 @@ void ShellCommand::finish() {
         i_failure += i_interrupt->message();
     }
     collect();
-    sync();
+    sync();  // what the command wrote is on the disk before the master hears of its end
     if (i_result.localRC != 0) {
         i_result.stderr = i_failure;
     }

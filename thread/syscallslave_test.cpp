@@ -3,8 +3,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
-#include <sstream>
 #include <string>
 
 #include "cpputils/include/pipeio.h"

@@ -76,7 +76,7 @@ class ThreadRegistrar {
         return registrar;
     }
 
-    /** Takes the first free slot; -1 when both are taken. A second call takes a second slot. */
+    /** Takes the first free slot: 0, or -1 if there is none. A second call takes a second slot. */
     int registerFieldMain(uint32_t cookie);
     /** The slot, 0 or 1, that has the caller's handle; -1 for any other thread. */
     int fieldMainIndex() const {
@@ -128,7 +128,7 @@ class ThreadRegistrar {
     std::atomic<Names*> i_names{nullptr};
     NamesMutex i_namesMutex;
     std::array<FieldMainSlot, 2> i_fieldMain;
-    /** Guards the freeing and the listing of slots. */
+    /** Guards the freeing and the listing of slots, and the changes of the sole one. */
     SlotsMutex i_slotsMutex;
     FieldMainSlot i_soleThread;
 };

@@ -85,9 +85,8 @@ class Reporter : public Runnable {
 };
 
 TEST(ThreadRunner, NamesItsThreadWhileItRuns) {
-    constexpr int FrameworkClass = 2;
     Reporter reporter;
-    ThreadRunner runner(&reporter, "worker", false, FrameworkClass);
+    ThreadRunner runner(&reporter, "worker", false, FrameworkThreadClass);
     reporter.setRunner(&runner);
     EXPECT_FALSE(runner.isRunning());
     EXPECT_FALSE(runner.isCreated());
@@ -104,7 +103,7 @@ TEST(ThreadRunner, NamesItsThreadWhileItRuns) {
 
 TEST(ThreadRunner, StaysRunningAfterAFailedStart) {
     Reporter reporter;
-    ThreadRunner runner(&reporter, "worker", false, 2);
+    ThreadRunner runner(&reporter, "worker", false, FrameworkThreadClass);
     reporter.setRunner(&runner);
     EXPECT_EQ(runner.start(), 0);
     while (runner.isRunning()) {

@@ -17,8 +17,8 @@ std::string toString(const T& value) {
 /**
  * One value read from the front of the text by `operator>>`; what follows it is ignored. The state
  * of the stream is ignored too, so the result is what the extraction leaves: 0 for text that is no
- * number and for empty text, the nearest number of the type for one out of its range, true for any
- * bool but "0".
+ * number and for empty text, the nearest number of the type for one out of its range. Of bools, any
+ * number but 0 is true, and what is no number is false.
  */
 template <typename T>
 T fromString(const std::string& text) {

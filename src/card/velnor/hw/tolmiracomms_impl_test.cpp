@@ -5,7 +5,6 @@
 
 #include <csignal>
 #include <cstdint>
-#include <cstring>
 #include <vector>
 
 #include "src/card/velnor/hwmap/genfpga_velnor_vp_dve.h"

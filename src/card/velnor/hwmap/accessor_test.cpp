@@ -1,6 +1,5 @@
 // A design over an accessor of the test's own, so from the generated sources, not the library.
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <vector>

@@ -1,6 +1,5 @@
 // Counts the heap through operator new and delete of its own, which serve the whole test program.
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>

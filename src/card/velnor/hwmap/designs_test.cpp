@@ -253,7 +253,7 @@ TEST(Designs, ReachAWordThroughTheirAccessors) {
     char* const base = reinterpret_cast<char*>(0x7000);  // NOLINT(performance-no-int-to-ptr)
     Dve design(VolatileAccessor(), base);
     EXPECT_EQ(design.dbuf().dve_hcoef(2).hor_chroma_coef_dve(3).absoluteAddress(),
-              0x7000U + 0x2b594U - 5 * 4);
+              0x7000U + 0x2b580U);
     const auto& field = design.sbuf().chip_misc(0).R_DDR0_buff_stat().ddr0_wr_overflow();
     EXPECT_EQ(field.alignedMask(), 0x3ffU);
     EXPECT_EQ(field.lowestBit(), 22U);

@@ -71,6 +71,14 @@ bool IsIdentifier(const std::string& name) {
     });
 }
 
+/** The prefix of generated names that the name begins with; null where there is none. */
+const char* GeneratedPrefixOf(const std::string& name) {
+    const auto* found =
+        std::find_if(GENERATED_PREFIXES.begin(), GENERATED_PREFIXES.end(),
+                     [&](const char* prefix) { return name.rfind(prefix, 0) == 0; });
+    return found == GENERATED_PREFIXES.end() ? nullptr : *found;
+}
+
 /** One finding at the most: the first reason why the generated classes can't have this name. */
 void CheckName(const Origin& origin, const std::string& kind, const std::string& name,
                const std::set<std::string>& taken, Findings& findings) {
@@ -82,12 +90,9 @@ void CheckName(const Origin& origin, const std::string& kind, const std::string&
     } else if (taken.count(name) != 0) {
         findings.add(origin, subject + " clashes with the member " + Quoted(name) +
                                  " of its generated class");
-    }
-    for (const char* prefix : GENERATED_PREFIXES) {
-        if (name.rfind(prefix, 0) == 0) {
-            findings.add(origin, subject + " clashes with the generated names that begin with " +
-                                     Quoted(prefix));
-        }
+    } else if (const char* prefix = GeneratedPrefixOf(name)) {
+        findings.add(origin, subject + " clashes with the generated names that begin with " +
+                                 Quoted(prefix));
     }
 }
 

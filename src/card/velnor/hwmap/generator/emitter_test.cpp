@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -18,7 +17,6 @@ using hwmaptables::Findings;
 using hwmaptables::GeneratedFile;
 using hwmaptables::ReadTables;
 using hwmaptables::Tables;
-using testing::Each;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;

@@ -1,6 +1,5 @@
 #include "src/card/velnor/hwmap/generator/parser.h"
 
-#include <algorithm>
 #include <functional>
 #include <sstream>
 
@@ -225,7 +224,7 @@ bool ParseMember(Row& row, Member& member) {
            ParseWords(row, member) && ParseFields(row, member.fields);
 }
 
-/** NAME [empty | for MAP] */
+/** NAME [empty] [for MAP] */
 bool ParseBody(Row& row, Body& body) {
     body.origin = row.origin();
     if (!row.takeName("the name of a group", body.group)) {

@@ -7,7 +7,6 @@
 #include <vector>
 
 using hwmaptables::Body;
-using hwmaptables::Field;
 using hwmaptables::Findings;
 using hwmaptables::Member;
 using hwmaptables::Placement;
