@@ -105,11 +105,12 @@ int checkAndCreateDir(const std::string& directory);
  * shell command.
  */
 int copyFiles(const std::string& from, const std::string& to, const std::string& filepattern);
+/** copyFiles, and its failure is logged with the names. The two differ in theirs alone. */
 int copyFilesToFlash(const std::string& from, const std::string& to,
                      const std::string& filepattern);
 int copyFilesToOrFromNonUSB(const std::string& from, const std::string& to,
                             const std::string& filepattern);
-/** e_Error_NotFound without a stick. */
+/** As these; e_Error_NotFound without a stick. */
 int copyFilesToOrFromUSB(const std::string& from, const std::string& to,
                          const std::string& filepattern);
 

@@ -38,6 +38,7 @@ int RunLogged(const std::string& command, const Patience& patience) {
     return SystemCaller::instance().execRetryLogged(command, patience.seconds, patience.retries);
 }
 
+/** By the text alone: the mount point itself counts, and so does a longer name beside it. */
 bool IsBelowUsbMount(const std::string& directory) {
     return directory.compare(0, usbMountDir.size(), usbMountDir) == 0;
 }

@@ -27,6 +27,7 @@ class VersionInfo {
     int i_patch;
     int i_revision;
     std::string i_branch;
+    /** Two words of the record, the first one empty; nothing reads them. */
     std::string i_text2;
     std::string i_text3;
     /** "Compiled: ", then the date as date(1) prints it. */
