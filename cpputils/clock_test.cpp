@@ -46,6 +46,8 @@ TEST(Clock, YieldsNothingWithoutARate) {
 }
 
 TEST(Clock, ConvertsInBothWidths) {
+    Clock::instance()->setRate(1);
+    EXPECT_EQ(theClock.microsecondsToTicks(uint32_t{3}), 3U);
     Clock::instance()->setRate(Rate);
     Clock::instance()->setRate(0);
     ExpectConversions<uint32_t>();
