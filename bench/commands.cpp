@@ -1,6 +1,6 @@
 /**
  * commands_bench: what a shell command through the slave process costs, against the least that its
- * way of working allows: a select and a read for each byte in the slave, and a read for each byte
+ * way of working allows: a poll and a read for each byte in the slave, and a read for each byte
  * in the master.
  */
 #include <fcntl.h>
@@ -110,7 +110,7 @@ int main(int argc, char** argv) {
         const double asked = bench::BareRead(bench::CAPTURED, true);
         const double plain = bench::BareRead(bench::CAPTURED, false);
         printf(
-            "the least: %.0f ns a byte with a select and a read, %.0f with a read; in all %.0f\n",
+            "the least: %.0f ns a byte with a poll and a read, %.0f with a read; in all %.0f\n",
             asked, plain, asked + plain);
         SystemCaller& caller = SystemCaller::instance();
         caller.initialize(std::string(argv[1]) + "/");

@@ -1,7 +1,6 @@
 #include "companions/controller/schedule.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
