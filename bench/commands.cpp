@@ -109,9 +109,8 @@ int main(int argc, char** argv) {
     try {
         const double asked = bench::BareRead(bench::CAPTURED, true);
         const double plain = bench::BareRead(bench::CAPTURED, false);
-        printf(
-            "the least: %.0f ns a byte with a poll and a read, %.0f with a read; in all %.0f\n",
-            asked, plain, asked + plain);
+        printf("the least: %.0f ns a byte with a poll and a read, %.0f with a read; in all %.0f\n",
+               asked, plain, asked + plain);
         SystemCaller& caller = SystemCaller::instance();
         caller.initialize(std::string(argv[1]) + "/");
         bench::MeasureRoundTrip(caller);
