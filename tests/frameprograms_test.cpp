@@ -9,8 +9,8 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "companions/toollog/logreader.h"
-#include "companions/toollog/texts.h"
+#include "companions/operator/toollog/logreader.h"
+#include "companions/operator/toollog/texts.h"
 #include "link/mailbox.h"
 #include "tests/support/region.h"
 #include "tests/upgradefixture.h"

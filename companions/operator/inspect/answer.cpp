@@ -1,0 +1,114 @@
+#include "companions/operator/inspect/answer.h"
+
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+namespace inspect {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/** Safe for a terminal, and one line. */
+std::string Printable(const std::string& bytes) {
+    std::string text;
+    for (const char byte : bytes) {
+        if (byte == '\\') {
+            text += "\\\\";
+        } else if (byte >= ' ' && byte <= '~') {
+            text += byte;
+        } else {
+            char escape[8];
+            snprintf(escape, sizeof escape, "\\x%02X", static_cast<unsigned char>(byte));
+            text += escape;
+        }
+    }
+    return text;
+}
+
+bool HasLastPage(const Layout& layout) {
+    return layout.pages != 0 && layout.lastPageContent >= 0;
+}
+
+void PrintLayout(std::ostream& out, const Layout& layout) {
+    char checksum[8];
+    snprintf(checksum, sizeof checksum, "%04X", layout.checksum);
+    out << "payload start: " << layout.payloadStart << "\npayload size: " << layout.payloadSize
+        << "\npages: " << layout.pages << "\nchecksum: " << checksum << '\n';
+    if (HasLastPage(layout)) {
+        out << "content of the last page: " << layout.lastPageContent << '\n';
+    }
+}
+
+void PrintOne(std::ostream& out, const Inspection& inspection) {
+    out << "file: " << Printable(inspection.file) << '\n';
+    if (inspection.size) {
+        out << "size: " << *inspection.size << '\n';
+    }
+    int number = 0;
+    for (const std::string& line : inspection.header) {
+        out << "header line " << ++number << (line.empty() ? ":" : ": ") << Printable(line) << '\n';
+    }
+    if (inspection.layout) {
+        PrintLayout(out, *inspection.layout);
+    }
+    out << "verdict: " << WordsOf(inspection.verdict);
+    out << (inspection.reason.empty() ? "" : ": ") << inspection.reason << '\n';
+    if (inspection.forecast) {
+        const Forecast& forecast = *inspection.forecast;
+        out << "the tool: " << forecast.summary << "; exit value " << forecast.exitValue << '\n';
+        for (const std::string& message : forecast.log) {
+            out << "  logs: " << Printable(message.substr(0, message.rfind('\n'))) << '\n';
+        }
+    }
+}
+
+Json JsonOf(const Inspection& inspection) {
+    Json object = {{"file", inspection.file},
+                   {"verdict", WordsOf(inspection.verdict)},
+                   {"sendable", inspection.verdict == e_Verdict_Sendable},
+                   {"reason", inspection.reason},
+                   {"header", inspection.header}};
+    if (inspection.size) {
+        object["size"] = *inspection.size;
+    }
+    if (inspection.layout) {
+        const Layout& layout = *inspection.layout;
+        object["payload_start"] = layout.payloadStart;
+        object["payload_size"] = layout.payloadSize;
+        object["pages"] = layout.pages;
+        object["checksum"] = layout.checksum;
+        if (HasLastPage(layout)) {
+            object["last_page_content"] = layout.lastPageContent;
+        }
+    }
+    if (inspection.forecast) {
+        object["tool"] = {{"exit_value", inspection.forecast->exitValue},
+                          {"pages_sent", inspection.forecast->pagesSent},
+                          {"summary", inspection.forecast->summary},
+                          {"log", inspection.forecast->log}};
+    }
+    return object;
+}
+
+}  // namespace
+
+void PrintAsText(std::ostream& out, const std::vector<Inspection>& inspections) {
+    const char* separator = "";
+    for (const Inspection& inspection : inspections) {
+        out << separator;
+        PrintOne(out, inspection);
+        separator = "\n";
+    }
+}
+
+void PrintAsJson(std::ostream& out, const std::vector<Inspection>& inspections) {
+    Json array = Json::array();
+    for (const Inspection& inspection : inspections) {
+        array.push_back(JsonOf(inspection));
+    }
+    out << array.dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+}  // namespace inspect

@@ -1,0 +1,208 @@
+/**
+ * velnor_atlas: writes the register maps as pages for a browser, each whole in itself. The data of
+ * a page has the repeats folded; its script unfolds them.
+ */
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <stdexcept>
+
+#include "companions/commandline/commandline.h"
+#include "companions/registers/velnor_regs/outline.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Outline = std::vector<regs::GroupOutline>;
+
+/** An address map by the design that it is named after, and all designs that have it. */
+struct AddressMap {
+    std::string design;
+    std::vector<std::string> designs;
+    Outline outline;
+};
+
+/** Designs whose maps differ in nothing share one. */
+std::vector<AddressMap> AddressMaps() {
+    std::vector<AddressMap> maps;
+    for (const std::string& design : regs::DesignNames()) {
+        const Outline outline = regs::OutlineOf(regs::OpenMap(design, nullptr));
+        const auto known = std::find_if(maps.begin(), maps.end(), [&](const AddressMap& map) {
+            return regs::DifferencesOf({map.outline, outline}).empty();
+        });
+        if (known != maps.end()) {
+            known->designs.push_back(design);
+        } else {
+            maps.push_back({design, {design}, outline});
+        }
+    }
+    return maps;
+}
+
+Json Repeated(Json object, const regs::Repeat& repeat) {
+    object["count"] = repeat.count;
+    object["step"] = repeat.step;
+    return object;
+}
+
+Json JsonOf(const regs::MemberOutline& member) {
+    Json fields = Json::array();
+    for (const regs::FieldOutline& field : member.fields) {
+        fields.push_back(Repeated(
+            {{"name", field.name}, {"mask", field.mask}, {"shift", field.shift}}, field.repeat));
+    }
+    Json object = Repeated({{"name", member.name},
+                            {"memory", member.isMemory},
+                            {"offset", member.offset},
+                            {"words", member.words}},
+                           member.repeat);
+    object["fields"] = std::move(fields);
+    return object;
+}
+
+Json JsonOf(const AddressMap& map) {
+    Json groups = Json::array();
+    for (const regs::GroupOutline& group : map.outline) {
+        Json object =
+            Repeated({{"domain", group.domain}, {"name", group.name}, {"address", group.address}},
+                     group.repeat);
+        Json& members = object["members"] = Json::array();
+        for (const regs::MemberOutline& member : group.members) {
+            members.push_back(JsonOf(member));
+        }
+        groups.push_back(std::move(object));
+    }
+    return {{"design", map.design}, {"designs", map.designs}, {"groups", std::move(groups)}};
+}
+
+/** How much there is of what in a map. */
+Json SummaryOf(const AddressMap& map) {
+    const regs::Counts counts = regs::CountsOf(map.outline);
+    return {{"design", map.design},
+            {"designs", map.designs},
+            {"groupTypes", counts.groupTypes},
+            {"groups", counts.groups},
+            {"members", counts.registers + counts.memories},
+            {"fields", counts.fields}};
+}
+
+Json OverviewOf(const std::vector<AddressMap>& maps) {
+    std::vector<Outline> outlines;
+    Json summaries = Json::array();
+    for (const AddressMap& map : maps) {
+        outlines.push_back(map.outline);
+        summaries.push_back(SummaryOf(map));
+    }
+    Json differences = Json::array();
+    for (const regs::Difference& difference : regs::DifferencesOf(outlines)) {
+        differences.push_back({{"path", difference.path}, {"values", difference.values}});
+    }
+    return {{"maps", std::move(summaries)}, {"differences", std::move(differences)}};
+}
+
+[[noreturn]] void Fail(const std::string& what, const std::string& file, const char* way) {
+    throw std::runtime_error("cannot " + what + " " + file + ": " + strerror(errno) + "; " + way);
+}
+
+/** Fills the parts of a page and writes it. */
+class Press {
+  public:
+    Press(std::string assets, std::string output, const std::vector<AddressMap>& maps)
+        : i_assets(std::move(assets)), i_output(std::move(output)) {
+        i_pages.emplace_back("index", "Differences");
+        for (const AddressMap& map : maps) {
+            i_pages.emplace_back(map.design, map.design);
+        }
+    }
+
+    void write(const std::string& page, const std::string& title, const std::string& script,
+               const Json& data) const {
+        const std::string file = i_output + "/" + page + ".html";
+        std::ofstream out(file);
+        out << filled({{"title", title},
+                       {"style", asset("style.css")},
+                       {"navigation", navigation(page)},
+                       {"data", data.dump()},
+                       {"script", asset("common.js") + asset(script)}});
+        if (!out.flush()) {
+            Fail("write", file, "give another folder");
+        }
+    }
+
+  private:
+    std::string asset(const std::string& name) const {
+        std::ifstream in(i_assets + "/" + name);
+        std::ostringstream text;
+        if (!(text << in.rdbuf())) {
+            Fail("read", i_assets + "/" + name, "name the folder of the pages' parts");
+        }
+        return text.str();
+    }
+
+    std::string navigation(const std::string& here) const {
+        std::string links;
+        for (const auto& [page, name] : i_pages) {
+            links.append("<a href=\"").append(page).append(".html\"");
+            links.append(page == here ? " class=\"here\">" : ">").append(name).append("</a>");
+        }
+        return links;
+    }
+
+    std::string filled(const std::vector<std::pair<std::string, std::string>>& parts) const {
+        std::string text = asset("page.html");
+        for (const auto& [name, part] : parts) {
+            const std::string mark = "{{" + name + "}}";
+            text.replace(text.find(mark), mark.size(), part);
+        }
+        return text;
+    }
+
+    const std::string i_assets;
+    const std::string i_output;
+    std::vector<std::pair<std::string, std::string>> i_pages;
+};
+
+void Write(const std::string& assets, const std::string& output) {
+    std::error_code error;
+    std::filesystem::create_directories(output, error);
+    const std::vector<AddressMap> maps = AddressMaps();
+    const Press press(assets, output, maps);
+    press.write("index", "Register atlas", "differences.js", OverviewOf(maps));
+    for (const AddressMap& map : maps) {
+        press.write(map.design, map.design + " - register atlas", "map.js", JsonOf(map));
+    }
+}
+
+/** The whole program; what ends it early passes through. */
+int Run(int argc, const char* const* argv) {
+    std::string assets;
+    std::string output;
+    commandline::Program program(
+        "Writes the register maps as pages for a browser.\n"
+        "Exit value: 0 written, 1 not written, 2 wrong usage.",
+        "velnor_atlas");
+    program.version(TOLMIRA_VERSION);
+    program.option("PARTS", assets, "Folder with the parts of the pages").required();
+    program.option("FOLDER", output, "Where the pages go; made if it isn't there").required();
+    if (const std::optional<int> exitValue = program.read(argc, argv)) {
+        return *exitValue;
+    }
+    Write(assets, output);
+    return EXIT_SUCCESS;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception& error) {
+        fprintf(stderr, "velnor_atlas: %s\n", error.what());
+        return EXIT_FAILURE;
+    }
+}

@@ -1,0 +1,80 @@
+#include "companions/registers/velnor_regs/commands.h"
+#include "companions/registers/velnor_regs/failure.h"
+#include "companions/registers/velnor_regs/liveregion.h"
+#include "companions/registers/velnor_regs/number.h"
+#include "companions/registers/velnor_regs/path.h"
+#include "companions/registers/velnor_regs/word.h"
+
+namespace regs {
+
+namespace {
+
+/** Refuses what isn't one word of the card, before the card is touched. */
+void CheckPlace(const Place& place) {
+    if (place.member->isMemory() && !place.word) {
+        throw Failure(EXIT_FINDING, place.path + " is a memory; give a word, [0] to [" +
+                                        std::to_string(place.member->words - 1) + "]");
+    }
+    if (place.address() > LiveRegion::SIZE - 4) {
+        throw Failure(EXIT_FINDING, place.path + " lies at " + HexText(place.address()) +
+                                        ", past the end of the mapped space at " +
+                                        HexText(LiveRegion::SIZE) + "; choose a lower address");
+    }
+}
+
+Place PlaceOf(const Map& map, const Request& request) {
+    Place place = FollowPath(map, request.operands[0]);
+    CheckPlace(place);
+    return place;
+}
+
+std::uint32_t Load(const Place& place) {
+    return place.word ? place.member->memoryObject->getraw(*place.word)
+                      : place.member->registerObject->get();
+}
+
+/** A field's neighbours keep what they have. */
+void Store(const Place& place, std::uint32_t value) {
+    if (place.field == nullptr) {
+        if (place.word) {
+            place.member->memoryObject->setraw(*place.word, value);
+        } else {
+            place.member->registerObject->set(value);
+        }
+    } else if (place.word) {
+        place.field->memoryObject->set(*place.word, value);
+    } else {
+        place.field->registerObject->set(value);
+    }
+}
+
+}  // namespace
+
+Answer Read(const Request& request) {
+    PlaceOf(OpenMap(request.design, nullptr), request);
+    const LiveRegion region(false);
+    const Map map = OpenMap(request.design, region.base());
+    const Place place = PlaceOf(map, request);
+    return DescribeWord(request.design, place, Load(place));
+}
+
+Answer Write(const Request& request) {
+    const Map plan = OpenMap(request.design, nullptr);
+    const Place planned = PlaceOf(plan, request);
+    const auto value = static_cast<std::uint32_t>(
+        NumberOf(request.operands[1], planned.field == nullptr ? UINT32_MAX : planned.field->mask));
+    if (!request.yes) {
+        throw Failure(EXIT_WRONG_USAGE,
+                      "this changes " + planned.path + " of the live card; say --yes to do it");
+    }
+    const LiveRegion region(true);
+    const Map map = OpenMap(request.design, region.base());
+    const Place place = PlaceOf(map, request);
+    const std::uint32_t before = Load(place);
+    Store(place, value);
+    Answer answer = DescribeWord(request.design, place, Load(place));
+    answer.facts.emplace_back("before", Hex{before});
+    return answer;
+}
+
+}  // namespace regs

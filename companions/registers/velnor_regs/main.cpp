@@ -1,0 +1,136 @@
+/**
+ * velnor_regs: looks into the register maps of the five designs, and into the live card through
+ * them.
+ */
+#include <cstdio>
+#include <iostream>
+
+#include "companions/commandline/commandline.h"
+#include "companions/registers/velnor_regs/commands.h"
+#include "companions/registers/velnor_regs/failure.h"
+
+namespace regs {
+
+namespace {
+
+/** The design of the frame's switcher mode when nobody has chosen one. */
+constexpr char DEFAULT_DESIGN[] = "mm_fcfs";
+
+constexpr char PATH_HELP[] = "A path as the code reads: sbuf.chip_misc[0].R_debug.value";
+constexpr char VALUE_HELP[] = "A number, decimal or 0x and hexadecimal";
+constexpr char DESIGN_HELP[] = "One of the designs that list shows";
+
+struct Operand {
+    const char* name;
+    const char* help;
+    bool required = true;
+};
+
+struct Command {
+    const char* name;
+    Answer (*run)(const Request& request);
+    const char* help;
+    bool takesDesign;
+    std::vector<Operand> operands;
+};
+
+const Command COMMANDS[] = {
+    {"list", List, "The designs, or the groups of one", false, {{"DESIGN", DESIGN_HELP, false}}},
+    {"dump",
+     Dump,
+     "Every object of a design, in order of construction",
+     false,
+     {{"DESIGN", DESIGN_HELP}}},
+    {"find",
+     Find,
+     "Groups, registers, memories and fields by a part of the name",
+     true,
+     {{"TEXT", "Part of a name, or of a path up to its end; case doesn't matter"}}},
+    {"at",
+     At,
+     "What lies at an address",
+     true,
+     {{"ADDRESS", "Bytes from the design's base, decimal or 0x and hexadecimal"}}},
+    {"show", Show, "A word as a row of bits with its fields", true, {{"PATH", PATH_HELP}}},
+    {"decode",
+     Decode,
+     "What a word's value says in each field",
+     true,
+     {{"PATH", PATH_HELP}, {"VALUE", "The whole word, decimal or 0x and hexadecimal"}}},
+    {"read",
+     Read,
+     "A word of the live card, /resource0, with its fields",
+     true,
+     {{"PATH", PATH_HELP}}},
+    {"write",
+     Write,
+     "Stores into a word or a field of the live card, /resource0",
+     true,
+     {{"PATH", PATH_HELP}, {"VALUE", VALUE_HELP}}},
+    {"diff",
+     Diff,
+     "What isn't the same in two designs",
+     false,
+     {{"DESIGN", DESIGN_HELP}, {"OTHER", DESIGN_HELP}}},
+};
+
+struct Settings {
+    const Command* command = nullptr;
+    Request request;
+    bool json = false;
+};
+
+void AddCommand(commandline::Program& program, const Command& command, Settings& settings) {
+    const commandline::Options sub = program.subcommand(
+        command.name, command.help, [&settings, &command] { settings.command = &command; });
+    sub.flag("--json", settings.json, "Answer as one JSON object, numbers in decimal");
+    if (command.takesDesign) {
+        sub.option("--design", settings.request.design, DESIGN_HELP).showDefault();
+    }
+    if (command.run == Write) {
+        sub.flag("--yes", settings.request.yes, "Really change the card");
+    }
+    const auto takeOperand = [&settings](const std::string& text) {
+        settings.request.operands.push_back(text);
+    };
+    for (const Operand& operand : command.operands) {
+        sub.option(operand.name, takeOperand, operand.help).required(operand.required);
+    }
+}
+
+/** The whole program; what ends it early passes through. */
+int Run(int argc, const char* const* argv) {
+    Settings settings;
+    settings.request.design = DEFAULT_DESIGN;
+    commandline::Program program(
+        "Looks into the register maps of the five designs.\n"
+        "Addresses are bytes from the base of the card's address space. In a path, what stands\n"
+        "once may leave out its [0]; the last index of a memory is its word.\n"
+        "Exit value: 0 done, 1 nothing there or a difference found, 2 wrong usage.",
+        "velnor_regs");
+    program.version(TOLMIRA_VERSION);
+    for (const Command& command : COMMANDS) {
+        AddCommand(program, command, settings);
+    }
+    if (const std::optional<int> exitValue = program.read(argc, argv)) {
+        return *exitValue;
+    }
+    const Answer answer = settings.command->run(settings.request);
+    (settings.json ? PrintAsJson : PrintAsText)(std::cout, answer);
+    return answer.exitValue;
+}
+
+}  // namespace
+
+}  // namespace regs
+
+// Out of memory, the program may end as the library ends it.
+int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
+    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    try {
+        return regs::Run(argc, argv);
+    } catch (const regs::Failure& failure) {
+        fprintf(stderr, "velnor_regs: %s\n", failure.what());
+        return failure.exitValue;
+    }
+}

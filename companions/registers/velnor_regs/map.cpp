@@ -1,0 +1,118 @@
+#include "companions/registers/velnor_regs/map.h"
+
+#include "companions/registers/velnor_regs/failure.h"
+#include "companions/registers/velnor_regs/nearest.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_2_5_walk.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_2_5_walk.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_walk.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_walk.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_mm_fcfs_walk.h"
+#include "src/card/velnor/hwmap/mapvisitor.h"
+
+namespace regs {
+
+namespace {
+
+/** Puts each object behind the ones before it, so that the map keeps the order of construction. */
+class Builder : public hwmap::MapVisitor {
+  public:
+    Builder(Map& map, void* base)
+        : i_domains(map.domains), i_base(reinterpret_cast<std::uintptr_t>(base)) {}
+
+    void group(const char* domain, const char* name, unsigned int instance, std::uintptr_t address,
+               const void* /*object*/) override {
+        if (i_domains.empty() || i_domains.back().name != domain) {
+            i_domains.push_back({domain, {}});
+        }
+        append(i_domains.back().groups, name, instance, Group{address - i_base, {}});
+    }
+    void registerWord(const char* name, unsigned int element, RegisterObject& object) override {
+        append(lastGroup().members, name, element,
+               Member{object.absoluteAddress() - i_base, 1, &object, nullptr, {}});
+    }
+    void memory(const char* name, unsigned int element, MemoryObject& object) override {
+        append(
+            lastGroup().members, name, element,
+            Member{object.absoluteAddress() - i_base, object.sizeInWords(), nullptr, &object, {}});
+    }
+    void registerField(const char* name, unsigned int element,
+                       RegisterFieldObject& object) override {
+        append(lastMember().fields, name, element,
+               Field{object.alignedMask(), object.lowestBit(), &object, nullptr});
+    }
+    void memoryField(const char* name, unsigned int element, MemoryFieldObject& object) override {
+        append(lastMember().fields, name, element,
+               Field{object.alignedMask(), object.lowestBit(), nullptr, &object});
+    }
+
+  private:
+    template <class Element>
+    static void append(std::vector<Series<Element>>& list, const char* name, unsigned int element,
+                       Element object) {
+        if (element == 0) {
+            list.push_back({name, {}});
+        }
+        ASSERT(list.back().name == name && list.back().elements.size() == element);
+        list.back().elements.push_back(std::move(object));
+    }
+    Group& lastGroup() { return i_domains.back().groups.back().elements.back(); }
+    Member& lastMember() { return lastGroup().members.back().elements.back(); }
+
+    std::vector<Domain>& i_domains;
+    const std::uintptr_t i_base;
+};
+
+template <class Design>
+Map Open(void* base) {
+    const auto design = std::make_shared<Design>(VolatileAccessor(), base);
+    Map map{design, {}};
+    Builder builder(map, base);
+    hwmap::Walk(*design, builder);
+    return map;
+}
+
+const struct {
+    const char* name;
+    Map (*open)(void* base);
+} DESIGNS[] = {
+    {"mm_fcfs", Open<hwmap::Design_velnor_vp_mm_fcfs<VolatileAccessor>>},
+    {"dve", Open<hwmap::Design_velnor_vp_dve<VolatileAccessor>>},
+    {"dve_3g", Open<hwmap::Design_velnor_vp_dve_3g<VolatileAccessor>>},
+    {"dve_2_5", Open<hwmap::Design_velnor_vp_dve_2_5<VolatileAccessor>>},
+    {"dve_3g_2_5", Open<hwmap::Design_velnor_vp_dve_3g_2_5<VolatileAccessor>>},
+};
+
+}  // namespace
+
+std::vector<std::string> DesignNames() {
+    std::vector<std::string> names;
+    for (const auto& design : DESIGNS) {
+        names.emplace_back(design.name);
+    }
+    return names;
+}
+
+Map OpenMap(const std::string& design, void* base) {
+    for (const auto& known : DESIGNS) {
+        if (known.name == design) {
+            return known.open(base);
+        }
+    }
+    throw Failure(EXIT_FINDING, "there is no design " + design + "; " +
+                                    NearestOf(design, DesignNames()) + " (list shows all)");
+}
+
+std::string BitsOf(const Field& field) {
+    unsigned int high = field.shift;
+    while ((field.mask >> (high - field.shift)) > 1) {
+        ++high;
+    }
+    const std::string low = std::to_string(field.shift);
+    return high == field.shift ? low : std::to_string(high) + ":" + low;
+}
+
+std::string IndexOf(bool repeats, std::size_t element) {
+    return repeats ? "[" + std::to_string(element) + "]" : "";
+}
+
+}  // namespace regs

@@ -1,0 +1,203 @@
+#include "companions/registers/velnor_regs/path.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <set>
+#include <sstream>
+#include <system_error>
+
+#include "companions/registers/velnor_regs/failure.h"
+#include "companions/registers/velnor_regs/nearest.h"
+
+namespace regs {
+
+namespace {
+
+struct Step {
+    std::string name;
+    std::vector<std::size_t> indices;
+};
+
+constexpr std::size_t MOST_STEPS = 4;
+
+/** Reads the indices of a step from its first bracket on. False for what are no indices. */
+bool ReadIndices(const char* at, const char* end, std::vector<std::size_t>& indices) {
+    while (at != end) {
+        std::size_t index = 0;
+        const auto [stop, error] = std::from_chars(at + 1, end, index);
+        if (*at != '[' || error != std::errc() || stop == end || *stop != ']') {
+            return false;
+        }
+        indices.push_back(index);
+        at = stop + 1;
+    }
+    return true;
+}
+
+bool ReadStep(const std::string& part, Step& step) {
+    const auto bracket = std::find(part.begin(), part.end(), '[');
+    step.name.assign(part.begin(), bracket);
+    const bool isName = std::all_of(step.name.begin(), step.name.end(), [](unsigned char c) {
+        return std::isalnum(c) != 0 || c == '_';
+    });
+    return !step.name.empty() && isName &&
+           ReadIndices(part.data() + step.name.size(), part.data() + part.size(), step.indices);
+}
+
+std::vector<Step> StepsOf(const std::string& text) {
+    std::vector<Step> steps;
+    std::istringstream in(text + ".");
+    bool good = true;
+    for (std::string part; good && std::getline(in, part, '.');) {
+        steps.emplace_back();
+        good = ReadStep(part, steps.back());
+    }
+    if (!good || steps.size() > MOST_STEPS) {
+        throw Failure(
+            EXIT_WRONG_USAGE,
+            "\"" + text + "\" is no path; write it as in sbuf.chip_misc[0].R_debug.value");
+    }
+    return steps;
+}
+
+/** Every path of the map without its indices: domains, groups, members and fields. */
+std::vector<std::string> AllNames(const Map& map) {
+    std::set<std::string> names;
+    for (const Domain& domain : map.domains) {
+        names.insert(domain.name);
+        for (const auto& group : domain.groups) {
+            const std::string groupPath = domain.name + "." + group.name;
+            names.insert(groupPath);
+            for (const auto& member : group.elements[0].members) {
+                const std::string memberPath = groupPath + "." + member.name;
+                names.insert(memberPath);
+                for (const auto& field : member.elements[0].fields) {
+                    names.insert(memberPath + "." + field.name);
+                }
+            }
+        }
+    }
+    return {names.begin(), names.end()};
+}
+
+/** Goes down one step after the other, and notes the path as the code would read it. */
+class Walker {
+  public:
+    Walker(const Map& map, const std::string& text) : i_map(map), i_steps(StepsOf(text)) {}
+
+    Place follow() {
+        const Domain& domain = named(i_map.domains);
+        if (!current().indices.empty()) {
+            throw Failure(EXIT_FINDING, i_path + " is a domain and takes no index");
+        }
+        const auto& groups = named(next(domain.groups));
+        const Group& group = element(groups, true);
+        const auto& members = named(next(group.members));
+        Place place{{}, &element(members, members.repeats()), {}, nullptr};
+        takeWord(*place.member, place.word);
+        if (i_step + 1 < i_steps.size()) {
+            const auto& fields = named(next(place.member->fields));
+            place.field = &element(fields, fields.repeats());
+        }
+        place.path = i_path;
+        return place;
+    }
+
+  private:
+    Step& current() { return i_steps[i_step]; }
+
+    template <class List>
+    const List& next(const List& list) {
+        if (++i_step == i_steps.size()) {
+            throw Failure(EXIT_FINDING,
+                          i_path + " is no word; go on" +
+                              (list.empty() ? " elsewhere, it is empty"
+                                            : " as in " + i_path + "." + list.front().name));
+        }
+        i_path += ".";
+        return list;
+    }
+
+    template <class List>
+    const typename List::value_type& named(const List& list) {
+        const auto found = std::find_if(list.begin(), list.end(), [this](const auto& one) {
+            return one.name == current().name;
+        });
+        if (found == list.end()) {
+            refuse();
+        }
+        i_path += found->name;
+        return *found;
+    }
+
+    [[noreturn]] void refuse() const {
+        std::string written;
+        for (const Step& step : i_steps) {
+            written += (written.empty() ? "" : ".") + step.name;
+        }
+        throw Failure(EXIT_FINDING,
+                      "there is no " + written + "; " + NearestOf(written, AllNames(i_map)));
+    }
+
+    /** Takes the step's first index; a memory that doesn't repeat leaves a lone one for its word.
+     */
+    template <class Element>
+    const Element& element(const Series<Element>& series, bool shown) {
+        std::vector<std::size_t>& indices = current().indices;
+        std::size_t index = 0;
+        if (series.repeats() || !(indices.empty() || isWord(series.elements[0]))) {
+            index = takeIndex(series.elements.size());
+        }
+        i_path += IndexOf(shown, index);
+        const bool mayHaveWord = std::is_same_v<Element, Member>;
+        if (!mayHaveWord && !indices.empty()) {
+            throw Failure(EXIT_FINDING, i_path + " takes one index");
+        }
+        return series.elements[index];
+    }
+
+    std::size_t takeIndex(std::size_t size) {
+        std::vector<std::size_t>& indices = current().indices;
+        if (indices.empty() || indices[0] >= size) {
+            throw Failure(EXIT_FINDING, i_path + (size == 1 ? " has only [0]"
+                                                            : " takes one of [0] to [" +
+                                                                  std::to_string(size - 1) + "]"));
+        }
+        const std::size_t index = indices[0];
+        indices.erase(indices.begin());
+        return index;
+    }
+
+    template <class Element>
+    bool isWord(const Element& object) {
+        if constexpr (std::is_same_v<Element, Member>) {
+            return object.isMemory() && current().indices.size() == 1;
+        }
+        return false;
+    }
+
+    void takeWord(const Member& member, std::optional<std::size_t>& word) {
+        if (current().indices.empty()) {
+            return;
+        }
+        if (!member.isMemory() || current().indices.size() > 1) {
+            throw Failure(EXIT_FINDING, i_path + " takes fewer indices");
+        }
+        word = takeIndex(member.words);
+        i_path += IndexOf(true, *word);
+    }
+
+    const Map& i_map;
+    std::vector<Step> i_steps;
+    std::size_t i_step = 0;
+    std::string i_path;
+};
+
+}  // namespace
+
+Place FollowPath(const Map& map, const std::string& text) {
+    return Walker(map, text).follow();
+}
+
+}  // namespace regs

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "companions/registers/velnor_regs/map.h"
+
+namespace regs {
+
+/** What a path leads to; it points into the map. */
+struct Place {
+    /** As the code reads: a group always with its instance, a member only where it repeats. */
+    std::string path;
+    const Member* member;
+    /** The word of a memory; nothing where the path names the memory as a whole. */
+    std::optional<std::size_t> word;
+    /** Null where the path ends at the member. */
+    const Field* field;
+
+    std::uintptr_t address() const { return member->address + 4 * word.value_or(0); }
+};
+
+/**
+ * Follows a path such as "sbuf.shelf_status[0].shelf_status_spi_values[5].value". What doesn't
+ * repeat may leave out its [0]. A memory's last index is its word: the fifth one here, and word 5
+ * of element 3 in "hor_chroma_coef_dve[3][5]".
+ *
+ * Throws Failure: for what is no path, and for one that leads nowhere, with the nearest ones.
+ */
+Place FollowPath(const Map& map, const std::string& text);
+
+}  // namespace regs

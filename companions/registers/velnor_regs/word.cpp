@@ -1,0 +1,109 @@
+#include "companions/registers/velnor_regs/word.h"
+
+#include "companions/registers/velnor_regs/commands.h"
+#include "companions/registers/velnor_regs/number.h"
+
+namespace regs {
+
+namespace {
+
+constexpr unsigned int BITS = 32;
+constexpr char LETTERS[] = "abcdefghijklmnopqrstuvwxyzABCDEF";  // one for each bit
+
+/** In fours, the highest bit first. */
+std::string InFours(const std::string& head, const std::string& cells) {
+    std::string line = head;
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        line += (i % 4 == 0 ? " " : "") + std::string(1, cells[i]);
+    }
+    return line;
+}
+
+/** The highest bit of each four above it. */
+std::string BitNumbers() {
+    std::string line = "bit  ";
+    for (int bit = BITS - 1; bit > 0; bit -= 4) {
+        std::string number = " " + std::to_string(bit);
+        number.resize(5, ' ');
+        line += number;
+    }
+    return line.substr(0, line.find_last_not_of(' ') + 1);
+}
+
+std::vector<std::string> Draw(const std::string& letters,
+                              const std::optional<std::uint32_t>& value) {
+    std::vector<std::string> drawing = {BitNumbers(), InFours("field", letters)};
+    if (value) {
+        std::string digits;
+        for (unsigned int bit = BITS; bit-- > 0;) {
+            digits += (*value >> bit & 1) != 0 ? '1' : '0';
+        }
+        drawing.push_back(InFours("value", digits));
+    }
+    return drawing;
+}
+
+/** Adds the fields to the rows and to the letters of the bits; gives the bits that they take. */
+std::uint32_t AddFields(const Place& place, const std::optional<std::uint32_t>& value,
+                        Answer& answer, std::string& letters) {
+    std::uint32_t named = 0;
+    for (const auto& series : place.member->fields) {
+        for (std::size_t i = 0; i < series.elements.size(); ++i) {
+            const Field& field = series.elements[i];
+            if (place.field != nullptr && place.field != &field) {
+                continue;
+            }
+            const char letter = LETTERS[answer.rows.size()];
+            for (unsigned int bit = 0; bit < BITS; ++bit) {
+                if ((field.mask << field.shift >> bit & 1) != 0) {
+                    letters[BITS - 1 - bit] = letter;
+                }
+            }
+            answer.rows.push_back({std::string(1, letter),
+                                   series.name + IndexOf(series.repeats(), i), BitsOf(field),
+                                   Hex{field.mask}, std::uint64_t{field.shift}});
+            if (value) {
+                answer.rows.back().emplace_back(Hex{FieldOfWord(*value, field.mask, field.shift)});
+            }
+            named |= field.mask << field.shift;
+        }
+    }
+    return named;
+}
+
+}  // namespace
+
+Answer DescribeWord(const std::string& design, const Place& place,
+                    const std::optional<std::uint32_t>& value) {
+    Answer answer;
+    answer.subject = "fields";
+    answer.columns = {"letter", "field", "bits", "mask", "shift"};
+    std::string letters(BITS, '.');
+    const std::uint32_t named = AddFields(place, value, answer, letters);
+    answer.facts = {{"design", design}, {"path", place.path}, {"address", Hex{place.address()}}};
+    if (place.member->isMemory() && !place.word) {
+        answer.facts.emplace_back("words", place.member->words);
+    }
+    if (value) {
+        answer.columns.emplace_back("value");
+        answer.facts.emplace_back("word", Hex{*value});
+        if (place.field == nullptr && (*value & ~named) != 0) {
+            answer.facts.emplace_back("unnamed", Hex{*value & ~named});
+        }
+    }
+    answer.drawing = Draw(letters, value);
+    return answer;
+}
+
+Answer Show(const Request& request) {
+    const Map map = OpenMap(request.design, nullptr);
+    return DescribeWord(request.design, FollowPath(map, request.operands[0]), {});
+}
+
+Answer Decode(const Request& request) {
+    const Map map = OpenMap(request.design, nullptr);
+    return DescribeWord(request.design, FollowPath(map, request.operands[0]),
+                        static_cast<std::uint32_t>(NumberOf(request.operands[1], UINT32_MAX)));
+}
+
+}  // namespace regs

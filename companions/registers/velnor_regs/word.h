@@ -1,0 +1,17 @@
+#pragma once
+
+#include <optional>
+
+#include "companions/registers/velnor_regs/answer.h"
+#include "companions/registers/velnor_regs/path.h"
+
+namespace regs {
+
+/**
+ * The word that the path leads to, as a row of bits with its fields, and with their values where
+ * the whole word's value is given. Of a path that ends at a field, that field alone.
+ */
+Answer DescribeWord(const std::string& design, const Place& place,
+                    const std::optional<std::uint32_t>& value);
+
+}  // namespace regs

@@ -1,0 +1,176 @@
+#include "companions/simulator/controller/conversation.h"
+
+#include <cstdio>
+#include <string>
+
+namespace controller {
+
+namespace {
+
+/** In front of a page's data: number, CRC and the count of the data's bytes. */
+constexpr size_t PAGE_PREFIX = 8;
+constexpr size_t INFO_SIZE = 4;
+
+std::string Hex(uint16_t number) {
+    char text[8];
+    snprintf(text, sizeof text, "%04X", number);
+    return text;
+}
+
+/** A page from its body; empty data, and so a bad size, where the body contradicts itself. */
+FlashPage UnpackPage(const std::vector<uint8_t>& body) {
+    FlashPage page;
+    if (body.size() < PAGE_PREFIX) {
+        return page;
+    }
+    page.number = ReadU16(body.data());
+    page.crc = static_cast<uint16_t>(body[3] << 8 | body[2]);
+    if (ReadU32(body.data() + 4) == body.size() - PAGE_PREFIX) {
+        page.data.assign(body.begin() + PAGE_PREFIX, body.end());
+    }
+    return page;
+}
+
+}  // namespace
+
+Outcome Conversation::take(uint8_t byte) {
+    i_whereabouts.follow(i_reader.begun());
+    const std::optional<Frame> frame = i_reader.push(byte);
+    if (!frame) {
+        return {};
+    }
+    i_whereabouts.over();
+    noteDroppedBytes();
+    return handle(*frame);
+}
+
+void Conversation::noteDroppedBytes() {
+    const size_t dropped = i_reader.droppedBytes() - i_droppedBytes;
+    if (dropped != 0) {
+        i_journal.finding(std::to_string(dropped) + " bytes belong to no message");
+        i_droppedBytes = i_reader.droppedBytes();
+    }
+}
+
+Outcome Conversation::handle(const Frame& frame) {
+    Outcome outcome;
+    outcome.complete = true;
+    switch (frame.id) {
+        case ID_UPGRADE_BEGIN:
+            begin();
+            break;
+        case ID_FLASH_PAGE:
+            outcome.answer = page(frame.body);
+            break;
+        case ID_UPGRADE_INFO:
+            info(frame.body);
+            break;
+        case ID_UPGRADE_END:
+            outcome.upgraded = end();
+            break;
+        default:
+            ++i_tally.unknown;
+            i_journal.finding("message of unknown id " + std::to_string(frame.id));
+            break;
+    }
+    return outcome;
+}
+
+void Conversation::begin() {
+    close();
+    ++i_tally.begins;
+    i_journal.trace("host begins an upgrade");
+    i_flash.erase();
+    i_open = true;
+    i_fits = false;
+    i_whereabouts.begin();
+}
+
+PageResult Conversation::judge(const FlashPage& page) {
+    const PageResult result = i_flash.program(page);
+    const bool good = result == PageResult::e_Good;
+    ++(good ? i_tally.goodPages : i_tally.badPages);
+    if (!good) {
+        i_journal.finding("page " + std::to_string(page.number) + ": " + ResultName(result));
+    }
+    return result;
+}
+
+Answer Conversation::page(const std::vector<uint8_t>& body) {
+    ++i_tally.pages;
+    const FlashPage page = UnpackPage(body);
+    const unsigned attempt = i_whereabouts.attempt();
+    const PageResult result = judge(page);
+    if (i_journal.tracing()) {
+        i_journal.trace("host sends page " + std::to_string(page.number) + ", attempt " +
+                        std::to_string(attempt) + ", CRC " + Hex(page.crc) + ", answer " +
+                        ResultName(result));
+    }
+    return {page.number, attempt, PackResult(static_cast<uint8_t>(result))};
+}
+
+void Conversation::info(const std::vector<uint8_t>& body) {
+    ++i_tally.infos;
+    if (body.size() != INFO_SIZE) {
+        i_journal.finding("upgrade information of " + std::to_string(body.size()) + " bytes");
+        return;
+    }
+    const uint16_t pages = ReadU16(body.data());
+    i_checksum = ReadU16(body.data() + 2);
+    i_journal.trace("host tells " + std::to_string(pages) + " pages, checksum " + Hex(i_checksum));
+    i_fits = pages == i_flash.pages();
+    if (!i_fits) {
+        i_journal.finding(std::to_string(pages) + " pages told, " +
+                          std::to_string(i_flash.pages()) + " held");
+    }
+    if (i_expectedChecksum && *i_expectedChecksum != i_checksum) {
+        i_fits = false;
+        i_journal.finding("checksum " + Hex(i_checksum) + ", expected " + Hex(*i_expectedChecksum));
+    }
+}
+
+bool Conversation::end() {
+    ++i_tally.ends;
+    i_journal.trace("host ends the upgrade");
+    const bool upgraded = i_open && i_fits;
+    if (upgraded) {
+        ++i_tally.upgrades;
+        i_journal.event("upgrade complete, " + std::to_string(i_flash.pages()) +
+                        " pages, checksum " + Hex(i_checksum));
+    } else {
+        i_journal.finding("upgrade ended without a transfer that fits");
+    }
+    i_open = false;
+    i_fits = false;
+    return upgraded;
+}
+
+void Conversation::breakOff(const char* why) {
+    noteDroppedBytes();
+    const bool begun = !i_reader.begun().empty();
+    forget();
+    if (begun) {
+        i_journal.finding(std::string("message broken off: ") + why);
+    }
+}
+
+void Conversation::forget() {
+    i_reader.restart();
+    i_whereabouts.over();
+}
+
+void Conversation::welcome() {
+    breakOff("another host has come");
+    close();
+    i_whereabouts = {};
+}
+
+void Conversation::close() {
+    if (i_open) {
+        i_open = false;
+        i_journal.finding("upgrade broken off behind page count " +
+                          std::to_string(i_flash.pages()));
+    }
+}
+
+}  // namespace controller

@@ -1,0 +1,192 @@
+#include "companions/simulator/controller/faultplan.h"
+
+#include <algorithm>
+
+namespace controller {
+
+namespace {
+
+bool SameBytePlace(const Place& a, const Place& b) {
+    return a.message == b.message && a.page == b.page && a.attempt == b.attempt && a.byte == b.byte;
+}
+
+bool IsOf(const Fault& fault, const Answer& answer) {
+    return ScopeOf(fault.kind) == FaultScope::e_Answer && fault.place.page == answer.page &&
+           fault.place.attempt == answer.attempt;
+}
+
+/** A fault that takes effect on the way to the host, not in the bytes themselves. */
+bool IsStep(FaultKind kind) {
+    return kind >= FaultKind::e_Late;
+}
+
+void PutNumber(std::vector<uint8_t>& bytes, size_t offset, size_t size, uint32_t number) {
+    for (size_t i = size; i-- > 0; number >>= 8) {
+        bytes[offset + i] = static_cast<uint8_t>(number);
+    }
+}
+
+void PutLength(std::vector<uint8_t>& bytes, uint32_t length) {
+    PutNumber(bytes, LENGTH_OFFSET, sizeof length, length);
+}
+
+/** False where there is nothing to spoil. The header is there until something is cut. */
+bool Spoil(std::vector<uint8_t>& bytes, FaultKind kind, uint32_t value) {
+    switch (kind) {
+        case FaultKind::e_Body:
+            bytes.resize(HEADER_SIZE + value, 0);
+            PutLength(bytes, static_cast<uint32_t>(bytes.size()));
+            return true;
+        case FaultKind::e_Result:
+            if (bytes.size() == HEADER_SIZE) {
+                return false;
+            }
+            bytes[HEADER_SIZE] = static_cast<uint8_t>(value);
+            return true;
+        case FaultKind::e_Id:
+            PutNumber(bytes, ID_OFFSET, 2, value);
+            return true;
+        case FaultKind::e_Lead:
+            PutNumber(bytes, 0, 2, value);
+            return true;
+        case FaultKind::e_Length:
+            PutLength(bytes, value);
+            return true;
+        case FaultKind::e_Extra:
+            bytes.resize(bytes.size() + value, 0);
+            return true;
+        case FaultKind::e_Cut: {
+            const bool longer = bytes.size() > value;
+            bytes.resize(longer ? value : bytes.size());
+            return longer;
+        }
+        default:
+            bytes.clear();
+            return true;
+    }
+}
+
+/** The step in front of the byte at `position`, or for it, that this fault makes; if it does. */
+std::optional<Step> StepAt(const Fault& fault, size_t position, size_t first, size_t size) {
+    const uint32_t value = fault.value.value_or(0);
+    const bool here = fault.place.byte == position && position < size;
+    switch (fault.kind) {
+        case FaultKind::e_Late:
+            return here ? std::optional<Step>({Step::Kind::e_Wait, value, &fault}) : std::nullopt;
+        case FaultKind::e_Overrun:
+            return here ? std::optional<Step>({Step::Kind::e_Lose, 0, &fault}) : std::nullopt;
+        default:
+            return value <= size && std::max<size_t>(value, first) == position
+                       ? std::optional<Step>({Step::Kind::e_Die, 0, &fault})
+                       : std::nullopt;
+    }
+}
+
+}  // namespace
+
+std::vector<Step> FaultlessSteps(const std::vector<uint8_t>& bytes) {
+    std::vector<Step> steps;
+    steps.reserve(bytes.size());
+    for (const uint8_t byte : bytes) {
+        steps.push_back({Step::Kind::e_Offer, byte, nullptr});
+    }
+    return steps;
+}
+
+FaultPlan::FaultPlan(const Schedule& schedule, Journal& journal) : i_journal(journal) {
+    for (const Fault& fault : schedule) {
+        i_entries.push_back({fault, false});
+    }
+    std::stable_sort(i_entries.begin(), i_entries.end(),
+                     [](const Entry& a, const Entry& b) { return a.fault.kind < b.fault.kind; });
+}
+
+void FaultPlan::tell(const Fault& fault) {
+    for (Entry& entry : i_entries) {
+        if (&entry.fault == &fault && !entry.acted) {
+            entry.acted = true;
+            i_journal.fault(ScheduleText({fault}));
+        }
+    }
+}
+
+const Fault* FaultPlan::next(const Place& place) {
+    for (const Entry& entry : i_entries) {
+        if (!entry.acted && ScopeOf(entry.fault.kind) == FaultScope::e_HostByte &&
+            SameBytePlace(entry.fault.place, place)) {
+            tell(entry.fault);
+            return &entry.fault;
+        }
+    }
+    return nullptr;
+}
+
+void FaultPlan::applyTo(std::vector<uint8_t>& bytes, const Answer& answer) {
+    for (const Entry& entry : i_entries) {
+        const Fault& fault = entry.fault;
+        if (!entry.acted && IsOf(fault, answer) && !IsStep(fault.kind) &&
+            Spoil(bytes, fault.kind, fault.value.value_or(0))) {
+            tell(fault);
+        }
+    }
+}
+
+std::vector<const Fault*> FaultPlan::stepFaults(const Answer& answer) {
+    std::vector<const Fault*> faults;
+    for (const Entry& entry : i_entries) {
+        if (!entry.acted && IsOf(entry.fault, answer) && IsStep(entry.fault.kind)) {
+            faults.push_back(&entry.fault);
+        }
+    }
+    // Death stands in front of a wait at the same byte.
+    std::reverse(faults.begin(), faults.end());
+    return faults;
+}
+
+std::vector<Step> FaultPlan::answer(const Answer& answer, size_t early) {
+    std::vector<uint8_t> bytes = answer.bytes;
+    applyTo(bytes, answer);
+    const std::vector<const Fault*> faults = stepFaults(answer);
+    const size_t first = std::min(early, bytes.size());
+    std::vector<Step> steps;
+    steps.reserve(bytes.size() + faults.size());
+    for (size_t i = first; i <= bytes.size(); ++i) {
+        Step byte;
+        byte.value = i < bytes.size() ? bytes[i] : 0;
+        for (const Fault* fault : faults) {
+            const std::optional<Step> step = StepAt(*fault, i, first, bytes.size());
+            if (step && step->kind == Step::Kind::e_Lose) {
+                byte.kind = step->kind;
+                byte.cause = fault;
+            } else if (step) {
+                steps.push_back(*step);
+            }
+        }
+        if (i < bytes.size()) {
+            steps.push_back(byte);
+        }
+    }
+    return steps;
+}
+
+const Fault* FaultPlan::ofRun(FaultKind kind) {
+    const auto found = std::find_if(i_entries.begin(), i_entries.end(), [kind](const Entry& entry) {
+        return entry.fault.kind == kind;
+    });
+    if (found == i_entries.end()) {
+        return nullptr;
+    }
+    tell(found->fault);
+    return &found->fault;
+}
+
+std::optional<uint32_t> FaultPlan::appearsOnPoll() const {
+    for (const Entry& entry : i_entries) {
+        if (entry.fault.kind == FaultKind::e_Appear) {
+            return entry.fault.value;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace controller

@@ -1,0 +1,33 @@
+#include "companions/simulator/controller/pacer.h"
+
+#include <sched.h>
+
+#include <thread>
+
+namespace controller {
+
+namespace {
+
+constexpr unsigned SPINS = 5000;
+constexpr std::chrono::milliseconds YIELDING{20};
+constexpr std::chrono::microseconds NAP{100};
+
+}  // namespace
+
+std::chrono::milliseconds Pacer::miss() {
+    if (i_misses < SPINS) {
+        ++i_misses;
+        i_quietSince = i_misses == SPINS ? Clock::now() : i_quietSince;
+        return {};
+    }
+    const auto quiet =
+        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - i_quietSince);
+    if (quiet < YIELDING) {
+        sched_yield();
+    } else {
+        std::this_thread::sleep_for(NAP);
+    }
+    return quiet;
+}
+
+}  // namespace controller

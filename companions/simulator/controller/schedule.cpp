@@ -1,0 +1,415 @@
+#include "companions/simulator/controller/schedule.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+#include <sstream>
+
+#include "companions/simulator/controller/dice.h"
+
+namespace controller {
+
+namespace {
+
+enum class Need { e_None, e_Optional, e_Value };
+
+template <uint32_t low, uint32_t high>
+bool Between(uint32_t value) {
+    return value >= low && value <= high;
+}
+
+bool Anything(uint32_t /*value*/) {
+    return true;
+}
+
+bool FitsState10(uint32_t value) {
+    return value == 1 || Between<3, 0xFF>(value);
+}
+
+bool FitsDirty(uint32_t value) {
+    return (value & 0xFF) == 0;
+}
+
+struct Kind {
+    const char* name;
+    FaultScope scope;
+    Need need;
+    bool (*fits)(uint32_t);
+    /** The values that fit, in words. */
+    const char* values;
+    bool hexadecimal;
+    /** How often a random schedule has it, in proportion. */
+    unsigned weight;
+};
+
+constexpr auto HOST_BYTE = FaultScope::e_HostByte;
+constexpr auto ANSWER = FaultScope::e_Answer;
+constexpr auto RUN = FaultScope::e_Run;
+
+/** In the order of FaultKind. */
+constexpr Kind KINDS[] = {
+    {"slow", HOST_BYTE, Need::e_Value, Anything, "milliseconds", false, 6},
+    {"die", HOST_BYTE, Need::e_None, nullptr, "", false, 4},
+    {"reset", HOST_BYTE, Need::e_Optional, Anything, "milliseconds", false, 5},
+    {"state10", HOST_BYTE, Need::e_Value, FitsState10, "1 or 3 to 255", false, 3},
+    {"state7", HOST_BYTE, Need::e_Value, Between<3, 0xFF>, "3 to 255", false, 3},
+    {"unasked", HOST_BYTE, Need::e_Value, Between<0, 0xFF>, "0 to 255", false, 3},
+    {"early", HOST_BYTE, Need::e_Value, Between<1, 9>, "1 to 9", false, 3},
+    {"body", ANSWER, Need::e_Value, Between<0, 0xFFFF>, "0 to 65535", false, 3},
+    {"result", ANSWER, Need::e_Value, Between<0, 0xFF>, "0 to 255", false, 6},
+    {"id", ANSWER, Need::e_Value, Between<0, 0xFFFF>, "0 to 65535", false, 4},
+    {"lead", ANSWER, Need::e_Value, Between<0, 0xFFFF>, "0 to 0xFFFF", true, 4},
+    {"length", ANSWER, Need::e_Value, Anything, "0 to 0xFFFFFFFF", true, 6},
+    {"extra", ANSWER, Need::e_Value, Between<0, 0xFFFF>, "0 to 65535", false, 3},
+    {"cut", ANSWER, Need::e_Value, Anything, "a count of bytes", false, 4},
+    {"silence", ANSWER, Need::e_None, nullptr, "", false, 5},
+    {"late", ANSWER, Need::e_Value, Anything, "milliseconds", false, 6},
+    {"overrun", ANSWER, Need::e_None, nullptr, "", false, 3},
+    {"stop", ANSWER, Need::e_Value, Anything, "a count of bytes", false, 4},
+    {"norearm", RUN, Need::e_None, nullptr, "", false, 3},
+    {"rearm", RUN, Need::e_Value, Anything, "milliseconds", false, 3},
+    {"dirty", RUN, Need::e_Value, FitsDirty, "a mask whose low byte is 0", true, 3},
+    {"appear", RUN, Need::e_Value, Anything, "the number of a poll", false, 2},
+    {"revise", RUN, Need::e_Value, Between<0, 0xFFFF>, "0 to 65535", false, 2},
+};
+
+static_assert(std::size(KINDS) == static_cast<size_t>(FaultKind::e_Revise) + 1);
+
+const Kind& KindOf(FaultKind kind) {
+    return KINDS[static_cast<size_t>(kind)];
+}
+
+struct MessageBytes {
+    const char* name;
+    /** The first byte that can be told from another message's, and the one behind the last. */
+    unsigned first;
+    unsigned end;
+};
+
+/** In the order of HostMessage. */
+constexpr MessageBytes MESSAGES[] = {
+    {"begin", 0, 8}, {"a page", 0, 272}, {"info", 4, 12}, {"end", 4, 8}};
+
+const MessageBytes& BytesOf(HostMessage message) {
+    return MESSAGES[static_cast<size_t>(message)];
+}
+
+std::vector<std::string> Split(const std::string& text, char separator) {
+    std::vector<std::string> parts;
+    std::istringstream stream(text + separator);
+    for (std::string part; std::getline(stream, part, separator);) {
+        parts.push_back(part);
+    }
+    return parts;
+}
+
+std::optional<uint32_t> ParseNumber(const std::string& text) {
+    const bool hexadecimal = text.compare(0, 2, "0x") == 0;
+    const std::string digits = hexadecimal ? text.substr(2) : text;
+    const char* known = hexadecimal ? "0123456789abcdefABCDEF" : "0123456789";
+    if (digits.empty() || digits.size() > 10 ||
+        digits.find_first_not_of(known) != std::string::npos) {
+        return std::nullopt;
+    }
+    const uint64_t number = std::stoull(digits, nullptr, hexadecimal ? 16 : 10);
+    return number > UINT32_MAX ? std::nullopt
+                               : std::optional<uint32_t>(static_cast<uint32_t>(number));
+}
+
+/** Reads one fault. Each step is false with the reason in `i_error`. */
+class FaultParser {
+  public:
+    explicit FaultParser(const std::string& word) : i_word(word) {}
+
+    bool parse() {
+        const size_t at = i_word.find('@');
+        const std::string head = i_word.substr(0, at);
+        const size_t equals = head.find('=');
+        return name(head.substr(0, equals)) &&
+               (equals == std::string::npos ? noValue() : value(head.substr(equals + 1))) &&
+               (at == std::string::npos ? noPlace() : place(i_word.substr(at + 1)));
+    }
+
+    const Fault& fault() const { return i_fault; }
+    std::string error() const { return i_word + ": " + i_error; }
+
+  private:
+    bool fail(const std::string& why) {
+        i_error = why;
+        return false;
+    }
+
+    const Kind& kind() const { return KindOf(i_fault.kind); }
+
+    bool name(const std::string& text) {
+        const auto* found = std::find_if(std::begin(KINDS), std::end(KINDS),
+                                         [&](const Kind& k) { return text == k.name; });
+        if (found == std::end(KINDS)) {
+            return fail("no fault is called \"" + text + "\"");
+        }
+        i_fault.kind = static_cast<FaultKind>(found - std::begin(KINDS));
+        return true;
+    }
+
+    bool noValue() {
+        return kind().need != Need::e_Value || fail(std::string("needs a value, ") + kind().values);
+    }
+
+    bool value(const std::string& text) {
+        if (kind().need == Need::e_None) {
+            return fail("takes no value");
+        }
+        i_fault.value = ParseNumber(text);
+        return (i_fault.value && kind().fits(*i_fault.value)) ||
+               fail("\"" + text + "\" is no value for it, " + kind().values + " would be");
+    }
+
+    bool noPlace() {
+        return kind().scope == FaultScope::e_Run || fail("needs a place, such as @3.1");
+    }
+
+    bool place(const std::string& text) {
+        if (kind().scope == FaultScope::e_Run) {
+            return fail("takes no place, it holds for the whole run");
+        }
+        const std::vector<std::string> parts = Split(text, '.');
+        Place& place = i_fault.place;
+        const auto* named =
+            std::find_if(std::begin(MESSAGES), std::end(MESSAGES),
+                         [&](const MessageBytes& m) { return parts.front() == m.name; });
+        const bool read = named == std::end(MESSAGES)
+                              ? readPage(parts)
+                              : readMessage(parts, static_cast<HostMessage>(named - MESSAGES));
+        if (!read) {
+            return fail("\"" + text + "\" is no place; PAGE.ATTEMPT, PAGE.ATTEMPT.BYTE, " +
+                        "begin.BYTE, info.BYTE and end.BYTE are");
+        }
+        return kind().scope == FaultScope::e_HostByte ? hostByte()
+                                                      : place.message == HostMessage::e_Page ||
+                                                            fail("belongs to the answer to a page");
+    }
+
+    bool readPage(const std::vector<std::string>& parts) {
+        if (parts.size() < 2 || parts.size() > 3) {
+            return false;
+        }
+        const auto page = ParseNumber(parts[0]);
+        const auto attempt = ParseNumber(parts[1]);
+        const auto byte = parts.size() == 3 ? ParseNumber(parts[2]) : std::optional<uint32_t>(0);
+        if (!page || *page > UINT16_MAX || !attempt || *attempt == 0 || !byte) {
+            return false;
+        }
+        i_fault.place = {HostMessage::e_Page, static_cast<uint16_t>(*page), *attempt, *byte};
+        return true;
+    }
+
+    bool readMessage(const std::vector<std::string>& parts, HostMessage message) {
+        const auto byte = parts.size() == 2 ? ParseNumber(parts[1]) : std::nullopt;
+        i_fault.place = {message, 0, 1, byte.value_or(0)};
+        return byte && message != HostMessage::e_Page;
+    }
+
+    bool hostByte() {
+        const MessageBytes& bytes = BytesOf(i_fault.place.message);
+        return (i_fault.place.byte >= bytes.first && i_fault.place.byte <= bytes.end) ||
+               fail(std::string("at ") + bytes.name + ", the byte is one from " +
+                    std::to_string(bytes.first) + " to " + std::to_string(bytes.end));
+    }
+
+    std::string i_word;
+    Fault i_fault;
+    std::string i_error;
+};
+
+bool Holds(const Schedule& schedule, FaultKind kind) {
+    return std::any_of(schedule.begin(), schedule.end(),
+                       [kind](const Fault& fault) { return fault.kind == kind; });
+}
+
+std::string NumberText(uint32_t number, bool hexadecimal) {
+    char text[16];
+    snprintf(text, sizeof text, hexadecimal ? "0x%X" : "%u", number);
+    return text;
+}
+
+std::string PlaceText(const Place& place) {
+    const std::string byte = "." + std::to_string(place.byte);
+    if (place.message != HostMessage::e_Page) {
+        return BytesOf(place.message).name + byte;
+    }
+    return std::to_string(place.page) + "." + std::to_string(place.attempt) +
+           (place.byte == 0 ? "" : byte);
+}
+
+FaultKind RandomKind(Dice& dice) {
+    unsigned total = 0;
+    for (const Kind& kind : KINDS) {
+        total += kind.weight;
+    }
+    unsigned left = dice.below(total);
+    size_t i = 0;
+    while (left >= KINDS[i].weight) {
+        left -= KINDS[i++].weight;
+    }
+    return static_cast<FaultKind>(i);
+}
+
+/** Milliseconds around the host's limits, which are two to three seconds and three to four. */
+uint32_t RandomTime(Dice& dice) {
+    return dice.oneOf({0, 1, 500, 1999, 2000, 2001, 2500, 2999, 3000, 3001, 3500, 3999, 4000, 4001,
+                       dice.below(6000)});
+}
+
+uint32_t RandomAnswerValue(Dice& dice, FaultKind kind) {
+    switch (kind) {
+        case FaultKind::e_Body:
+            return dice.oneOf({0, 1, 2, 3, 255, 300});
+        case FaultKind::e_Id:
+            return dice.oneOf({0, 11938, 11939, 11940, 11941, 11942, 11943, 0xFFFF});
+        case FaultKind::e_Lead:
+            return dice.oneOf({0, 0x02DC, 0x02DD, 0x03DC, 0xDC02, 0xFFFF});
+        case FaultKind::e_Length:
+            return dice.oneOf({0, 7, 8, 9, 10, 272, 0x7FFFFFF, 0x8000000, 0x8000001, 0xFFFFFFFF});
+        case FaultKind::e_Extra:
+            return dice.oneOf({1, 2, 7, 8, 9, 17});
+        case FaultKind::e_Cut:
+        case FaultKind::e_Stop:
+            return dice.below(10);
+        case FaultKind::e_Late:
+            return RandomTime(dice);
+        default:
+            return dice.oneOf({0, 1, 2, 127, 255});
+    }
+}
+
+uint32_t RandomValue(Dice& dice, FaultKind kind) {
+    switch (kind) {
+        case FaultKind::e_Slow:
+        case FaultKind::e_Reset:
+            return RandomTime(dice);
+        case FaultKind::e_State10:
+            return dice.oneOf({1, 3, 36, 255});
+        case FaultKind::e_State7:
+            return dice.oneOf({3, 4, 243, 255});
+        case FaultKind::e_Early:
+            return 1 + dice.below(9);
+        case FaultKind::e_Rearm:
+            return dice.oneOf({0, 1, 1000, dice.below(4000)});
+        case FaultKind::e_Dirty:
+            return dice.oneOf({0x100, 0xFF00, 0xABCDE100, 0xFFFFFF00});
+        case FaultKind::e_Appear:
+            return dice.oneOf({0, 1, 2, 30, 58, 59, 60});
+        case FaultKind::e_Revise:
+            return dice.oneOf({0, 255, 256, 19524, 19525, 19526, 0xFFFF});
+        default:
+            return RandomAnswerValue(dice, kind);
+    }
+}
+
+/** `last` is the fault in front, null if there is none. */
+Place RandomPage(Dice& dice, uint16_t pages, const Fault* last) {
+    Place place;
+    if (last != nullptr && ScopeOf(last->kind) != FaultScope::e_Run &&
+        last->place.message == HostMessage::e_Page && dice.oneIn(2)) {
+        // Where that one sends the host.
+        place.page = last->place.page;
+        place.attempt = last->place.attempt + 1;
+        return place;
+    }
+    const auto lastPage = static_cast<uint32_t>(pages - 1);
+    place.page =
+        static_cast<uint16_t>(dice.oneOf({0, lastPage, dice.below(pages), dice.below(pages)}));
+    place.attempt = dice.oneIn(12) ? 2 + dice.below(4) : 1;
+    return place;
+}
+
+Place RandomPlace(Dice& dice, FaultScope scope, uint16_t pages, const Fault* last) {
+    Place place;
+    if (scope == FaultScope::e_HostByte && (pages == 0 || dice.oneIn(6))) {
+        place.message = dice.oneIn(3)   ? HostMessage::e_Begin
+                        : dice.oneIn(2) ? HostMessage::e_Info
+                                        : HostMessage::e_End;
+        const MessageBytes& bytes = BytesOf(place.message);
+        place.byte = bytes.first + dice.below(bytes.end - bytes.first + 1);
+        return place;
+    }
+    place = RandomPage(dice, std::max<uint16_t>(pages, 1), last);
+    place.byte =
+        scope == FaultScope::e_Answer
+            ? dice.below(9)
+            : dice.oneOf({0, 1, 3, 4, 7, 8, 9, 10, 11, 12, 270, 271, 272, dice.below(272)});
+    return place;
+}
+
+Fault RandomFault(Dice& dice, uint16_t pages, const Fault* last) {
+    Fault fault;
+    fault.kind = RandomKind(dice);
+    const Kind& kind = KindOf(fault.kind);
+    if (kind.need == Need::e_Value || (kind.need == Need::e_Optional && !dice.oneIn(4))) {
+        fault.value = RandomValue(dice, fault.kind);
+    }
+    if (kind.scope != FaultScope::e_Run) {
+        fault.place = RandomPlace(dice, kind.scope, pages, last);
+    }
+    if (kind.scope == FaultScope::e_Answer && fault.kind != FaultKind::e_Late &&
+        fault.kind != FaultKind::e_Overrun) {
+        fault.place.byte = 0;
+    }
+    return fault;
+}
+
+}  // namespace
+
+FaultScope ScopeOf(FaultKind kind) {
+    return KindOf(kind).scope;
+}
+
+std::optional<Schedule> ParseSchedule(const std::string& text, std::string& error) {
+    Schedule schedule;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        FaultParser parser(word);
+        if (!parser.parse()) {
+            error = parser.error();
+            return std::nullopt;
+        }
+        const FaultKind kind = parser.fault().kind;
+        if (ScopeOf(kind) == FaultScope::e_Run && Holds(schedule, kind)) {
+            error = word + ": holds for the whole run and is given twice";
+            return std::nullopt;
+        }
+        schedule.push_back(parser.fault());
+    }
+    return schedule;
+}
+
+std::string ScheduleText(const Schedule& schedule) {
+    std::string text;
+    for (const Fault& fault : schedule) {
+        const Kind& kind = KindOf(fault.kind);
+        text += (text.empty() ? "" : " ") + std::string(kind.name);
+        if (fault.value) {
+            text += "=" + NumberText(*fault.value, kind.hexadecimal);
+        }
+        if (kind.scope != FaultScope::e_Run) {
+            text += "@" + PlaceText(fault.place);
+        }
+    }
+    return text;
+}
+
+Schedule RandomSchedule(uint64_t seed, uint16_t pages) {
+    Dice dice(seed);
+    const uint32_t faults = dice.oneOf({0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3});
+    Schedule schedule;
+    while (schedule.size() < faults) {
+        const Fault fault = RandomFault(dice, pages, schedule.empty() ? nullptr : &schedule.back());
+        if (ScopeOf(fault.kind) != FaultScope::e_Run || !Holds(schedule, fault.kind)) {
+            schedule.push_back(fault);
+        }
+    }
+    return schedule;
+}
+
+}  // namespace controller

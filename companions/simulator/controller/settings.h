@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "companions/simulator/controller/schedule.h"
+#include "companions/simulator/controller/session.h"
+
+namespace controller {
+
+/** What the command line asks for. */
+struct Settings {
+    std::string object = "/resource0";
+    Manners manners;
+    /** Empty: the flash stays in memory. */
+    std::string flashFile;
+    std::optional<uint16_t> expectedChecksum;
+    Schedule faults;
+    unsigned appearAfterMs = 0;
+    /** 0: wait for ever. */
+    unsigned idleTimeoutS = 0;
+    bool once = false;
+    bool trace = false;
+    bool json = false;
+};
+
+/**
+ * Reads the command line. Without a value the program is to end at once with the exit value in
+ * `exitValue`: 0 behind help or version, 2 behind wrong usage, which has been told on standard
+ * error.
+ */
+std::optional<Settings> ReadCommandLine(int argc, const char* const* argv, int& exitValue);
+
+}  // namespace controller

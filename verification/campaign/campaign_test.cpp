@@ -1,0 +1,113 @@
+/** That a campaign sees what it is there to see, and that its library keeps out of other runs. */
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "tests/support/image.h"
+#include "tests/support/privateshm.h"
+#include "tests/support/process.h"
+#include "tests/support/region.h"
+#include "tests/support/scriptedfarside.h"
+#include "verification/campaign/model.h"
+#include "verification/campaign/testbench.h"
+
+using campaign::Differences;
+using campaign::Outcome;
+using campaign::Predict;
+using campaign::Scenario;
+using campaign::TestBench;
+
+namespace {
+
+const campaign::Programs PROGRAMS = {TOLMIRA_UPGRADE, LOCKSTEP_LIBRARY};
+
+class CampaignTest : public testing::Test {
+  protected:
+    static void SetUpTestSuite() { testsupport::UsePrivateSharedMemory(); }
+};
+
+Scenario ScenarioOf(const std::string& faults) {
+    std::string error;
+    Scenario scenario;
+    scenario.faults = *controller::ParseSchedule(faults, error);
+    scenario.payload = 2;
+    scenario.silenceMs = 1000;
+    return scenario;
+}
+
+/** One changed thing in what is seen of a run. */
+struct Change {
+    const char* report;
+    void (*make)(Outcome&);
+};
+
+TEST_F(CampaignTest, ReportsWhateverDiffersFromThePrediction) {
+    const Change changes[] = {
+        {"exit value", [](Outcome& seen) { seen.exitValue = 0; }},
+        {"signal", [](Outcome& seen) { seen.signal = 6; }},
+        {"standard error", [](Outcome& seen) { seen.err = "x"; }},
+        {"resets", [](Outcome& seen) { ++seen.resets; }},
+        {"log line 6", [](Outcome& seen) { seen.log.insert(seen.log.find("3 pages"), "1"); }},
+        {"log line", [](Outcome& seen) { seen.log += "more\n"; }},
+        {"flash byte 511", [](Outcome& seen) { seen.flash[511] ^= 1; }},
+        {"flash byte 512", [](Outcome& seen) { seen.flash.resize(512); }},
+        {"final word 31", [](Outcome& seen) { seen.words[31] ^= 0x80000000; }},
+        {"step 7", [](Outcome& seen) { ++seen.steps[7].now; }},
+        {"step 8", [](Outcome& seen) { seen.steps[8].words[5] ^= 0x200; }},
+        {"step 9", [](Outcome& seen) { seen.steps[9].call = campaign::Call::e_Sleep; }},
+    };
+    Scenario scenario = ScenarioOf("result=1@2.1 silence@2.2 norearm");
+    scenario.payload = 700;
+    const Outcome predicted = Predict(scenario);
+    EXPECT_EQ(Differences(predicted, predicted), "");
+    for (const Change& change : changes) {
+        Outcome seen = predicted;
+        change.make(seen);
+        EXPECT_EQ(Differences(predicted, seen).find(std::string("  ") + change.report), 0U)
+            << change.report;
+    }
+}
+
+struct LimitCase {
+    const char* faults;
+    int exitValue;
+    const char* line;
+};
+
+// The clock goes on by a second at each look in vain, so that the byte comes with the last reading
+// that is in time, or with the first that is not: too late, though it is there by then.
+TEST_F(CampaignTest, AgreesWithTheToolOnBothSidesOfItsLimits) {
+    const LimitCase cases[] = {
+        {"late=3000@0.1 norearm", 0, "Page 0 sent successfully"},
+        {"late=3500@0.1 norearm", 255, "Failed to get response message"},
+        {"slow=2000@0.1.5 norearm", 0, "Page 0 sent successfully"},
+        {"slow=2500@0.1.5 norearm", 255, "Failed to send YAMP message attempt 0"},
+    };
+    TestBench bench(PROGRAMS);
+    for (const LimitCase& c : cases) {
+        SCOPED_TRACE(c.faults);
+        const Scenario scenario = ScenarioOf(c.faults);
+        const Outcome seen = bench.run(scenario);
+        EXPECT_EQ(seen.exitValue, c.exitValue);
+        EXPECT_NE(seen.log.find(c.line), std::string::npos) << seen.log;
+        EXPECT_EQ(Differences(Predict(scenario), seen), "");
+    }
+}
+
+TEST_F(CampaignTest, LeavesAToolAloneThatIsInNoCampaign) {
+    const testsupport::RunDirectory directory;
+    directory.write("image", testsupport::SHORTEST_HEADER + testsupport::Payload(100));
+    testsupport::Region region;
+    testsupport::ScriptedFarSide farSide(region, {}, [](size_t number, const std::string&) {
+        return number == 1 ? testsupport::PageAnswer(0) : std::string();
+    });
+    setenv("LD_PRELOAD", LOCKSTEP_LIBRARY, 1);
+    setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
+    const testsupport::ProcessResult result =
+        testsupport::RunProcess(TOLMIRA_UPGRADE, {"image", "configuration"}, directory.path());
+    unsetenv("LD_PRELOAD");
+    EXPECT_EQ(result.exitValue, 0) << result.out << result.err;
+    EXPECT_EQ(farSide.stop(), testsupport::ExpectedWire(testsupport::Payload(100)));
+}
+
+}  // namespace

@@ -1,0 +1,119 @@
+#include "verification/campaign/embeddedcontroller.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "link/mailbox.h"
+
+namespace campaign {
+
+using std::chrono::milliseconds;
+
+namespace {
+
+constexpr int64_t US_PER_MS = 1000;
+constexpr int64_t US_PER_SECOND = 1000000;
+
+/** Looks without anything to do in between; a controller that goes on for ever is out of order. */
+constexpr int MOST_LOOKS = 10000;
+
+uint32_t* MadeFresh(uint32_t* words) {
+    const Words fresh = FreshWords();
+    std::copy(fresh.begin(), fresh.end(), words);
+    return words;
+}
+
+}  // namespace
+
+EmbeddedController::EmbeddedController(const Scenario& scenario, uint32_t* words)
+    : i_scenario(scenario),
+      i_words(MadeFresh(words)),
+      i_journal(i_said, false),
+      i_plan(scenario.faults, i_journal),
+      i_conversation(i_flash, i_journal, std::nullopt),
+      i_session(controller::MailboxPort(words), i_conversation, i_plan, i_journal,
+                {scenario.revision, TOOL_REVISION, true}, [] {}),
+      i_now(scenario.start) {
+    i_session.clear();
+    appearIfItIsTime();
+}
+
+Words EmbeddedController::words() const {
+    Words words;
+    std::copy_n(i_words, words.size(), words.begin());
+    return words;
+}
+
+std::string EmbeddedController::flash() const {
+    return {i_flash.bytes().begin(), i_flash.bytes().end()};
+}
+
+milliseconds EmbeddedController::now() const {
+    return milliseconds((i_now - i_scenario.start) / US_PER_MS);
+}
+
+ToolEnd EmbeddedController::accompany(ToolProcess& tool, const std::function<void()>& onCall) {
+    for (std::optional<Call> call = tool.next(); call; call = tool.next()) {
+        if (onCall) {
+            onCall();
+        }
+        serve(*call);
+        tool.proceed(i_now);
+    }
+    return tool.end();
+}
+
+void EmbeddedController::serve(Call call) {
+    Step step = {call, i_now, {}};
+    std::copy_n(i_words + MAILBOX_RX_DATA, step.words.size(), step.words.begin());
+    i_steps.push_back(step);
+    if (call == Call::e_Lock) {
+        return;
+    }
+    if (call == Call::e_Sleep) {
+        ++i_polls;
+        i_now += US_PER_SECOND;
+    } else {
+        i_now += US_PER_MS * (i_busy ? BUSY_MS : i_scenario.silenceMs);
+    }
+    const Words before = words();
+    appearIfItIsTime();
+    act();
+    i_busy = words() != before;
+}
+
+void EmbeddedController::appearIfItIsTime() {
+    if (!i_appeared && i_polls == i_plan.appearsOnPoll().value_or(0)) {
+        i_appeared = true;
+        i_session.announce();
+    }
+}
+
+void EmbeddedController::act() {
+    const auto holds = [this](unsigned address, unsigned char byte) {
+        return (i_words[address] & 0xFF) == byte;
+    };
+    const bool offered = holds(MAILBOX_TX_FLAG, TX_BYTE_OFFERED);
+    const bool read = holds(MAILBOX_RX_FLAG, RX_BYTE_TAKEN);
+    i_bytesGiven += read && i_onOffer ? 1 : 0;
+    // Twice in vain: what ends a look may be the beginning of something that is due at once.
+    for (int looks = 0, vain = 0; vain < 2; ++looks) {
+        vain = i_session.poll(now()) ? 0 : vain + 1;
+        if (looks == MOST_LOOKS) {
+            throw std::runtime_error("the controller doesn't come to rest");
+        }
+    }
+    i_bytesTaken += offered && holds(MAILBOX_TX_FLAG, TX_BYTE_TAKEN) ? 1 : 0;
+    i_onOffer = holds(MAILBOX_RX_FLAG, RX_BYTE_OFFERED);
+}
+
+void EmbeddedController::rest(milliseconds time) {
+    constexpr milliseconds Step{100};
+    for (milliseconds quiet{0}; quiet <= time; quiet += Step) {
+        act();
+        i_session.idle(quiet);
+        i_now += Step.count() * US_PER_MS;
+    }
+}
+
+}  // namespace campaign

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "companions/simulator/controller/conversation.h"
+#include "companions/simulator/controller/faultplan.h"
+#include "companions/simulator/controller/flash.h"
+#include "companions/simulator/controller/journal.h"
+#include "companions/simulator/controller/session.h"
+#include "verification/campaign/outcome.h"
+#include "verification/campaign/scenario.h"
+#include "verification/campaign/toolprocess.h"
+
+namespace campaign {
+
+/**
+ * The controller of a scenario in this process, and the clock of the tools that it meets. It acts
+ * when a tool has handed over the turn, and lets the time go on as the scenario says.
+ *
+ * Borrows the scenario and the words, which it makes fresh. One thread.
+ */
+class EmbeddedController {
+  public:
+    EmbeddedController(const Scenario& scenario, uint32_t* words);
+
+    /** Goes with the tool to its end; `onCall` is called in front of each of its calls. */
+    ToolEnd accompany(ToolProcess& tool, const std::function<void()>& onCall = {});
+    /** Lets so much time go by without a tool. */
+    void rest(std::chrono::milliseconds time);
+
+    /** Every call of the tools so far. */
+    const std::vector<Step>& steps() const { return i_steps; }
+    Words words() const;
+    std::string flash() const;
+    std::string journal() const { return i_said.str(); }
+    uint16_t revision() const { return i_session.revision(); }
+    unsigned resets() const { return i_session.resets(); }
+    /** How many bytes have been taken from the tools, and how many by them. */
+    size_t bytesTaken() const { return i_bytesTaken; }
+    size_t bytesGiven() const { return i_bytesGiven; }
+
+  private:
+    void serve(Call call);
+    void appearIfItIsTime();
+    void act();
+    std::chrono::milliseconds now() const;
+
+    const Scenario& i_scenario;
+    uint32_t* i_words;
+    std::ostringstream i_said;
+    controller::Journal i_journal;
+    controller::FaultPlan i_plan;
+    controller::Flash i_flash;
+    controller::Conversation i_conversation;
+    controller::Session i_session;
+
+    int64_t i_now;
+    bool i_busy = true;
+    uint32_t i_polls = 0;
+    bool i_appeared = false;
+    std::vector<Step> i_steps;
+    /** A byte is on offer to the host. */
+    bool i_onOffer = false;
+    size_t i_bytesTaken = 0;
+    size_t i_bytesGiven = 0;
+};
+
+}  // namespace campaign

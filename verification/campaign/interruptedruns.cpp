@@ -1,0 +1,413 @@
+#include "verification/campaign/interruptedruns.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "companions/simulator/controller/dice.h"
+#include "link/mailbox.h"
+#include "tests/support/image.h"
+
+namespace campaign {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+/** Where the kill hit. */
+enum Place {
+    e_BeforeRequest,
+    e_Requested,
+    e_InBegin,
+    e_BehindBegin,
+    e_InPage0,
+    e_InPage1,
+    e_InLaterPage,
+    e_BeforeAnswer,
+    e_InAnswer,
+    e_BehindAnswer,
+    e_InInfo,
+    e_InEnd,
+    e_AllSent,
+    e_InVain,
+    e_Places,
+};
+
+constexpr const char* PLACE_NAMES[e_Places] = {
+    "direction not asked for",
+    "direction asked for, nothing sent",
+    "in the opening message",
+    "behind the opening message",
+    "in page 0",
+    "in page 1",
+    "in a later page",
+    "page sent, nothing of the answer read",
+    "in an answer",
+    "answer read",
+    "in the information or in front of it",
+    "in the end message or in front of it",
+    "all sent",
+    "waiting in vain for an answer, resetting",
+};
+
+/** How it goes on. */
+enum Way { e_AtOnce, e_Rest, e_NoImage, e_Ways };
+
+constexpr const char* WAY_NAMES[e_Ways] = {
+    "at once",
+    "after a rest of 5 seconds",
+    "behind a run with a missing image",
+};
+
+/** Longer than the controller waits for the rest of a message. */
+constexpr milliseconds REST{5000};
+
+/** What a run came to. */
+enum Result { e_Upgraded, e_OnStaleAnswer, e_AlreadyCurrent, e_Failed, e_Results };
+
+constexpr unsigned MOST_RUNS = 3;
+
+struct Row {
+    std::atomic<uint64_t> hits;
+    std::atomic<uint64_t> results[MOST_RUNS][e_Results];
+};
+
+struct Table {
+    std::atomic<uint64_t> runs;
+    std::atomic<uint64_t> findings;
+    std::atomic<uint64_t> neverUpgraded;
+    Row rows[e_Ways][e_Places];
+    /** Second runs with a controller that refuses the last page: failed, and successful. */
+    std::atomic<uint64_t> refused[e_Ways][e_Places][2];
+    /** Which bytes the kill left at which address. */
+    std::atomic<bool> left[e_Places][MAILBOX_TX_STATE + 1][256];
+};
+
+constexpr size_t BEGIN_SIZE = 8;
+constexpr size_t PAGE_SIZE = 272;
+constexpr size_t INFO_SIZE = 12;
+constexpr size_t END_SIZE = 8;
+constexpr size_t ANSWER_SIZE = 9;
+
+/** From how many bytes a faultless controller has taken and given. */
+Place PlaceInPages(size_t taken, size_t given) {
+    const size_t page = taken / PAGE_SIZE;
+    if (taken % PAGE_SIZE != 0) {
+        return page == 0 ? e_InPage0 : page == 1 ? e_InPage1 : e_InLaterPage;
+    }
+    if (page * ANSWER_SIZE == given) {
+        return page == 0 ? e_BehindBegin : e_BehindAnswer;
+    }
+    return given % ANSWER_SIZE == 0 ? e_BeforeAnswer : e_InAnswer;
+}
+
+bool Holds(const Words& words, unsigned address, unsigned char byte) {
+    return (words[address] & 0xFF) == byte;
+}
+
+/** `words` as the tool left them. */
+Place PlaceOf(const EmbeddedController& controller, const Words& words, size_t pages) {
+    const size_t taken = controller.bytesTaken();
+    const bool off = Holds(words, MAILBOX_RX_STATE, STATE_ABSENT);
+    if (taken < BEGIN_SIZE) {
+        return taken != 0 ? e_InBegin : off ? e_BeforeRequest : e_Requested;
+    }
+    const size_t closing = BEGIN_SIZE + pages * PAGE_SIZE;
+    if (taken < closing || controller.bytesGiven() < pages * ANSWER_SIZE) {
+        return off ? e_InVain : PlaceInPages(taken - BEGIN_SIZE, controller.bytesGiven());
+    }
+    if (taken < closing + INFO_SIZE) {
+        return e_InInfo;
+    }
+    return taken < closing + INFO_SIZE + END_SIZE ? e_InEnd : e_AllSent;
+}
+
+std::string ExpectedFlash(const std::string& payload) {
+    std::string flash;
+    for (size_t page = 0; page * 256 < payload.size(); ++page) {
+        flash += testsupport::ExpectedPage(payload, page);
+    }
+    return flash;
+}
+
+bool Says(const ToolEnd& end, const char* text) {
+    return end.out.find(text) != std::string::npos;
+}
+
+/** One interrupted run, and those behind it. */
+class Interruption {
+  public:
+    Interruption(TestBench& bench, Table& table, uint64_t seed)
+        : i_bench(bench), i_table(table), i_seed(seed), i_dice(seed) {}
+
+    void run();
+
+  private:
+    void choose();
+    uint64_t chooseLock();
+    void kill();
+    void goOn();
+    bool runAgain(unsigned number);
+    void goOnRefused();
+    Result judge(const ToolEnd& end);
+    void require(bool condition, const char* otherwise, const ToolEnd& end);
+
+    TestBench& i_bench;
+    Table& i_table;
+    uint64_t i_seed;
+    controller::Dice i_dice;
+    Scenario i_scenario;
+    std::unique_ptr<EmbeddedController> i_controller;
+    /** The controller gives no answer to page 0, and the tool resets the mailbox. */
+    bool i_silent = false;
+    /** The controller refuses the last page. */
+    bool i_refused = false;
+    Way i_way = e_AtOnce;
+    Place i_place = e_BeforeRequest;
+};
+
+/** The locks that a whole run has behind it at its calls, by the place where it is then. */
+using LocksByPlace = std::map<Place, std::vector<uint64_t>>;
+
+LocksByPlace Watch(TestBench& bench, const Scenario& scenario) {
+    LocksByPlace locks;
+    const auto controller = bench.prepare(scenario);
+    bench.watchTool(*controller, scenario, [&](uint64_t count) {
+        const Place place = PlaceOf(*controller, controller->words(), Pages(scenario));
+        for (uint64_t start = 0; locks.empty() && start < count; ++start) {
+            locks[e_BeforeRequest].push_back(start);
+        }
+        // What follows a reset is no more than the same again.
+        if (controller->resets() == 0) {
+            locks[place].push_back(count);
+        }
+    });
+    return locks;
+}
+
+/** Of a run without a silence, whose locks don't rest on the time at which it begins. */
+const LocksByPlace& LocksOf(TestBench& bench, const Scenario& scenario) {
+    static std::map<std::pair<size_t, size_t>, LocksByPlace> known;
+    LocksByPlace& locks = known[{scenario.payload, scenario.faults.size()}];
+    if (locks.empty()) {
+        locks = Watch(bench, scenario);
+    }
+    return locks;
+}
+
+/** Every place is as likely as every other, and in it every access. */
+uint64_t Interruption::chooseLock() {
+    constexpr uint32_t LocksToNextCall = 6;
+    if (i_silent) {
+        // From the last look in vain to the end of the reset.
+        const uint64_t lastLook = Watch(i_bench, i_scenario).at(e_BeforeAnswer).back();
+        return lastLook + 1 + i_dice.below(LocksToNextCall + 2);
+    }
+    const LocksByPlace& locks = LocksOf(i_bench, i_scenario);
+    const auto oneOf = [this](const auto& items) {
+        return std::next(items.begin(), i_dice.below(static_cast<uint32_t>(items.size())));
+    };
+    const uint64_t lock = *oneOf(oneOf(locks)->second);
+    return lock + 1 + i_dice.below(LocksToNextCall);
+}
+
+void Interruption::kill() {
+    const uint64_t lock = chooseLock();
+    i_controller = i_bench.prepare(i_scenario);
+    const ToolEnd end = i_bench.killTool(*i_controller, i_scenario, lock);
+    // At the very end the tool may be quicker.
+    const int ownEnd = i_refused ? 255 : 0;
+    require(end.signal == SIGKILL || end.exitValue == ownEnd, "another end than a kill", end);
+    const Words left = i_controller->words();
+    // What is on offer is taken all the same, the tool being dead or not.
+    i_controller->rest(milliseconds(0));
+    i_place = PlaceOf(*i_controller, left, Pages(i_scenario));
+    if (i_silent && i_place == e_BeforeAnswer) {
+        i_place = e_InVain;
+    }
+    for (unsigned address = MAILBOX_RX_FLAG; address <= MAILBOX_TX_STATE; ++address) {
+        i_table.left[i_place][address][left[address] & 0xFF] = true;
+    }
+}
+
+void Interruption::goOn() {
+    if (i_way == e_Rest) {
+        i_controller->rest(REST);
+    } else if (i_way == e_NoImage) {
+        Scenario missing = i_scenario;
+        missing.image = ImageKind::e_Missing;
+        i_bench.writeImage(missing);
+        const ToolEnd end = i_bench.runTool(*i_controller, i_scenario);
+        require(end.exitValue == 255, "success without an image", end);
+        i_bench.writeImage(i_scenario);
+    }
+}
+
+void Interruption::require(bool condition, const char* otherwise, const ToolEnd& end) {
+    if (!condition) {
+        ++i_table.findings;
+        const std::string text = "FINDING: scripts/campaign --interrupted 1 --seed " +
+                                 std::to_string(i_seed) + ": " + otherwise + "; killed " +
+                                 PLACE_NAMES[i_place] + ", started again " + WAY_NAMES[i_way] +
+                                 "\n" + end.out + end.err;
+        fwrite(text.data(), 1, text.size(), stdout);
+        fflush(stdout);
+    }
+}
+
+Result Interruption::judge(const ToolEnd& end) {
+    const bool upgraded = i_controller->flash() == ExpectedFlash(PayloadOf(i_scenario)) &&
+                          i_controller->revision() == TOOL_REVISION;
+    if (end.exitValue == 0) {
+        require(upgraded, "success without an upgrade", end);
+        const bool unread = Holds(i_controller->words(), MAILBOX_RX_FLAG, RX_BYTE_OFFERED);
+        return unread ? e_OnStaleAnswer : e_Upgraded;
+    }
+    if (Says(end, "Controller is already at revision")) {
+        require(upgraded && end.exitValue == 255, "nothing to do without an upgrade", end);
+        return e_AlreadyCurrent;
+    }
+    require(end.exitValue == 255 && Says(end, "S: ERROR"), "a failure that isn't told", end);
+    return e_Failed;
+}
+
+/** True if there is nothing more to do. */
+bool Interruption::runAgain(unsigned number) {
+    const Result result = judge(i_bench.runTool(*i_controller, i_scenario));
+    ++i_table.rows[i_way][i_place].results[number][result];
+    return result != e_Failed;
+}
+
+/** A controller that answers each of the last page's attempts with a bad result. */
+controller::Schedule Refusal(uint16_t lastPage) {
+    controller::Schedule faults;
+    for (unsigned attempt = 1; attempt <= 5; ++attempt) {
+        faults.push_back({controller::FaultKind::e_Result,
+                          1,
+                          {controller::HostMessage::e_Page, lastPage, attempt, 0}});
+    }
+    return faults;
+}
+
+void Interruption::choose() {
+    i_scenario.payload = i_dice.oneOf({2, 100, 256, 258, 511, 700, 1000});
+    i_scenario.start = i_dice.below(1000000);
+    i_way = static_cast<Way>(i_dice.below(e_Ways));
+    i_silent = i_dice.oneIn(10);
+    if (i_silent) {
+        i_scenario.faults = {{controller::FaultKind::e_Silence, {}, {}}};
+    }
+    i_refused = !i_silent && Pages(i_scenario) > 1 && i_dice.oneIn(3);
+    if (i_refused) {
+        i_scenario.faults = Refusal(static_cast<uint16_t>(Pages(i_scenario) - 1));
+    }
+}
+
+void Interruption::run() {
+    choose();
+    kill();
+    if (i_refused) {
+        goOnRefused();
+        return;
+    }
+    ++i_table.runs;
+    ++i_table.rows[i_way][i_place].hits;
+    goOn();
+    unsigned number = 0;
+    while (number < MOST_RUNS && !runAgain(number)) {
+        ++number;
+    }
+    i_table.neverUpgraded += number == MOST_RUNS ? 1 : 0;
+}
+
+/** Where the last page has been refused before the kill, this tells nothing and is left out. */
+void Interruption::goOnRefused() {
+    if (i_controller->bytesTaken() >= BEGIN_SIZE + (Pages(i_scenario) - 1) * PAGE_SIZE) {
+        return;
+    }
+    ++i_table.runs;
+    goOn();
+    const ToolEnd end = i_bench.runTool(*i_controller, i_scenario);
+    ++i_table.refused[i_way][i_place][end.exitValue == 0 ? 1 : 0];
+}
+
+void PrintRow(const char* name, const Row& row) {
+    printf("%-40s %6lu", name, row.hits.load());
+    for (const auto& results : row.results) {
+        printf("  |%5lu %5lu %5lu %5lu", results[e_Upgraded].load(),
+               results[e_OnStaleAnswer].load(), results[e_AlreadyCurrent].load(),
+               results[e_Failed].load());
+    }
+    printf("\n");
+}
+
+/** What the addresses 6, 7, 9 and 10 held. */
+void PrintLeft(const Table& table, size_t place) {
+    printf("%-40s", PLACE_NAMES[place]);
+    for (const unsigned address :
+         {MAILBOX_RX_FLAG, MAILBOX_RX_STATE, MAILBOX_TX_FLAG, MAILBOX_TX_STATE}) {
+        std::string text = std::to_string(address) + ":";
+        for (size_t byte = 0; byte < std::size(table.left[place][address]); ++byte) {
+            text += table.left[place][address][byte] ? " " + std::to_string(byte) : "";
+        }
+        printf("  %-14s", text.c_str());
+    }
+    printf("\n");
+}
+
+void PrintRefused(const Table& table) {
+    printf(
+        "\nSecond runs with a controller that refuses the last page: failed, and successful\n"
+        "%-40s  %-15s %-15s %-15s\n",
+        "killed", "at once", "rest", "missing image");
+    for (size_t place = 0; place < e_Places; ++place) {
+        printf("%-40s", PLACE_NAMES[place]);
+        for (const auto& way : table.refused) {
+            printf("  %6lu %6lu ", way[place][0].load(), way[place][1].load());
+        }
+        printf("\n");
+    }
+}
+
+void Print(const Table& table) {
+    for (size_t way = 0; way < e_Ways; ++way) {
+        printf(
+            "\nStarted again %s.\nOf each run: upgraded, upgraded with an answer left unread, "
+            "nothing to do, failed\n%-40s %6s  | %-23s | %-23s | %-23s\n",
+            WAY_NAMES[way], "killed", "runs", "second run", "third run", "fourth run");
+        for (size_t place = 0; place < e_Places; ++place) {
+            PrintRow(PLACE_NAMES[place], table.rows[way][place]);
+        }
+    }
+    PrintRefused(table);
+    printf("\nWhat the kill left in the mailbox\n");
+    for (size_t place = 0; place < e_Places; ++place) {
+        PrintLeft(table, place);
+    }
+    printf("\ninterrupted runs %lu, findings %lu, not upgraded by %u more runs: %lu\n",
+           table.runs.load(), table.findings.load(), MOST_RUNS, table.neverUpgraded.load());
+}
+
+}  // namespace
+
+bool RunInterrupted(const Programs& programs, uint64_t seed, const Extent& extent) {
+    auto* table = new (SharedMemory(sizeof(Table))) Table{};
+    const bool good = ShareOut(extent, [&] {
+        const auto bench = std::make_shared<TestBench>(programs);
+        return [bench, table, seed](uint64_t run) {
+            Interruption(*bench, *table, SeedOfRun(seed, run)).run();
+        };
+    });
+    Print(*table);
+    return good && table->findings == 0;
+}
+
+}  // namespace campaign

@@ -1,0 +1,121 @@
+/**
+ * liblockstep.so: preloaded into the tool, it makes the far side the master of the tool's clock.
+ * See turns.h.
+ */
+#include <dlfcn.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <sys/time.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+
+#include "verification/campaign/futex.h"
+#include "verification/campaign/turns.h"
+
+namespace {
+
+using campaign::Call;
+using campaign::Turns;
+
+Turns* turns = nullptr;
+
+__attribute__((constructor)) void Join() {
+    const char* descriptor = getenv(campaign::LOCKSTEP_VARIABLE);
+    if (descriptor == nullptr) {
+        return;
+    }
+    void* memory = mmap(nullptr, sizeof(Turns), PROT_READ | PROT_WRITE, MAP_SHARED,
+                        static_cast<int>(strtol(descriptor, nullptr, 10)), 0);
+    if (memory == MAP_FAILED) {
+        perror("liblockstep: no shared memory");
+        abort();
+    }
+    turns = static_cast<Turns*>(memory);
+}
+
+/** Hands over the turn and waits for it; the time has come by then. errno stays as it was. */
+void HandOver(Call call) {
+    const int error = errno;
+    turns->call = call;
+    turns->turn.store(campaign::e_FarSidesTurn, std::memory_order_release);
+    campaign::FutexWake(turns->turn);
+    while (turns->turn.load(std::memory_order_acquire) != campaign::e_ToolsTurn) {
+        campaign::FutexWait(turns->turn, campaign::e_FarSidesTurn, nullptr);
+    }
+    errno = error;
+}
+
+/** The function of this name that would have been called without this library. */
+template <typename Function>
+Function* Next(Function* /*ours*/, const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" int gettimeofday(timeval* time, void* zone) noexcept {
+    if (turns == nullptr) {
+        static auto* const next = Next(gettimeofday, "gettimeofday");
+        return next(time, zone);
+    }
+    constexpr int64_t MicrosecondsPerSecond = 1000000;
+    HandOver(Call::e_Clock);
+    *time = {turns->now / MicrosecondsPerSecond, turns->now % MicrosecondsPerSecond};
+    return 0;
+}
+
+extern "C" unsigned int sleep(unsigned int seconds) {
+    if (turns == nullptr) {
+        static auto* const next = Next(sleep, "sleep");
+        return next(seconds);
+    }
+    HandOver(Call::e_Sleep);
+    return 0;
+}
+
+// The logger's vprintf reaches the C library under one of these names, as the compiler likes. Some
+// of them are inline functions of its headers, so ours are known to the compiler by names of their
+// own.
+extern "C" int Print(FILE* stream, const char* format, va_list arguments) __asm__("vfprintf");
+extern "C" int PrintLine(const char* format, va_list arguments) __asm__("vprintf");
+extern "C" int PrintChecked(FILE* stream, int flag, const char* format,
+                            va_list arguments) __asm__("__vfprintf_chk");
+extern "C" int PrintLineChecked(int flag, const char* format,
+                                va_list arguments) __asm__("__vprintf_chk");
+
+extern "C" int Print(FILE* stream, const char* format, va_list arguments) {
+    static auto* const next = Next(Print, "vfprintf");
+    if (turns != nullptr && stream == stdout) {
+        HandOver(Call::e_Line);
+    }
+    return next(stream, format, arguments);
+}
+
+extern "C" int PrintLine(const char* format, va_list arguments) {
+    return Print(stdout, format, arguments);
+}
+
+extern "C" int PrintChecked(FILE* stream, int /*flag*/, const char* format, va_list arguments) {
+    return Print(stream, format, arguments);
+}
+
+extern "C" int PrintLineChecked(int /*flag*/, const char* format, va_list arguments) {
+    return Print(stdout, format, arguments);
+}
+
+extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
+    static auto* const next = Next(pthread_mutex_lock, "pthread_mutex_lock");
+    if (turns != nullptr) {
+        if (++turns->locks == turns->killAtLock) {
+            kill(getpid(), SIGKILL);
+        }
+        if (turns->atLocks) {
+            HandOver(Call::e_Lock);
+        }
+    }
+    return next(mutex);
+}

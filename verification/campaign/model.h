@@ -1,0 +1,11 @@
+#pragma once
+
+#include "verification/campaign/outcome.h"
+#include "verification/campaign/scenario.h"
+
+namespace campaign {
+
+/** What must come of a scenario, worked out without the tool and without the controller. */
+Outcome Predict(const Scenario& scenario);
+
+}  // namespace campaign

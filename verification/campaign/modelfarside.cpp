@@ -1,0 +1,477 @@
+#include "verification/campaign/modelfarside.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "link/mailbox.h"
+
+namespace campaign {
+
+using controller::Fault;
+using controller::FaultKind;
+using controller::HostMessage;
+using controller::Place;
+
+namespace {
+
+constexpr size_t HEADER = 8;
+constexpr size_t PAGE = 256;
+/** In a page's message. */
+constexpr size_t PAGE_NUMBER = HEADER;
+constexpr size_t PAGE_DATA = HEADER + 8;
+
+constexpr unsigned ID_INFO = 0x2EA2;
+constexpr unsigned ID_PAGE = 0x2EA3;
+constexpr unsigned ID_END = 0x2EA4;
+constexpr unsigned ID_ANSWER = 0x2EA6;
+
+uint32_t Big(const std::string& bytes, size_t offset, size_t count) {
+    uint32_t number = 0;
+    for (size_t i = offset; i < offset + count; ++i) {
+        number = number << 8 | static_cast<unsigned char>(bytes[i]);
+    }
+    return number;
+}
+
+void PutBig(std::string& bytes, size_t offset, size_t count, uint32_t number) {
+    for (size_t i = count; i-- > 0; number >>= 8) {
+        bytes[offset + i] = static_cast<char>(number);
+    }
+}
+
+/** What a fault makes of the bytes of an answer, if it is one that changes them. */
+void Spoil(std::string& bytes, const Fault& fault) {
+    const uint32_t value = fault.value.value_or(0);
+    switch (fault.kind) {
+        case FaultKind::e_Body:
+            bytes.resize(HEADER + value, '\0');
+            PutBig(bytes, 4, 4, static_cast<uint32_t>(bytes.size()));
+            break;
+        case FaultKind::e_Result:
+            if (bytes.size() > HEADER) {
+                bytes[HEADER] = static_cast<char>(value);
+            }
+            break;
+        case FaultKind::e_Id:
+            PutBig(bytes, 2, 2, value);
+            break;
+        case FaultKind::e_Lead:
+            PutBig(bytes, 0, 2, value);
+            break;
+        case FaultKind::e_Length:
+            PutBig(bytes, 4, 4, value);
+            break;
+        case FaultKind::e_Extra:
+            bytes.append(value, '\0');
+            break;
+        case FaultKind::e_Cut:
+            bytes.resize(std::min<size_t>(bytes.size(), value));
+            break;
+        case FaultKind::e_Silence:
+            bytes.clear();
+            break;
+        default:
+            break;
+    }
+}
+
+bool IsAt(const Place& a, const Place& b) {
+    const bool samePage = a.page == b.page && a.attempt == b.attempt;
+    return a.message == b.message && a.byte == b.byte &&
+           (a.message != HostMessage::e_Page || samePage);
+}
+
+/** An answer to a page. */
+std::string AnswerText(unsigned char result) {
+    return std::string("\x02\xDC\x2E\xA6\0\0\0\x09", HEADER) + static_cast<char>(result);
+}
+
+}  // namespace
+
+std::optional<size_t> SizeOfAnswer(const std::string& header) {
+    constexpr uint32_t Longest = 0x8000000;
+    const uint32_t length = Big(header, 4, 4);
+    const bool isMessage = Big(header, 0, 2) == 0x02DC && length >= HEADER && length <= Longest;
+    return isMessage ? std::optional<size_t>(length) : std::nullopt;
+}
+
+bool IsGoodAnswer(const std::string& bytes) {
+    return bytes.size() > HEADER && Big(bytes, 2, 2) == ID_ANSWER && bytes[HEADER] == 0;
+}
+
+ModelFarSide::ModelFarSide(const Scenario& scenario, Words& words)
+    : i_scenario(scenario), i_words(words) {
+    for (const Fault& fault : scenario.faults) {
+        i_faults.push_back({fault});
+    }
+    // At one place they act in the order of their kinds.
+    std::stable_sort(i_faults.begin(), i_faults.end(),
+                     [](const Fault& a, const Fault& b) { return a.kind < b.kind; });
+    if (const Fault* dirty = ofRun(FaultKind::e_Dirty)) {
+        i_dirt = *dirty->value;
+    }
+    clear();
+}
+
+void ModelFarSide::clear() {
+    for (unsigned address = MAILBOX_RX_DATA; address <= MAILBOX_TX_STATE; ++address) {
+        write(address, 0);
+    }
+}
+
+void ModelFarSide::writeRevision(unsigned revision) {
+    write(MAILBOX_REVISION_LOW, revision & 0xFF);
+    write(MAILBOX_REVISION_HIGH, revision >> 8);
+}
+
+void ModelFarSide::announce() {
+    writeRevision(i_scenario.revision);
+    write(MAILBOX_TX_STATE, STATE_REQUESTED);
+    i_armed = true;
+}
+
+const Fault* ModelFarSide::ofRun(FaultKind kind) const {
+    const auto found = std::find_if(i_faults.begin(), i_faults.end(),
+                                    [kind](const Fault& fault) { return fault.kind == kind; });
+    return found == i_faults.end() ? nullptr : &*found;
+}
+
+void ModelFarSide::act(int64_t now) {
+    i_now = now;
+    while (!i_dead && step()) {
+    }
+}
+
+bool ModelFarSide::step() {
+    if (comeUp()) {
+        return true;
+    }
+    if (byte(MAILBOX_TX_STATE) == STATE_ABSENT) {
+        return noticeReset();
+    }
+    return welcomeHost() || look() || offer();
+}
+
+bool ModelFarSide::comeUp() {
+    if (!i_upAt || i_now < *i_upAt) {
+        return false;
+    }
+    i_upAt.reset();
+    i_armed = true;
+    i_receiveUp = true;
+    write(MAILBOX_RX_STATE, STATE_READY);
+    write(MAILBOX_TX_STATE, STATE_REQUESTED);
+    return true;
+}
+
+bool ModelFarSide::noticeReset() {
+    if (!i_armed) {
+        return false;
+    }
+    ++i_resets;
+    goDown();
+    if (ofRun(FaultKind::e_NoRearm) == nullptr) {
+        const Fault* late = ofRun(FaultKind::e_Rearm);
+        i_upAt = i_now + (late != nullptr ? int64_t{*late->value} : 0);
+    }
+    return true;
+}
+
+bool ModelFarSide::welcomeHost() {
+    if (byte(MAILBOX_RX_STATE) != STATE_REQUESTED) {
+        return false;
+    }
+    i_receiveUp = true;
+    if (const Fault* revise = ofRun(FaultKind::e_Revise)) {
+        writeRevision(*revise->value);
+    }
+    write(MAILBOX_RX_STATE, STATE_READY);
+    return true;
+}
+
+/** The message and all answers are forgotten, and both directions are down. */
+void ModelFarSide::goDown() {
+    endMessage();
+    i_message.clear();
+    i_behind = false;
+    i_heldUntil.reset();
+    i_queue.clear();
+    i_offerAt.reset();
+    i_early = 0;
+    i_read.clear();
+    i_good = false;
+    i_directionNew = true;
+    i_armed = false;
+    i_receiveUp = false;
+}
+
+/** Whether complete or broken off, a page frame was one more attempt. */
+void ModelFarSide::endMessage() {
+    if (i_inMessage && i_place.message == HostMessage::e_Page) {
+        i_lastPage = i_place.page;
+        i_attempts = i_place.attempt;
+        i_good = false;
+    }
+    i_inMessage = false;
+}
+
+/** A look at the host's byte, or at what is still to be done behind the last one. */
+bool ModelFarSide::look() {
+    if (!i_behind) {
+        if (byte(MAILBOX_TX_FLAG) != TX_BYTE_OFFERED) {
+            return false;
+        }
+        placeByte();
+        if (!passFaults()) {
+            return i_upAt.has_value();
+        }
+        takeByte();
+        return true;
+    }
+    return finishMessage() || i_upAt.has_value();
+}
+
+/** False while, or because, the faults behind the message don't let the answer go. */
+bool ModelFarSide::finishMessage() {
+    if (!passFaults()) {
+        return false;
+    }
+    i_behind = false;
+    i_message.clear();
+    queueVerdict();
+    return true;
+}
+
+void ModelFarSide::beginMessage() {
+    i_inMessage = true;
+    i_place = {};
+    if (!i_opened) {
+        i_opened = true;
+        i_place.message = HostMessage::e_Begin;
+    } else {
+        placePage(i_good ? i_lastPage + 1 : i_lastPage);
+    }
+}
+
+void ModelFarSide::placePage(unsigned page) {
+    i_place.message = HostMessage::e_Page;
+    i_place.page = static_cast<uint16_t>(page);
+    i_place.attempt = page == i_lastPage ? i_attempts + 1 : 1;
+}
+
+void ModelFarSide::placeByte() {
+    if (!i_inMessage) {
+        beginMessage();
+    }
+    constexpr size_t IdKnown = 4;
+    constexpr size_t NumberKnown = PAGE_NUMBER + 2;
+    const bool isPage = i_place.message == HostMessage::e_Page;
+    if (i_message.size() == IdKnown) {
+        const unsigned id = Big(i_message, 2, 2);
+        if (id == ID_INFO || id == ID_END) {
+            i_place.message = id == ID_INFO ? HostMessage::e_Info : HostMessage::e_End;
+        } else if (id == ID_PAGE && !isPage) {
+            placePage(i_lastPage);
+        }
+    } else if (i_message.size() == NumberKnown && isPage) {
+        placePage(Big(i_message, PAGE_NUMBER, 2));
+    }
+    i_place.byte = static_cast<unsigned>(i_message.size());
+}
+
+/** The faults at this place act. False if the message doesn't go on from here, now or ever. */
+bool ModelFarSide::passFaults() {
+    if (i_heldUntil && i_now < *i_heldUntil) {
+        return false;
+    }
+    i_heldUntil.reset();
+    for (PendingFault& fault : i_faults) {
+        if (!fault.done && fault.kind <= FaultKind::e_Early && IsAt(fault.place, i_place)) {
+            fault.done = true;
+            if (!strike(fault)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+bool ModelFarSide::strike(const PendingFault& fault) {
+    const uint32_t value = fault.value.value_or(0);
+    switch (fault.kind) {
+        case FaultKind::e_Slow:
+            i_heldUntil = i_now + value;
+            return passFaults();
+        case FaultKind::e_Die:
+            i_dead = true;
+            return false;
+        case FaultKind::e_Reset:
+            clear();
+            goDown();
+            if (fault.value) {
+                i_upAt = i_now + value;
+            }
+            return false;
+        case FaultKind::e_State10:
+            write(MAILBOX_TX_STATE, value);
+            return true;
+        case FaultKind::e_State7:
+            write(MAILBOX_RX_STATE, value);
+            return true;
+        case FaultKind::e_Unasked:
+            queueText(AnswerText(static_cast<unsigned char>(value)));
+            return true;
+        default:
+            queueText(AnswerText(0).substr(0, value));
+            i_early = value;
+            return true;
+    }
+}
+
+void ModelFarSide::takeByte() {
+    i_message.push_back(static_cast<char>(byte(MAILBOX_TX_DATA)));
+    if (i_message.size() >= HEADER && i_message.size() == Big(i_message, 4, 4)) {
+        handleMessage();
+        endMessage();
+        i_behind = true;
+        ++i_place.byte;
+        finishMessage();
+    }
+    // The last byte too, whatever has happened behind it.
+    write(MAILBOX_TX_FLAG, TX_BYTE_TAKEN);
+}
+
+void ModelFarSide::handleMessage() {
+    switch (i_place.message) {
+        case HostMessage::e_Begin:
+            i_flash.clear();
+            i_begun = i_erased = true;
+            i_fits = false;
+            i_lastPage = i_attempts = 0;
+            i_good = false;
+            break;
+        case HostMessage::e_Page:
+            i_verdict = judgePage();
+            break;
+        case HostMessage::e_Info:
+            i_fits = Big(i_message, HEADER, 2) * PAGE == i_flash.size();
+            break;
+        case HostMessage::e_End:
+            if (i_begun && i_fits) {
+                writeRevision(TOOL_REVISION);
+            }
+            i_begun = i_fits = false;
+            break;
+    }
+}
+
+/** The next page, or the last one again, in a transfer that has been opened. */
+unsigned char ModelFarSide::judgePage() {
+    constexpr unsigned char Good = 0;
+    constexpr unsigned char OutOfOrder = 2;
+    constexpr unsigned char NotBegun = 4;
+    const size_t begin = i_place.page * PAGE;
+    if (!i_erased) {
+        return NotBegun;
+    }
+    if (begin != i_flash.size() && begin + PAGE != i_flash.size()) {
+        return OutOfOrder;
+    }
+    i_flash.resize(begin);
+    i_flash += i_message.substr(PAGE_DATA);
+    return Good;
+}
+
+void ModelFarSide::queueText(const std::string& bytes) {
+    for (const char byte : bytes) {
+        i_queue.push_back({static_cast<unsigned char>(byte)});
+    }
+}
+
+std::vector<Fault> ModelFarSide::answerFaults() const {
+    std::vector<Fault> faults;
+    std::copy_if(
+        i_faults.begin(), i_faults.end(), std::back_inserter(faults), [this](const Fault& fault) {
+            return fault.kind >= FaultKind::e_Body && fault.kind <= FaultKind::e_Stop &&
+                   fault.place.page == i_place.page && fault.place.attempt == i_place.attempt;
+        });
+    return faults;
+}
+
+/** Puts the answer in the queue, from behind what has gone out early. */
+void ModelFarSide::queueVerdict() {
+    if (!i_verdict) {
+        return;
+    }
+    std::string bytes = AnswerText(*i_verdict);
+    i_verdict.reset();
+    const std::vector<Fault> faults = answerFaults();
+    for (const Fault& fault : faults) {
+        Spoil(bytes, fault);
+    }
+    const size_t first = std::min(i_early, bytes.size());
+    i_early = 0;
+    for (size_t i = first; i <= bytes.size(); ++i) {
+        AnswerByte byte;
+        byte.none = i == bytes.size();
+        byte.byte = static_cast<unsigned char>(byte.none ? 0 : bytes[i]);
+        for (const Fault& fault : faults) {
+            const uint32_t value = fault.value.value_or(0);
+            const bool here = fault.place.byte == i;
+            byte.lateMs += here && fault.kind == FaultKind::e_Late ? value : 0;
+            byte.overrun |= here && fault.kind == FaultKind::e_Overrun;
+            byte.dieBefore |= fault.kind == FaultKind::e_Stop && value <= bytes.size() &&
+                              i == std::max<size_t>(value, first);
+        }
+        if (!byte.none || byte.dieBefore) {
+            i_queue.push_back(byte);
+        }
+    }
+}
+
+bool ModelFarSide::mayOffer() {
+    if (!i_receiveUp || (i_offerAt && i_now < *i_offerAt)) {
+        return false;
+    }
+    return i_directionNew || byte(MAILBOX_RX_FLAG) == RX_BYTE_TAKEN;
+}
+
+bool ModelFarSide::offer() {
+    if (i_queue.empty()) {
+        return false;
+    }
+    AnswerByte& next = i_queue.front();
+    if (next.dieBefore) {
+        i_dead = true;
+        return false;
+    }
+    if (!mayOffer()) {
+        return false;
+    }
+    if (next.lateMs != 0) {
+        i_offerAt = i_now + next.lateMs;
+        next.lateMs = 0;
+        return true;
+    }
+    i_offerAt.reset();
+    const AnswerByte given = next;
+    i_queue.pop_front();
+    write(MAILBOX_RX_DATA, given.byte);
+    if (!given.overrun) {
+        write(MAILBOX_RX_FLAG, RX_BYTE_OFFERED);
+        i_directionNew = false;
+        noteOffered(given.byte);
+    }
+    return true;
+}
+
+void ModelFarSide::noteOffered(unsigned char byte) {
+    i_read.push_back(static_cast<char>(byte));
+    // Of what is no message the host reads no more than a header.
+    if (i_read.size() >= HEADER && i_read.size() == SizeOfAnswer(i_read).value_or(HEADER)) {
+        i_good = IsGoodAnswer(i_read);
+        i_read.clear();
+    }
+}
+
+}  // namespace campaign

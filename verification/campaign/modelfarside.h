@@ -1,0 +1,122 @@
+#pragma once
+
+#include <deque>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "verification/campaign/outcome.h"
+#include "verification/campaign/scenario.h"
+
+namespace campaign {
+
+/**
+ * The far side as it is meant to be, faults included: one half of the model. It is a machine of its
+ * own, with no code of the controller's; what each fault means stands with the schedule.
+ *
+ * Borrows the scenario and the words. Times are milliseconds from any start.
+ */
+class ModelFarSide {
+  public:
+    ModelFarSide(const Scenario& scenario, Words& words);
+
+    void announce();
+    /** Does all that can be done at this time. */
+    void act(int64_t now);
+
+    const std::string& flash() const { return i_flash; }
+    unsigned resets() const { return i_resets; }
+
+  private:
+    /** A fault at a byte of the host acts once. */
+    struct PendingFault : controller::Fault {
+        bool done = false;
+    };
+    /** A byte for the host, and what is wrong with its giving. */
+    struct AnswerByte {
+        unsigned char byte = 0;
+        int64_t lateMs = 0;
+        bool overrun = false;
+        bool dieBefore = false;
+        /** There is no byte, only a death behind the last one. */
+        bool none = false;
+    };
+
+    unsigned char byte(unsigned address) const { return i_words[address] & 0xFF; }
+    void write(unsigned address, unsigned value) { i_words[address] = value | i_dirt; }
+    void writeRevision(unsigned revision);
+    void clear();
+
+    const controller::Fault* ofRun(controller::FaultKind kind) const;
+    /** The faults of the answer to this page, in the order of acting. */
+    std::vector<controller::Fault> answerFaults() const;
+
+    bool step();
+    bool comeUp();
+    bool noticeReset();
+    bool welcomeHost();
+    void goDown();
+    void endMessage();
+
+    bool look();
+    void beginMessage();
+    void placeByte();
+    void placePage(unsigned page);
+    bool passFaults();
+    bool strike(const PendingFault& fault);
+    void takeByte();
+    bool finishMessage();
+    void handleMessage();
+    unsigned char judgePage();
+
+    void queueText(const std::string& bytes);
+    void queueVerdict();
+    bool offer();
+    bool mayOffer();
+    void noteOffered(unsigned char byte);
+
+    const Scenario& i_scenario;
+    Words& i_words;
+    std::vector<PendingFault> i_faults;
+    uint32_t i_dirt = 0;
+    int64_t i_now = 0;
+
+    bool i_dead = false;
+    bool i_armed = false;
+    bool i_receiveUp = false;
+    std::optional<int64_t> i_upAt;
+    unsigned i_resets = 0;
+
+    /** The host's message, and where in it the host is. */
+    std::string i_message;
+    controller::Place i_place;
+    bool i_inMessage = false;
+    /** The message is complete, the faults behind it are not done with yet. */
+    bool i_behind = false;
+    bool i_opened = false;
+    std::optional<int64_t> i_heldUntil;
+
+    unsigned i_lastPage = 0;
+    unsigned i_attempts = 0;
+    /** What the host has read since the last page, and whether that was a good answer. */
+    std::string i_read;
+    bool i_good = false;
+
+    std::optional<unsigned char> i_verdict;
+    std::deque<AnswerByte> i_queue;
+    std::optional<int64_t> i_offerAt;
+    bool i_directionNew = true;
+    size_t i_early = 0;
+
+    bool i_begun = false;
+    bool i_erased = false;
+    bool i_fits = false;
+    std::string i_flash;
+};
+
+/** The size of the message that begins with this header, if it is one that a host reads on. */
+std::optional<size_t> SizeOfAnswer(const std::string& header);
+/** Whether a whole message says that the page is good. */
+bool IsGoodAnswer(const std::string& bytes);
+
+}  // namespace campaign

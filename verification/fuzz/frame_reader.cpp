@@ -1,0 +1,98 @@
+#include <algorithm>
+#include <memory>
+#include <string>
+
+#include "link/mailbox.h"
+#include "link/routercomms.h"
+#include "verification/fuzz/fuzzing.h"
+#include "verification/fuzz/scriptedmailbox.h"
+
+/**
+ * Two bytes that say which byte of the script is late, one by how many polls, and the bytes that
+ * the controller sends. What arrives of them is worked out from the protocol.
+ */
+namespace {
+
+constexpr size_t HeaderSize = 8;
+constexpr size_t MaxFrame = 0x8000000;
+/** Polls that may miss a byte: each takes a second, and the one behind the fourth is too late. */
+constexpr unsigned MissesInTime = 3;
+
+struct Header {
+    explicit Header(std::string_view bytes)
+        : id(static_cast<uint16_t>(fuzzing::NumberAt(bytes, 2, 2))),
+          length(static_cast<uint32_t>(fuzzing::NumberAt(bytes, 4, 4))),
+          valid(bytes.size() >= HeaderSize && bytes.substr(0, 2) == "\x02\xDC" &&
+                length >= HeaderSize) {}
+
+    uint16_t id;
+    uint32_t length;
+    bool valid;
+};
+
+/** The functions on bytes, without a mailbox. */
+void ReadFrameInMemory(const std::string& frame) {
+    const Header expected{frame};
+    uint32_t length = 0;
+    uint16_t id = 0;
+    const auto size = static_cast<unsigned>(frame.size());
+    REQUIRE((YAMPParseHeader(frame.data(), size, &length, &id) == 0) == expected.valid);
+    const std::unique_ptr<SmartBufferReader> body = YAMPOpenBody(frame.data(), size, &id);
+    REQUIRE((body != nullptr) == (expected.valid && expected.length <= frame.size()));
+    if (body != nullptr) {
+        REQUIRE(id == expected.id);
+        REQUIRE(body->bytesRemaining() == expected.length - HeaderSize);
+    }
+}
+
+/** Reads the body to its end. */
+std::string BytesOf(SmartBufferReader& body) {
+    std::string bytes(body.bytesRemaining(), '\0');
+    REQUIRE(body.read(bytes.data(), static_cast<int>(bytes.size())) ==
+            static_cast<int>(bytes.size()));
+    return bytes;
+}
+
+/** One message; `script` is what can still arrive. False when no further one can. */
+bool ReadFrameFromMailbox(fuzzing::ScriptedMailbox& mailbox, std::string_view script) {
+    RouterCommReader reader(&mailbox);
+    const size_t start = mailbox.position;
+    RefPtr<RefBuffer> buffer;
+    uint16_t id = 0;
+    const std::unique_ptr<SmartBufferReader> body = reader.readMessage(buffer, id);
+    const bool wasReset = mailbox.isReset();
+
+    const Header expected(script);
+    const bool readsBody = expected.valid && expected.length <= MaxFrame;
+    const size_t wanted = readsBody ? expected.length : HeaderSize;
+    const bool arrives = script.size() >= wanted;
+    REQUIRE((body != nullptr) == (readsBody && arrives));
+    REQUIRE(mailbox.position - start >= std::min(wanted, script.size()));
+    REQUIRE(wasReset == !arrives);
+    if (body != nullptr) {
+        REQUIRE(mailbox.position - start == wanted);
+        REQUIRE(id == expected.id);
+        REQUIRE(BytesOf(*body) == script.substr(HeaderSize, wanted - HeaderSize));
+    }
+    return arrives;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
+    fuzzing::Input input(bytes, size);
+    fuzzing::ScriptedMailbox mailbox;
+    mailbox.lateByte = input.takeNumber(2);
+    mailbox.latePolls = input.takeByte() % 8U;
+    const bool comesTooLate = mailbox.latePolls > MissesInTime;
+    mailbox.toHost = input.takeRest();
+    ReadFrameInMemory(mailbox.toHost);
+
+    const std::string_view all = mailbox.toHost;
+    const std::string_view arriving = all.substr(0, comesTooLate ? mailbox.lateByte : all.size());
+    while (ReadFrameFromMailbox(mailbox, arriving.substr(mailbox.position))) {
+        // As the controller does when the host asks anew.
+        mailbox.writeAddress(MAILBOX_RX_STATE, STATE_READY);
+    }
+    return 0;
+}
