@@ -9,6 +9,7 @@
 
 #include "logger/assertion.h"
 #include "logger/logger.h"
+#include "memory/hostlock.h"
 #include "memory/sharedmemory.h"
 
 namespace {
@@ -92,6 +93,9 @@ MemoryMap* MemoryMapContainer::openMap(e_MemoryMapType type, size_t size) {
     if (map.i_fd == -1) {
         LOG_MESSAGE(CRITICAL, "open failed %s (%s)", path, strerror(errno));
         return nullptr;
+    }
+    if (type == e_MemoryMap_VELNOR_ALTERA) {
+        LockAsHost(map.i_fd);
     }
     map.i_size = size;
     void* address = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, map.i_fd, 0);

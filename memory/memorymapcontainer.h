@@ -103,7 +103,9 @@ class MemoryMap {
  *
  * A region is a POSIX shared-memory object named after the last component of its device path, slash
  * included; another process that maps the same object sees the same bytes. The container never
- * clears and never removes an object.
+ * clears and never removes an object. While the region of the mailbox, e_MemoryMap_VELNOR_ALTERA,
+ * is created, this process holds the host's lock on it (memory/hostlock.h), unless the object can't
+ * be locked or the process closes another descriptor of it.
  *
  * Maps may be created from any thread that may block; a time-critical one is stopped. The pointers
  * handed out stay valid for the container's life. Its destructor, which unmaps and closes, must not

@@ -1,15 +1,16 @@
 #include "companions/operator/status/snapshot.h"
 
-#include "companions/registers/velnor_regs/failure.h"
-#include "companions/registers/velnor_regs/liveregion.h"
-#include "companions/simulator/controller/mailboxport.h"
 #include "link/mailbox.h"
+#include "memory/cardview.h"
 
 namespace status {
 
 namespace {
 
 constexpr uint32_t BYTE = 0xFF;
+
+constexpr char SHRUNK[] =
+    "shared memory /resource0 became shorter while it was read; check /dev/shm";
 
 constexpr unsigned ADDRESSES[] = {
     MAILBOX_RX_DATA, MAILBOX_RX_FLAG,  MAILBOX_RX_STATE,     MAILBOX_TX_DATA,
@@ -38,15 +39,18 @@ std::map<unsigned, uint32_t> Snapshot::upperBits() const {
 
 Snapshot Look() {
     Snapshot snapshot;
-    try {
-        const regs::LiveRegion region(false);
-        const auto* mailbox = reinterpret_cast<const uint32_t*>(
-            static_cast<const char*>(region.base()) + controller::MAILBOX_OFFSET);
-        for (const unsigned address : ADDRESSES) {
-            snapshot.words[address] = __atomic_load_n(mailbox + address, __ATOMIC_ACQUIRE);
+    const CardView card;
+    snapshot.failure = card.failure();
+    if (!snapshot.failure.empty()) {
+        return snapshot;
+    }
+    for (const unsigned address : ADDRESSES) {
+        const std::optional<uint32_t> word = card.mailboxWord(address);
+        if (!word) {
+            snapshot.failure = SHRUNK;
+            return snapshot;
         }
-    } catch (const regs::Failure& failure) {
-        snapshot.failure = failure.what();
+        snapshot.words[address] = *word;
     }
     return snapshot;
 }

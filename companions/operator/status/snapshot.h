@@ -11,7 +11,7 @@ namespace status {
  * two of them need not belong to the same moment.
  */
 struct Snapshot {
-    /** Why there is nothing to look at; empty where there is. */
+    /** Why the words can't be read; empty if they were. */
     std::string failure;
     /** The mailbox's words by their addresses. */
     std::map<unsigned, uint32_t> words;

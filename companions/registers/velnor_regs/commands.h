@@ -12,6 +12,7 @@ struct Request {
     std::string design;
     std::vector<std::string> operands;
     bool yes = false;
+    bool force = false;
 };
 
 /** Each has its operands, and throws Failure where it has no answer. */

@@ -4,6 +4,8 @@
 #include "companions/registers/velnor_regs/number.h"
 #include "companions/registers/velnor_regs/path.h"
 #include "companions/registers/velnor_regs/word.h"
+#include "memory/cardview.h"
+#include "memory/hostlock.h"
 
 namespace regs {
 
@@ -15,10 +17,10 @@ void CheckPlace(const Place& place) {
         throw Failure(EXIT_FINDING, place.path + " is a memory; give a word, [0] to [" +
                                         std::to_string(place.member->words - 1) + "]");
     }
-    if (place.address() > LiveRegion::SIZE - 4) {
+    if (place.address() > CardView::SIZE - 4) {
         throw Failure(EXIT_FINDING, place.path + " lies at " + HexText(place.address()) +
                                         ", past the end of the mapped space at " +
-                                        HexText(LiveRegion::SIZE) + "; choose a lower address");
+                                        HexText(CardView::SIZE) + "; choose a lower address");
     }
 }
 
@@ -26,6 +28,23 @@ Place PlaceOf(const Map& map, const Request& request) {
     Place place = FollowPath(map, request.operands[0]);
     CheckPlace(place);
     return place;
+}
+
+void CheckCard(const CardView& card) {
+    if (!card.failure().empty()) {
+        throw Failure(EXIT_FINDING, card.failure());
+    }
+}
+
+/** A write beside an upgrade can break it. */
+void CheckIdle(bool force) {
+    const CardView card;
+    CheckCard(card);
+    const std::optional<pid_t> host = card.host();
+    if (host && !force) {
+        throw Failure(EXIT_FINDING, "a tolmira_upgrade is at work, " + ProcessText(*host) +
+                                        "; wait for its end, or say --force to write beside it");
+    }
 }
 
 std::uint32_t Load(const Place& place) {
@@ -51,11 +70,15 @@ void Store(const Place& place, std::uint32_t value) {
 }  // namespace
 
 Answer Read(const Request& request) {
-    PlaceOf(OpenMap(request.design, nullptr), request);
-    const LiveRegion region(false);
-    const Map map = OpenMap(request.design, region.base());
+    const Map map = OpenMap(request.design, nullptr);
     const Place place = PlaceOf(map, request);
-    return DescribeWord(request.design, place, Load(place));
+    const CardView card;
+    CheckCard(card);
+    const std::optional<std::uint32_t> word = card.word(place.address());
+    if (!word) {
+        throw Failure(EXIT_FINDING, place.path + " can't be read; check /dev/shm");
+    }
+    return DescribeWord(request.design, place, *word);
 }
 
 Answer Write(const Request& request) {
@@ -67,7 +90,8 @@ Answer Write(const Request& request) {
         throw Failure(EXIT_WRONG_USAGE,
                       "this changes " + planned.path + " of the live card; say --yes to do it");
     }
-    const LiveRegion region(true);
+    CheckIdle(request.force);
+    const LiveRegion region(planned.address());
     const Map map = OpenMap(request.design, region.base());
     const Place place = PlaceOf(map, request);
     const std::uint32_t before = Load(place);

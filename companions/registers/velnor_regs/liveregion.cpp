@@ -2,64 +2,47 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <system_error>
 
 #include "companions/registers/velnor_regs/failure.h"
+#include "memory/cardview.h"
 
 namespace regs {
 
 namespace {
 
-constexpr char NAME[] = "/resource0";
-
-/** What a too short object counts as. */
-constexpr int TOO_SHORT = ENODATA;
-
-std::string WayOut(int error) {
-    const std::string why = error == TOO_SHORT ? "shorter than the card's address space"
-                                               : std::generic_category().message(error);
-    return why + (error == ENOENT ? "; start what drives the card first" : "; check /dev/shm");
-}
-
-[[noreturn]] void Fail(int error) {
-    throw Failure(EXIT_FINDING, std::string("shared memory ") + NAME + ": " + WayOut(error));
-}
-
-void* MapWhole(int fd, bool writable) {
-    struct stat status = {};
-    if (fstat(fd, &status) != 0) {
-        return MAP_FAILED;
+/** Allocates the word and maps the object; null with errno set on failure. */
+void* MapForWriting(int fd, std::size_t offset) {
+    errno = posix_fallocate(fd, static_cast<off_t>(offset), sizeof(std::uint32_t));
+    if (errno != 0) {
+        return nullptr;
     }
-    // Beyond the object's end an access would end the program.
-    if (static_cast<std::size_t>(status.st_size) < LiveRegion::SIZE) {
-        errno = TOO_SHORT;
-        return MAP_FAILED;
-    }
-    return mmap(nullptr, LiveRegion::SIZE, writable ? PROT_READ | PROT_WRITE : PROT_READ,
-                MAP_SHARED, fd, 0);
+    void* base = mmap(nullptr, CardView::SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    return base == MAP_FAILED ? nullptr : base;
 }
 
 }  // namespace
 
-LiveRegion::LiveRegion(bool writable) {
-    const int fd = shm_open(NAME, writable ? O_RDWR : O_RDONLY, 0);
-    if (fd < 0) {
-        Fail(errno);
-    }
-    i_base = MapWhole(fd, writable);
+LiveRegion::LiveRegion(std::size_t offset) {
+    const int fd = shm_open(CardView::NAME, O_RDWR | O_NONBLOCK, 0);
+    i_base = fd < 0 ? nullptr : MapForWriting(fd, offset);
     const int error = errno;
-    close(fd);
-    if (i_base == MAP_FAILED) {
-        Fail(error);
+    if (fd >= 0) {
+        close(fd);
+    }
+    if (i_base == nullptr) {
+        throw Failure(EXIT_FINDING,
+                      std::string("shared memory ") + CardView::NAME + " can't be written: " +
+                          std::generic_category().message(error) + "; check /dev/shm");
     }
 }
 
 LiveRegion::~LiveRegion() {
-    munmap(i_base, SIZE);
+    munmap(i_base, CardView::SIZE);
 }
 
 }  // namespace regs

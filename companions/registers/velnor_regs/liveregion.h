@@ -5,16 +5,17 @@
 namespace regs {
 
 /**
- * The card's address space as other programs share it, mapped for as long as this object lives. It
- * has to be there: it is never made and never changes its size.
+ * The card's address space as other programs share it, mapped for writing for as long as this
+ * object lives. The shared-memory object must be there: it is never made and its size never
+ * changes.
  */
 class LiveRegion {
   public:
-    /** What the card's address space holds, in bytes. */
-    static constexpr std::size_t SIZE = 0x1000000;
-
-    /** Throws Failure where the object isn't there, is too short or can't be mapped. */
-    explicit LiveRegion(bool writable);
+    /**
+     * Makes sure first that there is memory for the word at `offset`, since a store without would
+     * end the process. Throws Failure if the object isn't there or can't be written.
+     */
+    explicit LiveRegion(std::size_t offset);
     ~LiveRegion();
     LiveRegion(const LiveRegion&) = delete;
     LiveRegion& operator=(const LiveRegion&) = delete;

@@ -89,6 +89,8 @@ void AddCommand(commandline::Program& program, const Command& command, Settings&
     }
     if (command.run == Write) {
         sub.flag("--yes", settings.request.yes, "Really change the card");
+        sub.flag("--force", settings.request.force,
+                 "Write even while a tolmira_upgrade is at work");
     }
     const auto takeOperand = [&settings](const std::string& text) {
         settings.request.operands.push_back(text);

@@ -1,11 +1,14 @@
 /** The inspector from outside. */
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/mman.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "memory/hostlock.h"
 #include "tests/support/privateshm.h"
 #include "tests/support/process.h"
 #include "tests/support/region.h"
@@ -203,6 +206,45 @@ TEST_F(VelnorRegs, ReadsAndWritesTheLiveCard) {
     }
     ASSERT_EQ(truncate("/dev/shm/resource0", 0x2000), 0);
     EXPECT_EQ(run({"read", word}).exitValue, 1) << "an object that is too short";
+    shm_unlink("/resource0");
+}
+
+TEST_F(VelnorRegs, WritesBesideAHostOnlyWhenForced) {
+    const Arguments write = {"write", "sbuf.shelf_status.R_xpt_control", "9", "--yes"};
+    testsupport::Region region;
+    const int fd = shm_open("/resource0", O_RDWR, 0);
+    LockAsHost(fd);
+    const ProcessResult refused = run(write);
+    EXPECT_EQ(refused.exitValue, 1);
+    EXPECT_THAT(refused.err, HasSubstr("is at work, pid " + std::to_string(getpid()) + "; "));
+    EXPECT_EQ(region.word(32), 0U);
+    EXPECT_EQ(run({"read", write[1]}).exitValue, 0);
+    EXPECT_EQ(run({write[0], write[1], write[2], "--yes", "--force"}).exitValue, 0);
+    EXPECT_EQ(region.word(32), 9U);
+    close(fd);
+    EXPECT_EQ(run(write).exitValue, 0) << "the host is gone";
+    shm_unlink("/resource0");
+}
+
+// A store into memory that isn't there would end the program with SIGBUS.
+TEST_F(VelnorRegs, AFullSharedMemoryIsToldAndReadAllTheSame) {
+    testsupport::Region region;
+    (void)region.word(0);
+    const int fd = open("/dev/shm/fill", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    struct statvfs space = {};
+    fstatvfs(fd, &space);
+    if (space.f_blocks * space.f_frsize > 1UL << 30) {
+        GTEST_SKIP() << "this machine permits no /dev/shm of its own, and others use this one";
+    }
+    ASSERT_EQ(posix_fallocate(fd, 0, static_cast<off_t>(space.f_bavail * space.f_bsize)), 0);
+    const std::string path = "sbuf.chip_misc.R_debug";
+    const ProcessResult write = run({"write", path, "1", "--yes"});
+    EXPECT_EQ(write.exitValue, 1);
+    EXPECT_THAT(write.err, HasSubstr("No space left on device; check /dev/shm\n"));
+    EXPECT_EQ(answer({"read", path})["word"], 0);
+    close(fd);
+    remove("/dev/shm/fill");
+    EXPECT_EQ(run({"write", path, "1", "--yes"}).exitValue, 0);
     shm_unlink("/resource0");
 }
 

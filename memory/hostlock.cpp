@@ -1,0 +1,57 @@
+#include "memory/hostlock.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+/** The first two bytes of the mailbox. Every program that takes or asks must agree on them. */
+constexpr off_t HOST_BYTE = 0x2800;
+constexpr off_t CONTROLLER_BYTE = 0x2801;
+
+struct flock LockOn(off_t byte, short type) {
+    struct flock lock = {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = byte;
+    lock.l_len = 1;
+    return lock;
+}
+
+bool Lock(int fd, off_t byte, short type) {
+    const struct flock lock = LockOn(byte, type);
+    return fcntl(fd, F_SETLK, &lock) == 0;
+}
+
+/** Asks as a writer would, whom each lock stops. */
+std::optional<pid_t> HolderOf(int fd, off_t byte) {
+    struct flock lock = LockOn(byte, F_WRLCK);
+    if (fcntl(fd, F_GETLK, &lock) != 0 || lock.l_type == F_UNLCK) {
+        return std::nullopt;
+    }
+    // -1 is a lock of an open file, not of a process.
+    return lock.l_pid > 0 ? lock.l_pid : 0;
+}
+
+}  // namespace
+
+void LockAsHost(int fd) {
+    // A host works without the lock too; it is only for others to see.
+    (void)Lock(fd, HOST_BYTE, F_RDLCK);
+}
+
+bool LockAsController(int fd) {
+    return Lock(fd, CONTROLLER_BYTE, F_WRLCK);
+}
+
+std::optional<pid_t> HostOf(int fd) {
+    return HolderOf(fd, HOST_BYTE);
+}
+
+std::optional<pid_t> ControllerOf(int fd) {
+    return HolderOf(fd, CONTROLLER_BYTE);
+}
+
+std::string ProcessText(pid_t pid) {
+    return "pid " + (pid == 0 ? "unknown" : std::to_string(pid));
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+/**
+ * Who is at work on a shared-memory object: record locks (fcntl) on one agreed byte for each side.
+ * The contents of the bytes have no meaning. The kernel drops a lock when its process ends,
+ * whatever ends it.
+ *
+ * The kernel also drops a process's locks on an object as soon as the process closes any of its
+ * descriptors of that object. Holders must keep their one descriptor open; only processes without a
+ * lock may open and close another.
+ */
+
+/** Marks the calling process as a host. Several hosts can hold it; it keeps nobody out. */
+void LockAsHost(int fd);
+
+/**
+ * Marks the calling process as the controller; `fd` must be open for writing. False if another
+ * controller holds the lock, or the object can't be locked. Doesn't wait.
+ */
+[[nodiscard]] bool LockAsController(int fd);
+
+/**
+ * The id of a process that holds the host's or the controller's lock, 0 if it belongs to another
+ * pid namespace. No value if no other process holds it. `fd` need only be open for reading; a
+ * process doesn't see its own lock.
+ */
+std::optional<pid_t> HostOf(int fd);
+std::optional<pid_t> ControllerOf(int fd);
+
+/** "pid 4711", or "pid unknown" for 0. */
+std::string ProcessText(pid_t pid);
