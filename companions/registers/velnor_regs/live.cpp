@@ -1,3 +1,4 @@
+#include "companions/registers/velnor_regs/access.h"
 #include "companions/registers/velnor_regs/commands.h"
 #include "companions/registers/velnor_regs/failure.h"
 #include "companions/registers/velnor_regs/liveregion.h"
@@ -72,6 +73,7 @@ void Store(const Place& place, std::uint32_t value) {
 Answer Read(const Request& request) {
     const Map map = OpenMap(request.design, nullptr);
     const Place place = PlaceOf(map, request);
+    CheckRead(place, request.force);
     const CardView card;
     CheckCard(card);
     const std::optional<std::uint32_t> word = card.word(place.address());
@@ -90,6 +92,7 @@ Answer Write(const Request& request) {
         throw Failure(EXIT_WRONG_USAGE,
                       "this changes " + planned.path + " of the live card; say --yes to do it");
     }
+    CheckWrite(planned, request.force);
     CheckIdle(request.force);
     const LiveRegion region(planned.address());
     const Map map = OpenMap(request.design, region.base());

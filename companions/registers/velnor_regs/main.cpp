@@ -90,7 +90,10 @@ void AddCommand(commandline::Program& program, const Command& command, Settings&
     if (command.run == Write) {
         sub.flag("--yes", settings.request.yes, "Really change the card");
         sub.flag("--force", settings.request.force,
-                 "Write even while a tolmira_upgrade is at work");
+                 "Write even while a tolmira_upgrade is at work, or if the place is read-only");
+    }
+    if (command.run == Read) {
+        sub.flag("--force", settings.request.force, "Read even if the read clears bits");
     }
     const auto takeOperand = [&settings](const std::string& text) {
         settings.request.operands.push_back(text);

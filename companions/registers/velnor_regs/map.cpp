@@ -1,5 +1,9 @@
 #include "companions/registers/velnor_regs/map.h"
 
+#include <map>
+#include <string_view>
+#include <tuple>
+
 #include "companions/registers/velnor_regs/failure.h"
 #include "companions/registers/velnor_regs/nearest.h"
 #include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_2_5_walk.h"
@@ -13,44 +17,75 @@ namespace regs {
 
 namespace {
 
+/** Group, member and field; the last ones are empty for what is no field or no member. */
+using Name = std::tuple<std::string_view, std::string_view, std::string_view>;
+using Meanings = std::map<Name, Said>;
+
+Meanings MeaningsOf(std::string_view design) {
+    Meanings meanings;
+    for (std::size_t i = 0; i < hwmap::MEANING_COUNT; ++i) {
+        const hwmap::Meaning& one = hwmap::MEANINGS[i];
+        if (one.design[0] == '\0' || one.design == design) {
+            Said& said = meanings[{one.group, one.member, one.field}];
+            said = {one.about, one.access, {}};
+            if (one.reset >= 0) {
+                said.reset = static_cast<std::uint32_t>(one.reset);
+            }
+        }
+    }
+    return meanings;
+}
+
 /** Puts each object behind the ones before it, so that the map keeps the order of construction. */
 class Builder : public hwmap::MapVisitor {
   public:
-    Builder(Map& map, void* base)
-        : i_domains(map.domains), i_base(reinterpret_cast<std::uintptr_t>(base)) {}
+    Builder(Map& map, std::string_view design, void* base)
+        : i_domains(map.domains),
+          i_meanings(MeaningsOf(design)),
+          i_base(reinterpret_cast<std::uintptr_t>(base)) {}
 
     void group(const char* domain, const char* name, unsigned int instance, std::uintptr_t address,
                const void* /*object*/) override {
         if (i_domains.empty() || i_domains.back().name != domain) {
             i_domains.push_back({domain, {}});
         }
+        i_name = {name, "", ""};
         append(i_domains.back().groups, name, instance, Group{address - i_base, {}});
     }
     void registerWord(const char* name, unsigned int element, RegisterObject& object) override {
+        beginMember(name);
         append(lastGroup().members, name, element,
                Member{object.absoluteAddress() - i_base, 1, &object, nullptr, {}});
     }
     void memory(const char* name, unsigned int element, MemoryObject& object) override {
+        beginMember(name);
         append(
             lastGroup().members, name, element,
             Member{object.absoluteAddress() - i_base, object.sizeInWords(), nullptr, &object, {}});
     }
     void registerField(const char* name, unsigned int element,
                        RegisterFieldObject& object) override {
+        std::get<2>(i_name) = name;
         append(lastMember().fields, name, element,
                Field{object.alignedMask(), object.lowestBit(), &object, nullptr});
     }
     void memoryField(const char* name, unsigned int element, MemoryFieldObject& object) override {
+        std::get<2>(i_name) = name;
         append(lastMember().fields, name, element,
                Field{object.alignedMask(), object.lowestBit(), nullptr, &object});
     }
 
   private:
+    void beginMember(const char* name) {
+        std::get<1>(i_name) = name;
+        std::get<2>(i_name) = "";
+    }
     template <class Element>
-    static void append(std::vector<Series<Element>>& list, const char* name, unsigned int element,
-                       Element object) {
+    void append(std::vector<Series<Element>>& list, const char* name, unsigned int element,
+                Element object) {
         if (element == 0) {
-            list.push_back({name, {}});
+            const auto said = i_meanings.find(i_name);
+            list.push_back({name, {}, said == i_meanings.end() ? Said() : said->second});
         }
         ASSERT(list.back().name == name && list.back().elements.size() == element);
         list.back().elements.push_back(std::move(object));
@@ -59,21 +94,24 @@ class Builder : public hwmap::MapVisitor {
     Member& lastMember() { return lastGroup().members.back().elements.back(); }
 
     std::vector<Domain>& i_domains;
+    const Meanings i_meanings;
+    /** Of the object that came last. */
+    Name i_name;
     const std::uintptr_t i_base;
 };
 
 template <class Design>
-Map Open(void* base) {
+Map Open(const char* name, void* base) {
     const auto design = std::make_shared<Design>(VolatileAccessor(), base);
     Map map{design, {}};
-    Builder builder(map, base);
+    Builder builder(map, name, base);
     hwmap::Walk(*design, builder);
     return map;
 }
 
 const struct {
     const char* name;
-    Map (*open)(void* base);
+    Map (*open)(const char* name, void* base);
 } DESIGNS[] = {
     {"mm_fcfs", Open<hwmap::Design_velnor_vp_mm_fcfs<VolatileAccessor>>},
     {"dve", Open<hwmap::Design_velnor_vp_dve<VolatileAccessor>>},
@@ -95,11 +133,16 @@ std::vector<std::string> DesignNames() {
 Map OpenMap(const std::string& design, void* base) {
     for (const auto& known : DESIGNS) {
         if (known.name == design) {
-            return known.open(base);
+            return known.open(known.name, base);
         }
     }
     throw Failure(EXIT_FINDING, "there is no design " + design + "; " +
                                     NearestOf(design, DesignNames()) + " (list shows all)");
+}
+
+const char* AccessText(hwmap::e_Access access) {
+    constexpr const char* texts[] = {"", "ro", "wo", "rc"};
+    return texts[access];
 }
 
 std::string BitsOf(const Field& field) {

@@ -3,10 +3,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "include/hwaccess.h"
+#include "src/card/velnor/hwmap/meanings.h"
 
 /**
  * The register map of a design as its constructed objects tell it: where they lie, what they are
@@ -19,11 +21,20 @@ using MemoryObject = Memory<VolatileAccessor, unsigned int>;
 using RegisterFieldObject = RegisterField<VolatileAccessor, unsigned int>;
 using MemoryFieldObject = MemoryField<VolatileAccessor, unsigned int>;
 
+/** What the hardware tables say of a name beside its place; the same in all its objects. */
+struct Said {
+    std::string about;
+    hwmap::e_Access access = hwmap::e_Access_Unstated;
+    /** Of each field of the name, right-aligned. */
+    std::optional<std::uint32_t> reset;
+};
+
 /** The objects of one name, from element 0 on. Only names with more than one object repeat. */
 template <class Element>
 struct Series {
     std::string name;
     std::vector<Element> elements;
+    Said said;
 
     bool repeats() const { return elements.size() > 1; }
 };
@@ -73,6 +84,8 @@ std::vector<std::string> DesignNames();
 /** A new design over `base` and its map. Throws Failure for a name that no design has. */
 Map OpenMap(const std::string& design, void* base);
 
+/** "ro", "wo" or "rc", as in the hardware tables; "" if the data sheet does not say. */
+const char* AccessText(hwmap::e_Access access);
 /** "31:22", or "22" for a single bit. */
 std::string BitsOf(const Field& field);
 /** "[3]", or nothing for what doesn't repeat. */

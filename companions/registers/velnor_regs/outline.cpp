@@ -19,13 +19,14 @@ Repeat RepeatOf(const Series<Element>& series, Place place) {
 
 FieldOutline OutlineOf(const Series<Field>& series) {
     const Field& first = series.elements[0];
-    return {series.name, first.mask, first.shift,
+    return {series.name, series.said, first.mask, first.shift,
             RepeatOf(series, [](const Field& field) { return field.shift; })};
 }
 
 MemberOutline OutlineOf(const Series<Member>& series, std::uintptr_t groupAddress) {
     const Member& first = series.elements[0];
     MemberOutline outline{series.name,
+                          series.said,
                           first.isMemory(),
                           first.address - groupAddress,
                           first.words,
@@ -133,6 +134,7 @@ std::vector<GroupOutline> OutlineOf(const Map& map) {
             const Group& first = series.elements[0];
             outline.push_back({domain.name,
                                series.name,
+                               series.said,
                                first.address,
                                RepeatOf(series, [](const Group& group) { return group.address; }),
                                {}});

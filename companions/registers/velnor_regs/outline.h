@@ -17,6 +17,7 @@ struct Repeat {
 
 struct FieldOutline {
     std::string name;
+    Said said;
     unsigned int mask;
     unsigned int shift;  // of element 0
     Repeat repeat;
@@ -24,6 +25,7 @@ struct FieldOutline {
 
 struct MemberOutline {
     std::string name;
+    Said said;
     bool isMemory;
     std::uint64_t offset;  // of element 0, from the group's instance
     std::size_t words;
@@ -34,6 +36,7 @@ struct MemberOutline {
 struct GroupOutline {
     std::string domain;
     std::string name;
+    Said said;
     std::uint64_t address;  // of instance 0
     Repeat repeat;
     std::vector<MemberOutline> members;

@@ -94,11 +94,13 @@ class Walker {
         const auto& groups = named(next(domain.groups));
         const Group& group = element(groups, true);
         const auto& members = named(next(group.members));
-        Place place{{}, &element(members, members.repeats()), {}, nullptr};
+        const Member& member = element(members, members.repeats());
+        Place place{{}, &member, {}, nullptr, nullptr, &groups.said, &members.said};
         takeWord(*place.member, place.word);
         if (i_step + 1 < i_steps.size()) {
             const auto& fields = named(next(place.member->fields));
             place.field = &element(fields, fields.repeats());
+            place.series = &fields;
         }
         place.path = i_path;
         return place;

@@ -15,8 +15,12 @@ struct Place {
     const Member* member;
     /** The word of a memory; nothing where the path names the memory as a whole. */
     std::optional<std::size_t> word;
-    /** Null where the path ends at the member. */
+    /** Null where the path ends at the member, and so is the series that the field is one of. */
     const Field* field;
+    const Series<Field>* series;
+    /** What is said of the group and of the member. */
+    const Said* group;
+    const Said* said;
 
     std::uintptr_t address() const { return member->address + 4 * word.value_or(0); }
 };

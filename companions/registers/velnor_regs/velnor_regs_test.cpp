@@ -128,12 +128,18 @@ const RunCase RUN_CASES[] = {
     {{"at", "0x"}, 2, "no number"},
     {{"show", "sbuf.chip_misc.R_DDR0_buff_stat"},
      0,
-     "address: 0x18\n"
      "bit   31   27   23   19   15   11   7    3\n"
      "field cccc cccc ccbb bbbb bbbb baaa aaaa aaaa\n"
      "letter  field              bits   mask   shift\n"
      "a       ddr0_rd_overflow   10:0   0x7ff  0\n"},
-    {{"show", "sbuf.shelf_status[0].shelf_status_spi_values.value"}, 0, "\nwords: 32\n"},
+    {{"show", "sbuf.shelf_status[0].shelf_status_spi_values.value"},
+     0,
+     "\naddress: 0x2800\n"
+     "group: the mailbox of the Tolmira controller, and the crosspoint control\n"
+     "about: the words that the host and the controller exchange, a byte in bits 7 to 0 of each\n"
+     "words: 32\n"},
+    {{"show", "sbuf.format_det_ctl[0].R_select"}, 0, "no more than a selector of two registers\n"},
+    {{"show", "sbuf.format_det_ctl[0].R_status", "--design", "dve_3g"}, 0, "detector per input\n"},
     {{"decode", "dbuf.mixertree[1].R_pgm_bypass.k_bypass[2]", "0x20"},
      0,
      "field .... .... .... .... .... .... ..a. ....\n"

@@ -1,5 +1,7 @@
 #include "companions/registers/velnor_regs/word.h"
 
+#include <algorithm>
+
 #include "companions/registers/velnor_regs/commands.h"
 #include "companions/registers/velnor_regs/number.h"
 
@@ -43,6 +45,40 @@ std::vector<std::string> Draw(const std::string& letters,
     return drawing;
 }
 
+bool HasAccess(const Series<Field>& field) {
+    return field.said.access != hwmap::e_Access_Unstated;
+}
+
+bool HasReset(const Series<Field>& field) {
+    return field.said.reset.has_value();
+}
+
+/** The columns of what is said are there only if it is said of one of the fields. */
+void AddSaid(const Said& said, const std::vector<Series<Field>>& fields, Row& row) {
+    if (std::any_of(fields.begin(), fields.end(), HasAccess)) {
+        row.emplace_back(said.access == hwmap::e_Access_Unstated ? Cell()
+                                                                 : Cell(AccessText(said.access)));
+    }
+    if (std::any_of(fields.begin(), fields.end(), HasReset)) {
+        row.emplace_back(said.reset ? Cell(Hex{*said.reset}) : Cell());
+    }
+}
+
+void AddSaidColumns(const std::vector<Series<Field>>& fields, Answer& answer) {
+    if (std::any_of(fields.begin(), fields.end(), HasAccess)) {
+        answer.columns.emplace_back("access");
+    }
+    if (std::any_of(fields.begin(), fields.end(), HasReset)) {
+        answer.columns.emplace_back("reset");
+    }
+}
+
+void AddFact(const char* name, const std::string& text, Answer& answer) {
+    if (!text.empty()) {
+        answer.facts.emplace_back(name, text);
+    }
+}
+
 /** Adds the fields to the rows and to the letters of the bits; gives the bits that they take. */
 std::uint32_t AddFields(const Place& place, const std::optional<std::uint32_t>& value,
                         Answer& answer, std::string& letters) {
@@ -62,6 +98,7 @@ std::uint32_t AddFields(const Place& place, const std::optional<std::uint32_t>& 
             answer.rows.push_back({std::string(1, letter),
                                    series.name + IndexOf(series.repeats(), i), BitsOf(field),
                                    Hex{field.mask}, std::uint64_t{field.shift}});
+            AddSaid(series.said, place.member->fields, answer.rows.back());
             if (value) {
                 answer.rows.back().emplace_back(Hex{FieldOfWord(*value, field.mask, field.shift)});
             }
@@ -78,9 +115,14 @@ Answer DescribeWord(const std::string& design, const Place& place,
     Answer answer;
     answer.subject = "fields";
     answer.columns = {"letter", "field", "bits", "mask", "shift"};
+    AddSaidColumns(place.member->fields, answer);
     std::string letters(BITS, '.');
     const std::uint32_t named = AddFields(place, value, answer, letters);
     answer.facts = {{"design", design}, {"path", place.path}, {"address", Hex{place.address()}}};
+    if (!value) {
+        AddFact("group", place.group->about, answer);
+        AddFact("about", place.said->about, answer);
+    }
     if (place.member->isMemory() && !place.word) {
         answer.facts.emplace_back("words", place.member->words);
     }

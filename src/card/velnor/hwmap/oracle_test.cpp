@@ -44,7 +44,7 @@ std::map<std::string, Rows> Bodies() {
         for (const std::string& row : RowsOf(std::string(catalogue) + ".catalogue")) {
             if (row.rfind("group ", 0) == 0) {
                 body = &bodies[row.substr(6)];
-            } else {
+            } else if (row.rfind("about ", 0) != 0) {
                 body->push_back(row);
             }
         }

@@ -174,6 +174,11 @@ void CheckFields(const Member& member, Findings& findings) {
         if (!CheckBits(member, field, findings)) {
             continue;
         }
+        if (field.reset.value_or(0) > field.mask()) {
+            findings.add(member.origin, "value after reset " + Hex(*field.reset) + " of field " +
+                                            Quoted(field.name) + " of " + Quoted(member.name) +
+                                            " is more than its bits hold");
+        }
         for (std::uint32_t element = 0; element < field.repeat.count; ++element) {
             ClaimBits(member, field, element, owners, findings);
         }

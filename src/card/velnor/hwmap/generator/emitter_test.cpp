@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "src/card/velnor/hwmap/generator/meanings.h"
 #include "tests/support/child.h"
 
 using hwmaptables::EmitDesign;
@@ -90,6 +91,26 @@ TEST(Emitter, ShowsOnlyInlineGroupsInTheDesignHeader) {
     EXPECT_THAT(header, HasSubstr("class Memory_box"));
     EXPECT_THAT(header, HasSubstr("class Group_g;"));
     EXPECT_THAT(header, Not(HasSubstr("Register_R_b")));
+}
+
+TEST(Emitter, TellsTheMeaningsForEachDesignOfABody) {
+    Findings findings;
+    const Tables tables =
+        ReadTables({{"m.placement", "map m\ndesigns d e\ndomain sbuf 0x0\ng 0x0\nh 0x10\n"},
+                    {"c.catalogue",
+                     "group g for m\nabout it's \"g\"\n0 R_a v[0], w[2:1] rc =2\ngroup h\n0 R_a "
+                     "v[0]\nabout h\n"}},
+                   findings);
+    ASSERT_THAT(findings.lines(), IsEmpty());
+    EXPECT_THAT(hwmaptables::EmitMeanings(tables).text,
+                HasSubstr("{\n"
+                          R"(    {"d", "g", "", "", "it's \"g\"", e_Access_Unstated, -1},
+    {"d", "g", "R_a", "w", "", e_Access_ReadClears, 0x2U},
+    {"e", "g", "", "", "it's \"g\"", e_Access_Unstated, -1},
+    {"e", "g", "R_a", "w", "", e_Access_ReadClears, 0x2U},
+    {"", "h", "R_a", "", "h", e_Access_Unstated, -1},
+)"
+                          "};"));
 }
 
 // --- The program

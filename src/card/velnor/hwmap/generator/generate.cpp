@@ -1,4 +1,5 @@
-// hwmap_generate: writes the sources of one design's register map, from the tables.
+// hwmap_generate: writes the sources of one design's register map, or of the meanings of all
+// designs, from the tables.
 
 #include <cstdio>
 #include <cstdlib>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "src/card/velnor/hwmap/generator/emitter.h"
+#include "src/card/velnor/hwmap/generator/meanings.h"
 #include "src/card/velnor/hwmap/generator/tables.h"
 
 namespace {
@@ -46,12 +48,8 @@ int Fail(const std::string& line) {
     return FAILED;
 }
 
-int Generate(const Tables& tables, const std::string& design, unsigned int units,
-             const std::string& folder) {
-    if (tables.findDesign(design) == nullptr) {
-        return Fail("hwmap_generate: no placement names the design '" + design + "'");
-    }
-    for (const GeneratedFile& file : hwmaptables::EmitDesign(tables, design, units)) {
+int Write(const std::vector<GeneratedFile>& files, const std::string& folder) {
+    for (const GeneratedFile& file : files) {
         const std::string path = folder + "/" + file.name;
         if (!WriteChanged(path, file.text)) {
             return Fail("hwmap_generate: can't write " + path);
@@ -60,16 +58,54 @@ int Generate(const Tables& tables, const std::string& design, unsigned int units
     return EXIT_SUCCESS;
 }
 
+/** The operands in front of the tables. */
+struct Order {
+    /** Empty for the meanings of all designs. */
+    std::string design;
+    unsigned int units = 0;
+    std::string folder;
+    int firstTable = 0;
+};
+
+/** False for wrong usage. */
+bool ReadOrder(int argc, char** argv, Order& order) {
+    const bool isMeanings = argc > 1 && std::string(argv[1]) == "--meanings";
+    order.firstTable = isMeanings ? 3 : 4;
+    if (argc <= order.firstTable) {
+        return false;
+    }
+    order.folder = argv[order.firstTable - 1];
+    if (isMeanings) {
+        return true;
+    }
+    const unsigned long units = strtoul(argv[2], nullptr, 10);
+    order.design = argv[1];
+    order.units = static_cast<unsigned int>(units);
+    return units > 0 && units <= MAX_UNITS;
+}
+
+int Generate(const Tables& tables, const Order& order) {
+    if (order.design.empty()) {
+        return Write({hwmaptables::EmitMeanings(tables)}, order.folder);
+    }
+    if (tables.findDesign(order.design) == nullptr) {
+        return Fail("hwmap_generate: no placement names the design '" + order.design + "'");
+    }
+    return Write(hwmaptables::EmitDesign(tables, order.design, order.units), order.folder);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    const unsigned long units = argc > 2 ? strtoul(argv[2], nullptr, 10) : 0;
-    if (argc < 5 || units == 0 || units > MAX_UNITS) {
-        (void)fprintf(stderr, "usage: hwmap_generate DESIGN UNITS FOLDER TABLE...\n");
+    Order order;
+    if (!ReadOrder(argc, argv, order)) {
+        (void)fprintf(stderr,
+                      "usage: hwmap_generate DESIGN UNITS FOLDER TABLE...\n"
+                      "       hwmap_generate --meanings FOLDER TABLE...\n");
         return WRONG_USAGE;
     }
     std::vector<TableFile> files;
-    for (int i = 4; i < argc; ++i) {
+    for (int i = order.firstTable; i < argc; ++i) {
         files.push_back({argv[i], ""});
         if (!ReadFile(argv[i], files.back().text)) {
             return Fail(std::string("hwmap_generate: can't read ") + argv[i]);
@@ -80,7 +116,5 @@ int main(int argc, char** argv) {
     for (const std::string& line : findings.lines()) {
         (void)fprintf(stderr, "%s\n", line.c_str());
     }
-    return findings.lines().empty()
-               ? Generate(tables, argv[1], static_cast<unsigned int>(units), argv[3])
-               : FAILED;
+    return findings.lines().empty() ? Generate(tables, order) : FAILED;
 }

@@ -33,9 +33,11 @@ bool ParseNumber(const std::string& text, std::uint32_t& number) {
 class Row {
   public:
     Row(Origin origin, const std::string& text, Findings& findings)
-        : i_origin(std::move(origin)), i_findings(findings) {
+        : i_origin(std::move(origin)),
+          i_findings(findings),
+          i_text(text.substr(0, text.find('#'))) {
         std::string spaced;
-        for (const char c : text.substr(0, text.find('#'))) {
+        for (const char c : i_text) {
             spaced += c == ',' ? std::string(" , ") : std::string(1, c);
         }
         std::istringstream stream(spaced);
@@ -88,6 +90,15 @@ class Row {
                       std::to_string(count));
     }
 
+    /** Everything after the row's first word, as it was written. */
+    std::string takeRest() {
+        i_next = i_words.size();
+        const std::size_t start = i_text.find(i_words[0]) + i_words[0].size();
+        const std::size_t first = i_text.find_first_not_of(" \t", start);
+        const std::size_t last = i_text.find_last_not_of(" \t\r");
+        return first == std::string::npos ? "" : i_text.substr(first, last + 1 - first);
+    }
+
     bool takeEnd() { return atEnd() || refuse("the end of the row", take()); }
 
     /** Always false. */
@@ -100,6 +111,7 @@ class Row {
   private:
     Origin i_origin;
     Findings& i_findings;
+    const std::string i_text;
     std::vector<std::string> i_words;
     std::size_t i_next = 0;
 };
@@ -173,7 +185,30 @@ void ParseRowOfMap(Row& row, Map& map) {
     }
 }
 
-/** name[hi:lo] or name[bit], then xN+S where it repeats */
+/** ro, wo or rc, then =RESET; each may be missing. */
+bool ParseMeaning(Row& row, Field& field) {
+    for (const auto& [word, access] :
+         {std::pair("ro", e_Access_ReadOnly), std::pair("wo", e_Access_WriteOnly),
+          std::pair("rc", e_Access_ReadClears)}) {
+        if (row.takeWord(word)) {
+            field.access = access;
+            break;
+        }
+    }
+    const std::string word = row.peek();
+    if (word.compare(0, 1, "=") != 0) {
+        return true;
+    }
+    row.take();
+    std::uint32_t reset = 0;
+    if (!ParseNumber(word.substr(1), reset)) {
+        return row.refuse("a value after reset, =NUMBER", word);
+    }
+    field.reset = reset;
+    return true;
+}
+
+/** name[hi:lo] or name[bit], then xN+S where it repeats, then what the data sheet says of it */
 bool ParseField(Row& row, Field& field) {
     const std::string word = row.take();
     const std::size_t open = word.find('[');
@@ -188,7 +223,7 @@ bool ParseField(Row& row, Field& field) {
     if (!ParseNumber(bits.substr(0, colon), field.high) || !ParseNumber(low, field.low)) {
         return row.refuse("bits of a field, [hi:lo] or [bit]", word);
     }
-    return row.takeRepeat(field.repeat);
+    return row.takeRepeat(field.repeat) && ParseMeaning(row, field);
 }
 
 bool ParseFields(Row& row, std::vector<Field>& fields) {
@@ -237,6 +272,17 @@ bool ParseBody(Row& row, Body& body) {
     return row.takeEnd();
 }
 
+/** about TEXT, for the group or the member above it. */
+void ParseAbout(Row& row, Body& body) {
+    std::string& about = body.members.empty() ? body.about : body.members.back().about;
+    const std::string text = row.takeRest();
+    if (text.empty()) {
+        row.refuse("a text", "");
+        return;
+    }
+    about += (about.empty() ? "" : " ") + text;
+}
+
 }  // namespace
 
 void ParsePlacement(const TableFile& file, Tables& tables, Findings& findings) {
@@ -258,6 +304,8 @@ void ParseCatalogue(const TableFile& file, Tables& tables, Findings& findings) {
             }
         } else if (tables.bodies.size() == before) {
             row.refuse("group", row.peek());
+        } else if (row.takeWord("about")) {
+            ParseAbout(row, tables.bodies.back());
         } else if (Member member; ParseMember(row, member)) {
             tables.bodies.back().members.push_back(member);
         }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,12 +29,23 @@ struct Repeat {
     bool isArray() const { return count > 1; }
 };
 
+/** What the data sheet says of the access to a field. */
+enum e_Access {
+    e_Access_Unstated,
+    e_Access_ReadOnly,    // ro
+    e_Access_WriteOnly,   // wo
+    e_Access_ReadClears,  // rc
+};
+
 struct Field {
     std::string name;
     std::uint32_t high = 0;
     std::uint32_t low = 0;
     /** The step is in bits. */
     Repeat repeat;
+    e_Access access = e_Access_Unstated;
+    /** Right-aligned, of each element; nothing where the data sheet does not say. */
+    std::optional<std::uint32_t> reset;
 
     /** The width of the field in low-order ones. */
     std::uint32_t mask() const { return 0xffffffffU >> (31U - (high - low)); }
@@ -46,6 +58,7 @@ struct Member {
     std::uint32_t offset = 0;
     Repeat repeat;
     std::uint32_t words = 1;
+    std::string about;
     std::vector<Field> fields;
 
     bool isRegister() const { return name.compare(0, 2, "R_") == 0; }
@@ -59,6 +72,7 @@ struct Body {
     std::string map;
     /** A group that is meant to hold nothing. */
     bool isEmpty = false;
+    std::string about;
     std::vector<Member> members;
 };
 

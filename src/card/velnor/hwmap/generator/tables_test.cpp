@@ -70,6 +70,29 @@ TEST(Tables, HoldsWhatTheRowsSay) {
     EXPECT_TRUE(tables.findBody(tables.maps[0], "h")->isEmpty);
 }
 
+TEST(Tables, HoldsWhatTheDataSheetSays) {
+    Findings findings;
+    const Tables tables = Read("g 0\n",
+                               "group g\nabout one, two  # a comment\nabout three\n"
+                               "0 R_a v[3:0] x2+4 ro =0xf, w[9] =1, x[10] rc, y[11] wo\n"
+                               "about \"four\"\n"
+                               "4 R_b v[0]\n",
+                               findings);
+    ASSERT_THAT(findings.lines(), IsEmpty());
+    const Body& body = tables.bodies[0];
+    EXPECT_EQ(body.about, "one, two three");
+    EXPECT_EQ(body.members[0].about, "\"four\"");
+    const std::vector<hwmaptables::Field>& fields = body.members[0].fields;
+    EXPECT_EQ(fields[0].access, hwmaptables::e_Access_ReadOnly);
+    EXPECT_EQ(fields[0].reset, 0xfU);
+    EXPECT_EQ(fields[1].access, hwmaptables::e_Access_Unstated);
+    EXPECT_EQ(fields[1].reset, 1U);
+    EXPECT_EQ(fields[2].access, hwmaptables::e_Access_ReadClears);
+    EXPECT_FALSE(fields[2].reset.has_value());
+    EXPECT_EQ(fields[3].access, hwmaptables::e_Access_WriteOnly);
+    EXPECT_EQ(body.members[1].about, "");
+}
+
 TEST(Tables, TakesTheBodyOfTheMap) {
     Findings findings;
     const Tables tables = ReadTables({{"a.placement", "map a\ndesigns x\ndomain sbuf 0\ng 0\n"},
@@ -114,6 +137,12 @@ const RefusalCase WRONG_VALUES[] = {
      "c.catalogue:2: field 'w' overlaps field 'v' element 2 in bit 8 of 'R_a'"},
     {GOOD_ROW, "group g\n0x0 R_a v[3:0] x2+3\n",
      "c.catalogue:2: field 'v' element 1 overlaps field 'v' element 0 in bit 3 of 'R_a'"},
+    {GOOD_ROW, "group g\n0x0 R_a v[3:0] ro =0x10\n",
+     "c.catalogue:2: value after reset 0x10 of field 'v' of 'R_a' is more than its bits hold"},
+    {GOOD_ROW, "group g\n0x0 R_a v[3:0] =\n",
+     "c.catalogue:2: expected a value after reset, =NUMBER, found '='"},
+    {GOOD_ROW, "group g\nabout\n0x0 R_a v[0]\n",
+     "c.catalogue:2: expected a text, found the end of the row"},
     {GOOD_ROW, "group g\n0x6 R_a v[0]\n",
      "c.catalogue:2: offset of 'R_a' 0x6 is not a multiple of the word's 4 bytes"},
     {GOOD_ROW, "group g\n0x0 R_a x2+0x5 v[0]\n",
