@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "cpputils/include/standarddescriptors.h"
 #include "thread/slavecommands.h"
 
 namespace {
@@ -22,6 +23,7 @@ int DescriptorFromText(const char* text) {
 
 /** The slave of SystemCaller; not meant to be run by hand. */
 int main(int argc, char** argv) {
+    OpenStandardDescriptors();
     setvbuf(stdout, nullptr, _IOLBF, 0);
     const int readFd = argc == 3 ? DescriptorFromText(argv[1]) : -1;
     const int writeFd = argc == 3 ? DescriptorFromText(argv[2]) : -1;

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string>
 
+#include "cpputils/include/standarddescriptors.h"
 #include "link/routercomms.h"
 #include "logger/assertion.h"
 #include "logger/logger.h"
@@ -51,6 +52,7 @@ int UpgradeIfNeeded(const char* imagePath, bool forceUpgrade, RouterCommWriter& 
 }  // namespace
 
 int main(int argc, char** argv) {
+    OpenStandardDescriptors();
     // A pipe sees progress as it happens, and a report survives an abort. Without a buffer each
     // report is one write, also where it has a newline inside.
     setvbuf(stdout, nullptr, _IONBF, 0);

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "companions/commandline/commandline.h"
+#include "cpputils/include/standarddescriptors.h"
 #include "verification/campaign/faultruns.h"
 #include "verification/campaign/interruptedruns.h"
 
@@ -86,6 +87,7 @@ int Run(Settings& settings) {
 
 // Out of memory, the program may end as the library ends it.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
+    OpenStandardDescriptors();
     commandline::Program program(
         "Holds the tool against a model of it, run by run, with a controller of random faults.\n"
         "Exit value: 0 no difference, 1 some, 2 wrong usage.",

@@ -9,6 +9,7 @@
 #include "companions/commandline/commandline.h"
 #include "companions/operator/inspect/answer.h"
 #include "companions/operator/inspect/inspection.h"
+#include "cpputils/include/standarddescriptors.h"
 
 namespace inspect {
 
@@ -44,6 +45,7 @@ int Run(int argc, const char* const* argv) {
 
 // Out of memory, the program may end as the library ends it.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
+    OpenStandardDescriptors();
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     return inspect::Run(argc, argv);
 }

@@ -19,6 +19,7 @@
 #include "companions/operator/run/toolprocess.h"
 #include "companions/operator/toollog/logreader.h"
 #include "companions/operator/toollog/runrecord.h"
+#include "cpputils/include/standarddescriptors.h"
 
 namespace run {
 
@@ -128,6 +129,7 @@ int Run(const Settings& settings) {
 }  // namespace run
 
 int main(int argc, char** argv) {
+    OpenStandardDescriptors();
     int exitValue = 0;
     const auto settings = run::ReadCommandLine(argc, argv, exitValue);
     if (!settings) {

@@ -8,6 +8,7 @@
 #include "companions/commandline/commandline.h"
 #include "companions/operator/status/answer.h"
 #include "companions/operator/status/snapshot.h"
+#include "cpputils/include/standarddescriptors.h"
 
 namespace status {
 
@@ -80,6 +81,7 @@ int Run(int argc, const char* const* argv) {
 
 // Out of memory, the program may end as the library ends it.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
+    OpenStandardDescriptors();
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     return status::Run(argc, argv);
 }

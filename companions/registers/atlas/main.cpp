@@ -14,6 +14,7 @@
 
 #include "companions/commandline/commandline.h"
 #include "companions/registers/velnor_regs/outline.h"
+#include "cpputils/include/standarddescriptors.h"
 
 namespace {
 
@@ -199,6 +200,7 @@ int Run(int argc, const char* const* argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    OpenStandardDescriptors();
     try {
         return Run(argc, argv);
     } catch (const std::exception& error) {

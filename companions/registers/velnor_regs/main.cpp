@@ -8,6 +8,7 @@
 #include "companions/commandline/commandline.h"
 #include "companions/registers/velnor_regs/commands.h"
 #include "companions/registers/velnor_regs/failure.h"
+#include "cpputils/include/standarddescriptors.h"
 
 namespace regs {
 
@@ -131,6 +132,7 @@ int Run(int argc, const char* const* argv) {
 
 // Out of memory, the program may end as the library ends it.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
+    OpenStandardDescriptors();
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     try {
         return regs::Run(argc, argv);

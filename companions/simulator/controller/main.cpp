@@ -17,6 +17,7 @@
 #include "companions/simulator/controller/session.h"
 #include "companions/simulator/controller/settings.h"
 #include "companions/simulator/controller/sharedregion.h"
+#include "cpputils/include/standarddescriptors.h"
 
 namespace controller {
 
@@ -142,6 +143,7 @@ int Run(const Settings& settings) {
 }  // namespace controller
 
 int main(int argc, char** argv) {
+    OpenStandardDescriptors();
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     int exitValue = 0;
     const auto settings = controller::ReadCommandLine(argc, argv, exitValue);

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "companions/commandline/commandline.h"
+#include "cpputils/include/standarddescriptors.h"
 
 namespace {
 
@@ -130,6 +131,7 @@ int Run(int argc, const char* const* argv) {
 
 // Out of memory, the program may end as the library ends it.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
+    OpenStandardDescriptors();
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     return Run(argc, argv);
 }

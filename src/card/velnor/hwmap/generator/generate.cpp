@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "cpputils/include/standarddescriptors.h"
 #include "src/card/velnor/hwmap/generator/emitter.h"
 #include "src/card/velnor/hwmap/generator/meanings.h"
 #include "src/card/velnor/hwmap/generator/tables.h"
@@ -97,6 +98,7 @@ int Generate(const Tables& tables, const Order& order) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    OpenStandardDescriptors();
     Order order;
     if (!ReadOrder(argc, argv, order)) {
         (void)fprintf(stderr,

@@ -1,0 +1,55 @@
+/** The tool, started with one of the standard descriptors closed. */
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <csignal>
+
+#include "tests/upgradefixture.h"
+
+using testsupport::ProcessResult;
+using testsupport::ReadFile;
+
+namespace {
+
+constexpr size_t MAILBOX_BEGIN = 0x2800;
+constexpr size_t MAILBOX_END = MAILBOX_BEGIN + 32 * sizeof(uint32_t);
+
+class DescriptorsTest : public UpgradeTest, public testing::WithParamInterface<const char*> {
+  protected:
+    /** Runs the tool with the parameter's descriptor closed. */
+    ProcessResult upgradeClosed() const {
+        const std::string script = std::string("exec \"$0\" image configuration ") + GetParam();
+        return testsupport::RunProcess("/bin/sh", {"-c", script, TOLMIRA_UPGRADE},
+                                       i_directory.path());
+    }
+};
+
+/** Whether the regions hold nothing, the mailbox apart. */
+bool OnlyTheMailboxIsUsed() {
+    std::string registers = ReadFile("/dev/shm/resource0");
+    std::fill(registers.begin() + MAILBOX_BEGIN, registers.begin() + MAILBOX_END, '\0');
+    const std::string memories = ReadFile("/dev/shm/resource1") + ReadFile("/dev/shm/resource2");
+    return (registers + memories).find_first_not_of('\0') == std::string::npos;
+}
+
+TEST_P(DescriptorsTest, ARunWritesNothingIntoTheRegisters) {
+    // Long enough for its log to reach the mailbox from the register map's beginning.
+    writeImage(testsupport::Payload(200 * 256));
+    Controller controller(i_directory);
+    EXPECT_EQ(upgradeClosed().exitValue, 0);
+    EXPECT_EQ(controller.report("good pages"), 200);
+    EXPECT_TRUE(OnlyTheMailboxIsUsed());
+}
+
+TEST_P(DescriptorsTest, AFailedAssertionWritesNothingIntoTheRegisters) {
+    ASSERT_EQ(mkdir("/dev/shm/resource1", 0777), 0);
+    const ProcessResult result = upgradeClosed();
+    ASSERT_EQ(rmdir("/dev/shm/resource1"), 0);
+    EXPECT_EQ(result.signal, SIGABRT);
+    EXPECT_TRUE(OnlyTheMailboxIsUsed());
+}
+
+INSTANTIATE_TEST_SUITE_P(Closed, DescriptorsTest, testing::Values("<&-", ">&-", "2>&-"));
+
+}  // namespace
