@@ -121,7 +121,7 @@ TEST_F(FrameProgramsTest, TheInspectorForetellsWhatTheToolDoes) {
             i_directory.write("image", c.file);
         }
         const ProcessResult result = runProgram(TFI_INSPECT, {"--json", "image"});
-        json answer = json::parse(result.out)[0];
+        json answer = json::parse(result.out)["images"][0];
         EXPECT_EQ(answer["verdict"], c.verdict);
         EXPECT_THAT(answer["reason"].get<std::string>(), HasSubstr(c.reason));
         EXPECT_EQ(answer.value("last_page_content", -1), c.lastPageContent);
@@ -136,15 +136,18 @@ TEST_F(FrameProgramsTest, TheInspectorTakesAnyFile) {
     ASSERT_EQ(mkfifo(i_directory.path("pipe").c_str(), 0600), 0);
     const ProcessResult text = runProgram(TFI_INSPECT, {"image"});
     EXPECT_EQ(text.exitValue, 0);
-    EXPECT_THAT(text.out, StartsWith("file: image\nsize: 326\nheader line 1: Tolmira \\xFF\n"
-                                     "header line 2:\n"));
+    const std::string digest = runProgram("/usr/bin/sha256sum", {"image"}).out.substr(0, 64);
+    EXPECT_THAT(text.out, StartsWith("file: image\nsize: 326\nsha256: " + digest +
+                                     "\nheader line 1: Tolmira \\xFF\nheader line 2:\n"));
     EXPECT_THAT(text.out, HasSubstr("header line 7: END of it\npayload start: 26\n"
                                     "payload size: 300\npages: 2\nchecksum: "));
     const ProcessResult several = runProgram(TFI_INSPECT, {"--json", "image", ".", "pipe"});
     EXPECT_EQ(several.exitValue, 1);
-    const json answers = json::parse(several.out);
+    const json answers = json::parse(several.out)["images"];
     ASSERT_EQ(answers.size(), 3U);
     EXPECT_EQ(answers[0]["pages"], 2);
+    EXPECT_EQ(answers[0]["sha256"], digest);
+    EXPECT_FALSE(answers[1].contains("sha256"));
     EXPECT_EQ(answers[1]["reason"], "it is a directory");
     EXPECT_EQ(answers[2]["verdict"], "not a file");
 }
@@ -211,7 +214,7 @@ TEST_F(FrameProgramsTest, TheStatusMakesNoObjectAndEndsNoneTooEarly) {
     const ProcessResult tooShort = runProgram(TOLMIRA_STATUS, {"--json"});
     EXPECT_EQ(tooShort.exitValue, 4);
     EXPECT_THAT(tooShort.err, HasSubstr("shorter than"));
-    EXPECT_EQ(json::parse(tooShort.out)["object"], false);
+    EXPECT_EQ(json::parse(tooShort.out)["exit_value"], 4);
     EXPECT_EQ(std::filesystem::file_size("/dev/shm/resource0"), 0x2000U);
 }
 

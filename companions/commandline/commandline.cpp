@@ -1,7 +1,9 @@
 #include "companions/commandline/commandline.h"
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
+#include <algorithm>
+
+#include "companions/commandline/failure.h"
 
 namespace commandline {
 
@@ -24,6 +26,16 @@ void DropEndOfOptions(std::vector<std::string>& words) {
     if (!words.empty() && words.front() == "--") {
         words.erase(words.begin());
     }
+}
+
+/** Wrong usage may come before the word is read, so that the option's own variable can't tell. */
+bool AsksForJson(const CLI::App& app, int argc, const char* const* argv) {
+    const auto knows = [](const CLI::App* one) {
+        return one->get_option_no_throw("--json") != nullptr;
+    };
+    const std::vector<const CLI::App*> commands = app.get_subcommands({});
+    const bool known = knows(&app) || std::any_of(commands.begin(), commands.end(), knows);
+    return known && std::find(argv, argv + argc, std::string("--json")) != argv + argc;
 }
 
 template <typename Value>
@@ -181,7 +193,8 @@ std::optional<int> Program::read(int argc, const char* const* argv) {
     } catch (const CLI::Success& request) {
         return i_program->exit(request);
     } catch (const CLI::Error& error) {
-        fprintf(stderr, "%s: %s (--help tells how)\n", i_program->get_name().c_str(), error.what());
+        ReportFailure(i_program->get_name(), error.what() + std::string(" (--help tells how)"),
+                      EXIT_WRONG_USAGE, AsksForJson(*i_program, argc, argv));
         return EXIT_WRONG_USAGE;
     }
     return std::nullopt;

@@ -136,7 +136,8 @@ class Program : public Options {
     /**
      * Reads the words into what the options are bound to; to be called once. Without a value the
      * program goes on; with one it ends at once with that: the help or the version was asked for,
-     * and stands on standard output, or the usage is wrong, which one line on standard error tells.
+     * and is on standard output, or the usage is wrong, which has been reported, as JSON too if the
+     * words ask for it.
      */
     std::optional<int> read(int argc, const char* const* argv);
 

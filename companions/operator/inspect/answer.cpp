@@ -4,28 +4,14 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
+#include "companions/commandline/printable.h"
+
 namespace inspect {
 
 namespace {
 
+using commandline::Printable;
 using Json = nlohmann::ordered_json;
-
-/** Safe for a terminal, and one line. */
-std::string Printable(const std::string& bytes) {
-    std::string text;
-    for (const char byte : bytes) {
-        if (byte == '\\') {
-            text += "\\\\";
-        } else if (byte >= ' ' && byte <= '~') {
-            text += byte;
-        } else {
-            char escape[8];
-            snprintf(escape, sizeof escape, "\\x%02X", static_cast<unsigned char>(byte));
-            text += escape;
-        }
-    }
-    return text;
-}
 
 bool HasLastPage(const Layout& layout) {
     return layout.pages != 0 && layout.lastPageContent >= 0;
@@ -45,6 +31,9 @@ void PrintOne(std::ostream& out, const Inspection& inspection) {
     out << "file: " << Printable(inspection.file) << '\n';
     if (inspection.size) {
         out << "size: " << *inspection.size << '\n';
+    }
+    if (!inspection.sha256.empty()) {
+        out << "sha256: " << inspection.sha256 << '\n';
     }
     int number = 0;
     for (const std::string& line : inspection.header) {
@@ -72,6 +61,9 @@ Json JsonOf(const Inspection& inspection) {
                    {"header", inspection.header}};
     if (inspection.size) {
         object["size"] = *inspection.size;
+    }
+    if (!inspection.sha256.empty()) {
+        object["sha256"] = inspection.sha256;
     }
     if (inspection.layout) {
         const Layout& layout = *inspection.layout;
@@ -104,11 +96,11 @@ void PrintAsText(std::ostream& out, const std::vector<Inspection>& inspections) 
 }
 
 void PrintAsJson(std::ostream& out, const std::vector<Inspection>& inspections) {
-    Json array = Json::array();
+    Json answer = {{"format", 1}, {"images", Json::array()}};
     for (const Inspection& inspection : inspections) {
-        array.push_back(JsonOf(inspection));
+        answer["images"].push_back(JsonOf(inspection));
     }
-    out << array.dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
+    out << answer.dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
 }  // namespace inspect

@@ -1,6 +1,7 @@
 #include "companions/operator/inspect/inspection.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -8,6 +9,8 @@
 #include <fstream>
 #include <system_error>
 
+#include "companions/commandline/regularfile.h"
+#include "companions/digest/sha256.h"
 #include "companions/operator/toollog/runrecord.h"
 #include "companions/operator/toollog/texts.h"
 #include "tool/tfiimage.h"
@@ -51,8 +54,8 @@ std::string ReadHeader(const std::string& bytes, std::vector<std::string>& lines
     return lines.back().compare(0, 3, "END") == 0 ? "" : "line 7 doesn't begin with END";
 }
 
-std::string WhyNoHeader(const struct stat& status, const std::string& reason) {
-    if (S_ISDIR(status.st_mode)) {
+std::string WhyNoHeader(bool isDirectory, const std::string& reason) {
+    if (isDirectory) {
         return "it is a directory";
     }
     return reason.empty() ? "its header can't be read" : reason;
@@ -165,25 +168,54 @@ Forecast Refusal(const std::string& file) {
             "sends nothing"};
 }
 
-void OpenAndJudge(const struct stat& status, Inspection& inspection) {
-    std::ifstream image(inspection.file, std::ios::in | std::ios::binary);
-    if (!image.is_open()) {
-        inspection.reason = std::generic_category().message(errno);
-        return;
+/** The digest of what a descriptor gives from its beginning to its end. */
+std::string Sha256Of(int fd) {
+    digest::Sha256 sha256;
+    std::vector<char> buffer(std::size_t{64} * 1024);
+    off_t position = 0;
+    ssize_t count = 0;
+    while ((count = pread(fd, buffer.data(), buffer.size(), position)) > 0) {
+        sha256.add(buffer.data(), static_cast<std::size_t>(count));
+        position += count;
     }
+    return count == 0 ? sha256.hex() : "";
+}
+
+/** Takes what an open file holds. */
+void Judge(std::ifstream& image, bool isDirectory, Inspection& inspection) {
     const std::string wrong = ReadHeader(Beginning(image), inspection.header);
     const long size = GetFileSize(image);
     const long payloadStart = FindTfiPayloadStart(image);
-    if (S_ISREG(status.st_mode)) {
+    if (!isDirectory) {
         inspection.size = size;
     }
     if (payloadStart == 0) {
         inspection.verdict = e_Verdict_NotTfi;
-        inspection.reason = WhyNoHeader(status, wrong);
+        inspection.reason = WhyNoHeader(isDirectory, wrong);
         inspection.forecast->log.push_back(toollog::Message(toollog::e_LogText_InvalidFormat));
         return;
     }
     TakeImage(image, payloadStart, inspection);
+}
+
+void OpenAndJudge(bool isDirectory, Inspection& inspection) {
+    std::string path = inspection.file;
+    commandline::Descriptor file;
+    if (!isDirectory) {
+        file = commandline::OpenRegularFile(path, inspection.reason);
+        if (!file) {
+            return;
+        }
+        inspection.sha256 = Sha256Of(file.get());
+        // The stream is to read the same file, whatever has its name by now.
+        path = "/proc/self/fd/" + std::to_string(file.get());
+    }
+    std::ifstream image(path, std::ios::in | std::ios::binary);
+    if (image.is_open()) {
+        Judge(image, isDirectory, inspection);
+    } else {
+        inspection.reason = std::generic_category().message(errno);
+    }
 }
 
 }  // namespace
@@ -202,7 +234,8 @@ Inspection Inspect(const std::string& file) {
     inspection.file = file;
     struct stat status = {};
     const bool there = stat(file.c_str(), &status) == 0;
-    if (there && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
+    const bool isDirectory = there && S_ISDIR(status.st_mode);
+    if (there && !S_ISREG(status.st_mode) && !isDirectory) {
         inspection.verdict = e_Verdict_Special;
         inspection.reason =
             "it is a pipe, a device or a socket, and was not looked into; copy "
@@ -210,7 +243,7 @@ Inspection Inspect(const std::string& file) {
         return inspection;
     }
     inspection.forecast = Refusal(file);
-    OpenAndJudge(status, inspection);
+    OpenAndJudge(isDirectory, inspection);
     inspection.forecast->log.push_back(toollog::Message(toollog::e_LogText_Done));
     return inspection;
 }

@@ -54,6 +54,8 @@ struct Inspection {
     std::string reason;
     /** Of the whole file; none where it can't be told. */
     std::optional<long> size;
+    /** Of the whole file, in hexadecimal; empty where it can't be read to its end. */
+    std::string sha256;
     /** The header's lines, as far as there are any, without their newlines. */
     std::vector<std::string> header;
     /** Only with a header that is one. */

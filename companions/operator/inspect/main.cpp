@@ -25,7 +25,7 @@ int Run(int argc, const char* const* argv) {
         "Exit value: 0 all would be sent, 1 one would not, 2 wrong usage.",
         "tfi_inspect");
     program.version(TOLMIRA_VERSION);
-    program.flag("--json", json, "Answer as one JSON array with an object for each image");
+    program.flag("--json", json, "Answer as one JSON object");
     program.option("image", files, "Images in TFI format").required();
     if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <vector>
 
+#include "companions/commandline/failure.h"
 #include "link/mailbox.h"
 #include "tool/versioninfo.h"
 
@@ -91,10 +92,7 @@ std::string Revisions(const Snapshot& snapshot) {
 
 /** What both forms of JSON have. */
 JsonObject Opening(const Snapshot& snapshot) {
-    if (!snapshot.failure.empty()) {
-        return {{"object", false}, {"failure", snapshot.failure}};
-    }
-    return {{"object", true},
+    return {{"format", 1},
             {"present", snapshot.present()},
             {"revision", snapshot.revision()},
             {"tool_revision", ToolRevision()}};
@@ -114,9 +112,6 @@ e_Exit ExitValue(const Snapshot& snapshot) {
 }
 
 std::string Text(const Snapshot& snapshot) {
-    if (!snapshot.failure.empty()) {
-        return snapshot.failure;
-    }
     return std::string("controller: ") + (snapshot.present() ? "present" : "absent") +
            "\nrevision: " + Revisions(snapshot) +
            "\nreceive: " + Direction(snapshot, MAILBOX_RX_STATE, MAILBOX_RX_FLAG, MAILBOX_RX_DATA) +
@@ -126,13 +121,10 @@ std::string Text(const Snapshot& snapshot) {
 
 std::string Json(const Snapshot& snapshot) {
     JsonObject object = Opening(snapshot);
-    if (snapshot.failure.empty()) {
-        object["receive"] =
-            DirectionObject(snapshot, MAILBOX_RX_STATE, MAILBOX_RX_FLAG, MAILBOX_RX_DATA);
-        object["send"] =
-            DirectionObject(snapshot, MAILBOX_TX_STATE, MAILBOX_TX_FLAG, MAILBOX_TX_DATA);
-        object["upper_bits"] = UpperBitsObject(snapshot);
-    }
+    object["receive"] =
+        DirectionObject(snapshot, MAILBOX_RX_STATE, MAILBOX_RX_FLAG, MAILBOX_RX_DATA);
+    object["send"] = DirectionObject(snapshot, MAILBOX_TX_STATE, MAILBOX_TX_FLAG, MAILBOX_TX_DATA);
+    object["upper_bits"] = UpperBitsObject(snapshot);
     return object.dump(1);
 }
 
@@ -146,12 +138,13 @@ std::string ShortText(const Snapshot& snapshot) {
 }
 
 std::string ShortJson(const Snapshot& snapshot) {
-    JsonObject object = Opening(snapshot);
-    if (snapshot.failure.empty()) {
-        object["receive"] = NameOf(snapshot, MAILBOX_RX_STATE);
-        object["send"] = NameOf(snapshot, MAILBOX_TX_STATE);
-        object["upper_bits"] = UpperBitsObject(snapshot);
+    if (!snapshot.failure.empty()) {
+        return commandline::FailureAsJson(snapshot.failure, e_Exit_NoObject);
     }
+    JsonObject object = Opening(snapshot);
+    object["receive"] = NameOf(snapshot, MAILBOX_RX_STATE);
+    object["send"] = NameOf(snapshot, MAILBOX_TX_STATE);
+    object["upper_bits"] = UpperBitsObject(snapshot);
     return object.dump();
 }
 

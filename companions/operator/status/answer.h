@@ -16,7 +16,7 @@ enum e_Exit {
 
 e_Exit ExitValue(const Snapshot& snapshot);
 
-/** All that a look has shown: a line for each thing, or one JSON object on several lines. */
+/** What was read, of a snapshot without a failure: a line for each thing, or one JSON object. */
 std::string Text(const Snapshot& snapshot);
 std::string Json(const Snapshot& snapshot);
 

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "companions/commandline/commandline.h"
+#include "companions/commandline/failure.h"
 #include "companions/operator/status/answer.h"
 #include "companions/operator/status/snapshot.h"
 #include "cpputils/include/standarddescriptors.h"
@@ -23,14 +24,11 @@ struct Settings {
     unsigned count = 0;
 };
 
-/** Where there is no mailbox, standard error tells; JSON has an object all the same. */
 void Show(const Snapshot& snapshot, bool json) {
-    const bool failed = !snapshot.failure.empty();
-    if (failed) {
-        fprintf(stderr, "tolmira_status: %s\n", snapshot.failure.c_str());
-    }
-    if (json || !failed) {
+    if (snapshot.failure.empty()) {
         puts((json ? Json : Text)(snapshot).c_str());
+    } else {
+        commandline::ReportFailure("tolmira_status", snapshot.failure, e_Exit_NoObject, json);
     }
 }
 

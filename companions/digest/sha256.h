@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+struct evp_md_ctx_st;
+
+namespace digest {
+
+/**
+ * The SHA-256 of bytes that arrive in pieces, computed by libcrypto. A failure of the library
+ * sticks and shows at the end. One thread.
+ */
+class Sha256 {
+  public:
+    Sha256();
+
+    void add(const void* bytes, std::size_t count);
+    /** 64 hexadecimal digits in lower case; empty if the library failed. To be called once. */
+    std::string hex();
+
+  private:
+    struct FreeContext {
+        void operator()(evp_md_ctx_st* context) const;
+    };
+    std::unique_ptr<evp_md_ctx_st, FreeContext> i_context;
+    bool i_good;
+};
+
+}  // namespace digest
