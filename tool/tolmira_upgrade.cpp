@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include "cpputils/include/standarddescriptors.h"
@@ -56,8 +57,12 @@ int main(int argc, char** argv) {
     // A pipe sees progress as it happens, and a report survives an abort. Without a buffer each
     // report is one write, also where it has a newline inside.
     setvbuf(stdout, nullptr, _IONBF, 0);
-    // A reader of the log that goes away must not end a transfer in the middle of a page.
+    // A log that can no longer be written must not end a transfer in the middle of a page: its
+    // reader may go away, its file may reach the quota.
     signal(SIGPIPE, SIG_IGN);
+    signal(SIGXFSZ, SIG_IGN);
+    // The scan of the options would stop at the first operand.
+    unsetenv("POSIXLY_CORRECT");
 
     bool forceUpgrade = false;
     const int numOptions = ScanOptions(argc, argv, forceUpgrade);

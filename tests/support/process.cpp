@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -20,17 +19,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds GLANCE{1};
 constexpr std::chrono::seconds OUTPUT_LIMIT{10};
-
-std::vector<char*> Environment() {
-    std::vector<char*> environment;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        if (strncmp(*entry, "POSIXLY_CORRECT=", strlen("POSIXLY_CORRECT=")) != 0) {
-            environment.push_back(*entry);
-        }
-    }
-    environment.push_back(nullptr);
-    return environment;
-}
 
 pid_t Spawn(const std::string& program, const std::vector<std::string>& arguments,
             const std::string& workingDirectory, const std::string& out, const std::string& err) {
@@ -47,8 +35,7 @@ pid_t Spawn(const std::string& program, const std::vector<std::string>& argument
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), flags, 0666);
     posix_spawn_file_actions_addchdir_np(&actions, workingDirectory.c_str());
     pid_t pid = -1;
-    const int rc =
-        posix_spawn(&pid, program.c_str(), &actions, nullptr, argv.data(), Environment().data());
+    const int rc = posix_spawn(&pid, program.c_str(), &actions, nullptr, argv.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     return rc == 0 ? pid : -1;
 }

@@ -16,9 +16,6 @@ using ProcessResult = ChildResult;
 /**
  * A program of the build, running. Its output goes to two files in its working directory, which
  * must outlive this object. A process that is still there at the end is killed.
- *
- * POSIXLY_CORRECT is taken out of its environment, since it changes the order in which options are
- * found.
  */
 class Process {
   public:

@@ -102,7 +102,7 @@ void ToolProcess::makeEnvironment(const std::string& library) {
         const std::string text = *entry;
         if (text.rfind("ASAN_OPTIONS=", 0) == 0) {
             sanitizer = text + ":verify_asan_link_order=0";
-        } else if (text.rfind("POSIXLY_CORRECT=", 0) != 0 && text.rfind("LD_PRELOAD=", 0) != 0) {
+        } else if (text.rfind("LD_PRELOAD=", 0) != 0) {
             i_environment.push_back(text);
         }
     }
