@@ -2,7 +2,8 @@
 # `generated_flags`.
 #
 # Programs are linked without PIE, so that the addresses in a symbol file are the addresses that
-# appear at run time.
+# appear at run time; those without a symbol file set TOLMIRA_PIE. All code is compiled for both.
+define_property(TARGET PROPERTY TOLMIRA_PIE INITIALIZE_FROM_VARIABLE TOLMIRA_PIE)
 set(TOLMIRA_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize= takes them")
 
 # Language, include roots, position and source paths. The second prefix map wins for files below the
@@ -11,12 +12,13 @@ add_library(language_flags INTERFACE)
 target_include_directories(language_flags INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
 target_compile_options(language_flags INTERFACE
   -std=c++17
-  -fno-pie
+  -fPIE
   # Lines are fetched for a store; a processor that doesn't know the instruction takes it as none.
   -mprfchw
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
   -fmacro-prefix-map=${PROJECT_BINARY_DIR}/=)
-target_link_options(language_flags INTERFACE -no-pie)
+target_link_options(language_flags INTERFACE
+  $<IF:$<BOOL:$<TARGET_PROPERTY:TOLMIRA_PIE>>,-pie,-no-pie>)
 
 # What is released calls the C library without the detour through the linkage table, which the
 # mailbox's lock would take twice for each access, and is hardened.
