@@ -1,37 +1,46 @@
-# The flags of every target: hand-written ones link `build_flags` PRIVATE, generated ones
-# `generated_flags`.
+# The flags of every target.
 #
-# Programs are linked without PIE, so that the addresses in a symbol file are the addresses that
-# appear at run time; those without a symbol file set TOLMIRA_PIE. All code is compiled for both.
-define_property(TARGET PROPERTY TOLMIRA_PIE INITIALIZE_FROM_VARIABLE TOLMIRA_PIE)
+#   usage_flags      what a user of our libraries needs: language and include roots; PUBLIC
+#   build_flags      how hand-written code is compiled; PRIVATE
+#   generated_flags  how generated code is compiled; PRIVATE
+#
+# All code is position-independent enough for any program (-fPIE); `fixed_position` links a program
+# without PIE, so that the addresses in its symbol file are the addresses at run time.
 set(TOLMIRA_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize= takes them")
+option(TOLMIRA_COVERAGE "Count the executed lines of hand-written targets, for gcov")
+option(TOLMIRA_WERROR "Treat warnings as errors" $ENV{TOLMIRA_WERROR})
 
-# Language, include roots, position and source paths. The second prefix map wins for files below the
-# build tree, which lies inside the source tree.
-add_library(language_flags INTERFACE)
-target_include_directories(language_flags INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR})
-target_compile_options(language_flags INTERFACE
-  -std=c++17
+add_library(usage_flags INTERFACE)
+target_compile_features(usage_flags INTERFACE cxx_std_17)
+target_include_directories(usage_flags INTERFACE
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+  $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}>)
+
+# Source paths in log lines are relative. The second prefix map wins for files below the build tree,
+# which is inside the source tree.
+add_library(common_flags INTERFACE)
+target_link_libraries(common_flags INTERFACE usage_flags)
+target_compile_options(common_flags INTERFACE
   -fPIE
-  # Lines are fetched for a store; a processor that doesn't know the instruction takes it as none.
+  # Prefetch cache lines for writing; CPUs without the instruction treat it as a no-op.
   -mprfchw
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
   -fmacro-prefix-map=${PROJECT_BINARY_DIR}/=)
-target_link_options(language_flags INTERFACE
-  $<IF:$<BOOL:$<TARGET_PROPERTY:TOLMIRA_PIE>>,-pie,-no-pie>)
 
-# What is released calls the C library without the detour through the linkage table, which the
-# mailbox's lock would take twice for each access, and is hardened.
-target_compile_options(language_flags INTERFACE
+# Released programs call the C library without the linkage table, which the mailbox's lock would
+# otherwise go through twice for each access, and are hardened.
+target_compile_options(common_flags INTERFACE
   "$<$<CONFIG:Release>:-fno-plt;-fstack-protector-strong;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2;-ffat-lto-objects>")
-target_link_options(language_flags INTERFACE "$<$<CONFIG:Release>:LINKER:-z,relro,-z,now>")
+target_link_options(common_flags INTERFACE "$<$<CONFIG:Release>:LINKER:-z,relro,-z,now>")
 
-option(TOLMIRA_COVERAGE "Count what is run, for gcov; for hand-written targets")
+add_library(fixed_position INTERFACE)
+target_compile_options(fixed_position INTERFACE -fno-pie)
+target_link_options(fixed_position INTERFACE -no-pie)
 
 function(add_sanitizers target sanitizers)
   if(sanitizers)
     list(JOIN sanitizers "," joined)
-    # Without vptr: that check looks at memory through a pipe of its own and so fails where a test
+    # Without vptr: that check reads memory through a pipe of its own and so fails where a test
     # takes away all descriptors.
     target_compile_options(${target} INTERFACE
       -fsanitize=${joined} -fno-sanitize=vptr -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -42,9 +51,10 @@ endfunction()
 string(REPLACE "," ";" sanitizers "${TOLMIRA_SANITIZE}")
 
 add_library(build_flags INTERFACE)
-target_link_libraries(build_flags INTERFACE language_flags)
+target_link_libraries(build_flags INTERFACE common_flags)
 target_compile_options(build_flags INTERFACE
-  -Wall -Wextra -Wshadow -Wconversion -Werror
+  -Wall -Wextra -Wshadow -Wconversion
+  "$<$<BOOL:${TOLMIRA_WERROR}>:-Werror>"
   "$<$<CXX_COMPILER_ID:Clang>:-Wthread-safety;-Wthread-safety-beta>")
 add_sanitizers(build_flags "${sanitizers}")
 if(TOLMIRA_COVERAGE)
@@ -56,7 +66,7 @@ endif()
 # them to a debugger multiplies build time and size, and so do the checks for undefined behaviour.
 # What is inline in their headers gets the flags of its users.
 add_library(generated_flags INTERFACE)
-target_link_libraries(generated_flags INTERFACE language_flags)
+target_link_libraries(generated_flags INTERFACE common_flags)
 target_compile_options(generated_flags INTERFACE -O1 -g0)
 list(REMOVE_ITEM sanitizers undefined)
 add_sanitizers(generated_flags "${sanitizers}")

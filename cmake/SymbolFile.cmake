@@ -1,9 +1,10 @@
 # add_symbol_file(PROGRAM)
 #
-# Makes <program>_symbols.txt beside the program each time it is linked: a line for each address of
-# its code, in ascending order, and as the last one the end of all code. That is the linker's
-# `etext`, which it defines for those who ask.
+# Links the program at a fixed position and makes <program>_symbols.txt beside it each time it is
+# linked: one line for each address of its code, in ascending order, and as the last one the end of
+# all code. That is `etext`, which the linker defines on request.
 function(add_symbol_file program)
+  target_link_libraries(${program} PRIVATE fixed_position)
   target_link_options(${program} PRIVATE LINKER:--undefined=etext)
   get_target_property(directory ${program} RUNTIME_OUTPUT_DIRECTORY)
   set(file ${directory}/${program}_symbols.txt)

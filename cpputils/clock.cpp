@@ -2,7 +2,7 @@
 
 namespace {
 
-constexpr uint32_t MicrosecondsPerSecond = 1000000;
+constexpr uint32_t MICROSECONDS_PER_SECOND = 1000000;
 
 template <typename Count>
 Count TicksToMicroseconds(Count ticks, uint32_t rate) {
@@ -11,15 +11,15 @@ Count TicksToMicroseconds(Count ticks, uint32_t rate) {
 
 template <typename Count>
 timeval& FillTimeval(Count microseconds, timeval& time) {
-    time.tv_sec = static_cast<time_t>(microseconds / MicrosecondsPerSecond);
-    time.tv_usec = static_cast<suseconds_t>(microseconds % MicrosecondsPerSecond);
+    time.tv_sec = static_cast<time_t>(microseconds / MICROSECONDS_PER_SECOND);
+    time.tv_usec = static_cast<suseconds_t>(microseconds % MICROSECONDS_PER_SECOND);
     return time;
 }
 
 /** Wraps at the width of Count; a negative part counts as its two's complement. */
 template <typename Count>
 Count TimevalToMicroseconds(const timeval& time) {
-    return static_cast<Count>(time.tv_sec) * MicrosecondsPerSecond +
+    return static_cast<Count>(time.tv_sec) * MICROSECONDS_PER_SECOND +
            static_cast<Count>(time.tv_usec);
 }
 

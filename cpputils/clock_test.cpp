@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr uint32_t Rate = 666;
+constexpr uint32_t RATE = 666;
 const Clock& theClock = *Clock::instance();
 
 timeval Time(long seconds, long microseconds) {
@@ -48,14 +48,14 @@ TEST(Clock, YieldsNothingWithoutARate) {
 TEST(Clock, ConvertsInBothWidths) {
     Clock::instance()->setRate(1);
     EXPECT_EQ(theClock.ticksToMicroseconds(uint32_t{7}), 7U);
-    Clock::instance()->setRate(Rate);
+    Clock::instance()->setRate(RATE);
     Clock::instance()->setRate(0);
     ExpectConversions<uint32_t>();
     ExpectConversions<uint64_t>();
 }
 
 TEST(Clock, WrapsIn32BitsOnly) {
-    Clock::instance()->setRate(Rate);
+    Clock::instance()->setRate(RATE);
     EXPECT_EQ(theClock.microsecondsToTicks(uint32_t{10000000}), 2365032704U);
     EXPECT_EQ(theClock.microsecondsToTicks(uint64_t{10000000}), 6660000000U);
     EXPECT_EQ(theClock.timevalToTicks(Time(10, 0)), 2365032704U);
@@ -66,8 +66,8 @@ TEST(Clock, WrapsIn32BitsOnly) {
     // Past 32 bits of seconds, and before the epoch.
     EXPECT_EQ(theClock.timevalToTicks64(Time(0x100000001, 5)), (0x100000001 * 1000000 + 5) * 666U);
     EXPECT_EQ(theClock.timevalToTicks(Time(0x100000001, 5)), 666003330U);
-    EXPECT_EQ(theClock.timevalToTicks64(Time(-1, 999999)), uint64_t{0} - Rate);
-    EXPECT_EQ(theClock.timevalToTicks(Time(-1, 999999)), uint32_t{0} - Rate);
+    EXPECT_EQ(theClock.timevalToTicks64(Time(-1, 999999)), uint64_t{0} - RATE);
+    EXPECT_EQ(theClock.timevalToTicks(Time(-1, 999999)), uint32_t{0} - RATE);
 }
 
 TEST(Clock, ReadsTheTimeOfDay) {

@@ -21,7 +21,7 @@ GENERATE_ENUM(e_TestMode, TEST_MODES)
 
 namespace {
 
-constexpr auto OutsideTheList = static_cast<e_TestMode>(3);
+constexpr auto OUTSIDE_THE_LIST = static_cast<e_TestMode>(3);
 
 TEST(EnumConverter, ConvertsEachEnumerator) {
     const struct {
@@ -37,26 +37,26 @@ TEST(EnumConverter, ConvertsEachEnumerator) {
         SCOPED_TRACE(c.name);
         EXPECT_EQ(EnumConverter::EnumToVal(c.mode), c.value);
         EXPECT_STREQ(EnumConverter::EnumToString(c.mode), c.name);
-        e_TestMode mode = OutsideTheList;
+        e_TestMode mode = OUTSIDE_THE_LIST;
         EXPECT_TRUE(EnumConverter::StringToEnum(c.name, &mode));
         EXPECT_EQ(mode, c.mode);
-        mode = OutsideTheList;
+        mode = OUTSIDE_THE_LIST;
         EXPECT_TRUE(EnumConverter::ValToEnum(&mode, static_cast<unsigned>(c.value)));
         EXPECT_EQ(mode, c.mode);
     }
 }
 
 TEST(EnumConverter, RefusesWhatIsNotInTheList) {
-    EXPECT_EQ(EnumConverter::EnumToString(OutsideTheList), nullptr);
-    e_TestMode mode = OutsideTheList;
+    EXPECT_EQ(EnumConverter::EnumToString(OUTSIDE_THE_LIST), nullptr);
+    e_TestMode mode = OUTSIDE_THE_LIST;
     for (const char* name : {"e_TestMode_Lon", "e_TestMode_Long_", "E_TESTMODE_LONG", "Long", ""}) {
         EXPECT_FALSE(EnumConverter::StringToEnum(name, &mode)) << name;
     }
     for (const unsigned value : {0U, 3U, 8U, static_cast<unsigned>(-1)}) {
         EXPECT_FALSE(EnumConverter::ValToEnum(&mode, value)) << value;
     }
-    EXPECT_EQ(mode, OutsideTheList);
-    const auto result = testsupport::RunInChild([] { EnumConverter::EnumToVal(OutsideTheList); });
+    EXPECT_EQ(mode, OUTSIDE_THE_LIST);
+    const auto result = testsupport::RunInChild([] { EnumConverter::EnumToVal(OUTSIDE_THE_LIST); });
     EXPECT_EQ(result.signal, SIGABRT);
     EXPECT_THAT(result.out, HasSubstr("S: EMERGENCY "));
     EXPECT_THAT(result.out, HasSubstr("\"Assertion \"false\" failed.\""));

@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr int FirstAfterStandardDescriptors = 3;
-constexpr long FallbackDescriptorLimit = 8192;
+constexpr int FIRST_AFTER_STANDARD_DESCRIPTORS = 3;
+constexpr long FALLBACK_DESCRIPTOR_LIMIT = 8192;
 
 int WriteAll(int fd, const void* bytes, size_t count) {
     const ssize_t written = write(fd, bytes, count);
@@ -139,8 +139,8 @@ int ReadInt(int fd, int& value) {
 
 void CloseAllExcept(int keep1, int keep2) {
     const long limit = sysconf(_SC_OPEN_MAX);
-    const int last = static_cast<int>(limit != -1 ? limit : FallbackDescriptorLimit) - 1;
-    int first = FirstAfterStandardDescriptors;
+    const int last = static_cast<int>(limit != -1 ? limit : FALLBACK_DESCRIPTOR_LIMIT) - 1;
+    int first = FIRST_AFTER_STANDARD_DESCRIPTORS;
     for (const int keep : {std::min(keep1, keep2), std::max(keep1, keep2)}) {
         if (keep >= first && keep <= last) {
             CloseRange(first, keep - 1);

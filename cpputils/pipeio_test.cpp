@@ -135,14 +135,14 @@ TEST(PipeRead, ReportsTheFirstMissingByteAndKeepsItsTarget) {
 }
 
 using Writer = int (*)(int);
-const Writer writers[] = {
+const Writer WRITERS[] = {
     [](int fd) { return WriteString(fd, "text"); },
     [](int fd) { return WriteBytes(fd, {'b'}); },
     [](int fd) { return WriteInt(fd, 1); },
 };
 
 TEST(PipeWrite, FailsWithoutASignalWhenTheReaderIsGone) {
-    for (const Writer writer : writers) {
+    for (const Writer writer : WRITERS) {
         const auto result = testsupport::RunInChild([&] {
             Pipe pipe;
             pipe.closeReader();
@@ -174,7 +174,7 @@ TEST(PipeWrite, LeavesASignalThatWasPendingBefore) {
 }
 
 TEST(PipeWrite, ReportsErrorsAndShortWrites) {
-    for (const Writer writer : writers) {
+    for (const Writer writer : WRITERS) {
         EXPECT_EQ(writer(-1), EBADF);
     }
     // A pipe with less room than the content has bytes.

@@ -8,10 +8,10 @@ namespace s11n::io {
 
 namespace {
 
-constexpr char EndOfNumber = ':';
+constexpr char END_OF_NUMBER = ':';
 
 void WriteNumber(std::ostream& out, size_t number) {
-    out << std::to_string(number) << EndOfNumber;
+    out << std::to_string(number) << END_OF_NUMBER;
 }
 
 void WriteText(std::ostream& out, const std::string& text) {
@@ -41,7 +41,7 @@ bool WriteNode(std::ostream& out, const s11n_node& node, int depth) {
 
 bool ReadNumber(std::istream& in, size_t& number) {
     std::string digits;
-    std::getline(in, digits, EndOfNumber);
+    std::getline(in, digits, END_OF_NUMBER);
     // At most 18 digits, so that the number fits.
     if (!in.good() || digits.empty() || digits.size() > 18 ||
         digits.find_first_not_of("0123456789") != std::string::npos) {

@@ -2,8 +2,8 @@
 
 namespace {
 
-constexpr uint32_t CurrentVersion = 106;
-const char* const versionKey = "i_version";
+constexpr uint32_t CURRENT_VERSION = 106;
+const char* const VERSION_KEY = "i_version";
 
 template <typename T>
 void RegisterType(const char* name) {
@@ -22,15 +22,15 @@ BasicTypeRegistration::BasicTypeRegistration() {
 
 bool S11NObject::serialize(node_type& node) const {
     node.class_name("S11NObject");
-    S11NNamedSet(node, versionKey, i_version, 0);
+    S11NNamedSet(node, VERSION_KEY, i_version, 0);
     return true;
 }
 
 bool S11NObject::deserialize(const node_type& node) {
-    return S11NNamedGet(node, versionKey, i_version, 0);
+    return S11NNamedGet(node, VERSION_KEY, i_version, 0);
 }
 
-PersistenceBase::PersistenceBase() : S11NObject(CurrentVersion) {}
+PersistenceBase::PersistenceBase() : S11NObject(CURRENT_VERSION) {}
 
 bool PersistenceBase::serialize(node_type& node) const {
     if (!S11NObject::serialize(node)) {

@@ -10,15 +10,15 @@ namespace s11n::io {
 
 namespace {
 
-const std::string classAttribute = "s11n_class";
+const std::string CLASS_ATTRIBUTE = "s11n_class";
 
 /** A byte written as hexadecimal digits between two marks. */
 struct ByteEscape {
     std::string open;
     std::string close;
 };
-const ByteEscape nameEscape = {"_x", "_"};
-const ByteEscape valueEscape = {"&#x", ";"};
+const ByteEscape NAME_ESCAPE = {"_x", "_"};
+const ByteEscape VALUE_ESCAPE = {"&#x", ";"};
 
 std::string Escaped(char byte, const ByteEscape& escape) {
     const char* const digits = "0123456789ABCDEF";
@@ -52,28 +52,28 @@ bool IsNameByte(char c) {
 
 std::string NameToXml(const std::string& name) {
     if (name.empty()) {
-        return nameEscape.open + nameEscape.close;
+        return NAME_ESCAPE.open + NAME_ESCAPE.close;
     }
     std::string xml;
     for (size_t i = 0; i < name.size(); ++i) {
         const bool plain = i == 0 ? IsLetter(name[i]) || name[i] == '_' : IsNameByte(name[i]);
-        const bool looksEscaped = name.compare(i, nameEscape.open.size(), nameEscape.open) == 0;
-        xml += plain && !looksEscaped ? std::string(1, name[i]) : Escaped(name[i], nameEscape);
+        const bool looksEscaped = name.compare(i, NAME_ESCAPE.open.size(), NAME_ESCAPE.open) == 0;
+        xml += plain && !looksEscaped ? std::string(1, name[i]) : Escaped(name[i], NAME_ESCAPE);
     }
     return xml;
 }
 
 /** A property may have the name of the class attribute: then its first byte goes escaped. */
 std::string KeyToXml(const std::string& key) {
-    return key == classAttribute ? Escaped(key[0], nameEscape) + key.substr(1) : NameToXml(key);
+    return key == CLASS_ATTRIBUTE ? Escaped(key[0], NAME_ESCAPE) + key.substr(1) : NameToXml(key);
 }
 
 bool NameFromXml(std::string& name) {
-    if (name == nameEscape.open + nameEscape.close) {
+    if (name == NAME_ESCAPE.open + NAME_ESCAPE.close) {
         name.clear();
         return true;
     }
-    return Unescape(name, nameEscape);
+    return Unescape(name, NAME_ESCAPE);
 }
 
 std::string ValueToXml(const std::string& value) {
@@ -81,7 +81,7 @@ std::string ValueToXml(const std::string& value) {
     std::string xml;
     for (const char c : value) {
         const bool control = static_cast<unsigned char>(c) < ' ';
-        xml += control || markup.find(c) != std::string::npos ? Escaped(c, valueEscape)
+        xml += control || markup.find(c) != std::string::npos ? Escaped(c, VALUE_ESCAPE)
                                                               : std::string(1, c);
     }
     return xml;
@@ -98,7 +98,7 @@ bool WriteNode(std::ostream& out, const s11n_node& node, int depth) {
     const std::string indent(2 * static_cast<size_t>(depth - 1), ' ');
     const std::string name = NameToXml(node.name());
     out << indent << '<' << name;
-    WriteAttribute(out, classAttribute, node.class_name());
+    WriteAttribute(out, CLASS_ATTRIBUTE, node.class_name());
     for (const auto& [key, value] : node.properties()) {
         WriteAttribute(out, KeyToXml(key), value);
     }
@@ -158,10 +158,10 @@ class Reader {
         i_in >> std::ws;
         for (std::string key = takeName(); !key.empty(); i_in >> std::ws, key = takeName()) {
             std::string value;
-            if (!take("=\"") || !std::getline(i_in, value, '"') || !Unescape(value, valueEscape)) {
+            if (!take("=\"") || !std::getline(i_in, value, '"') || !Unescape(value, VALUE_ESCAPE)) {
                 return false;
             }
-            if (key == classAttribute) {
+            if (key == CLASS_ATTRIBUTE) {
                 node.class_name(value);
             } else if (NameFromXml(key)) {
                 node.set(key, value);

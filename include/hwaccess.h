@@ -128,8 +128,8 @@ class Memory {
      * to itself by then. No access, and no fault; a bad offset is for the set to refuse.
      */
     void announceSet(std::size_t offset) const {
-        constexpr int ForWrite = 1;
-        __builtin_prefetch(i_base + offset, ForWrite);
+        constexpr int forWrite = 1;
+        __builtin_prefetch(i_base + offset, forWrite);
     }
 
     std::uintptr_t absoluteAddress() const { return reinterpret_cast<std::uintptr_t>(i_base); }

@@ -56,7 +56,7 @@ class ControllerFlashPage : public Packable {
 /** The controller's verdict on a page: 0 is good. An answer without one counts as bad. */
 class ControllerFlashPageResult : public Packable {
   public:
-    static constexpr uint8_t Good = 0;
+    static constexpr uint8_t GOOD = 0;
 
     ControllerFlashPageResult() = default;
     explicit ControllerFlashPageResult(uint8_t result) : i_result(result) {}

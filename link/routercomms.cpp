@@ -9,8 +9,8 @@
 namespace {
 
 // The wait ends when the difference of the whole seconds is greater than this.
-constexpr time_t SendLimitSeconds = 2;
-constexpr time_t ReceiveLimitSeconds = 3;
+constexpr time_t SEND_LIMIT_SECONDS = 2;
+constexpr time_t RECEIVE_LIMIT_SECONDS = 3;
 
 time_t SecondsNow() {
     return Clock::instance()->secondsNow();
@@ -80,7 +80,7 @@ bool RouterCommWriter::sendByte(unsigned char byte) {
     }
     i_comms->writeAddress(MAILBOX_TX_DATA, byte);
     i_comms->writeAddress(MAILBOX_TX_FLAG, TX_BYTE_OFFERED);
-    if (!WaitForFlag(*i_comms, MAILBOX_TX_FLAG, TX_BYTE_TAKEN, SendLimitSeconds)) {
+    if (!WaitForFlag(*i_comms, MAILBOX_TX_FLAG, TX_BYTE_TAKEN, SEND_LIMIT_SECONDS)) {
         ResetMailbox(*i_comms);
         return false;
     }
@@ -144,7 +144,7 @@ bool RouterCommReader::readByte(unsigned char* byte) {
     if (i_comms->readAddress(MAILBOX_RX_STATE) != STATE_READY) {
         return false;
     }
-    if (!WaitForFlag(*i_comms, MAILBOX_RX_FLAG, RX_BYTE_OFFERED, ReceiveLimitSeconds)) {
+    if (!WaitForFlag(*i_comms, MAILBOX_RX_FLAG, RX_BYTE_OFFERED, RECEIVE_LIMIT_SECONDS)) {
         ResetMailbox(*i_comms);
         return false;
     }

@@ -15,9 +15,9 @@ using CrcTable = std::array<uint16_t, 256>;
 using CrcTables = std::array<CrcTable, 4>;
 
 constexpr uint16_t StepOfByte(unsigned crc) {
-    constexpr unsigned ReflectedPolynomial = 0xA001;
+    constexpr unsigned reflectedPolynomial = 0xA001;
     for (int bit = 0; bit < 8; ++bit) {
-        crc = (crc & 1U) != 0 ? crc >> 1 ^ ReflectedPolynomial : crc >> 1;
+        crc = (crc & 1U) != 0 ? crc >> 1 ^ reflectedPolynomial : crc >> 1;
     }
     return static_cast<uint16_t>(crc);
 }
@@ -34,16 +34,16 @@ constexpr CrcTables MakeCrcTables() {
     return tables;
 }
 
-constexpr CrcTables crcTables = MakeCrcTables();
+constexpr CrcTables CRC_TABLES = MakeCrcTables();
 
 uint16_t CrcOf(const unsigned char* bytes, size_t count) {
     unsigned crc = 0xFFFF;
     for (; count >= 4; bytes += 4, count -= 4) {
-        crc = crcTables[3][(crc ^ bytes[0]) & 0xFF] ^ crcTables[2][(crc >> 8 ^ bytes[1])] ^
-              crcTables[1][bytes[2]] ^ crcTables[0][bytes[3]];
+        crc = CRC_TABLES[3][(crc ^ bytes[0]) & 0xFF] ^ CRC_TABLES[2][(crc >> 8 ^ bytes[1])] ^
+              CRC_TABLES[1][bytes[2]] ^ CRC_TABLES[0][bytes[3]];
     }
     for (; count != 0; ++bytes, --count) {
-        crc = crcTables[0][(crc ^ *bytes) & 0xFF] ^ crc >> 8;
+        crc = CRC_TABLES[0][(crc ^ *bytes) & 0xFF] ^ crc >> 8;
     }
     return static_cast<uint16_t>(crc);
 }

@@ -8,8 +8,8 @@ static_assert(sizeof(short) == 2 && sizeof(int) == 4 && sizeof(float) == 4 && si
 
 namespace {
 
-constexpr unsigned BitsPerByte = 8;
-constexpr uint32_t WireLong = 8;  // bytes, whatever the machine's long has
+constexpr unsigned BITS_PER_BYTE = 8;
+constexpr uint32_t WIRE_LONG = 8;  // bytes, whatever the machine's long has
 
 /** The bit pattern of a float or a double. */
 template <typename Bits, typename T>
@@ -54,7 +54,7 @@ void SmartBufferWriter::writeBigEndian(uint64_t value, uint32_t width) {
     }
     for (uint32_t i = width; i-- != 0;) {
         place[i] = static_cast<unsigned char>(value);
-        value >>= BitsPerByte;
+        value >>= BITS_PER_BYTE;
     }
 }
 
@@ -106,7 +106,7 @@ void SmartBufferWriter::write(const long& value) {
 }
 
 void SmartBufferWriter::write(const unsigned long& value) {
-    writeBigEndian(value, WireLong);
+    writeBigEndian(value, WIRE_LONG);
 }
 
 void SmartBufferWriter::write(const long long& value) {
@@ -114,7 +114,7 @@ void SmartBufferWriter::write(const long long& value) {
 }
 
 void SmartBufferWriter::write(const unsigned long long& value) {
-    writeBigEndian(value, WireLong);
+    writeBigEndian(value, WIRE_LONG);
 }
 
 void SmartBufferWriter::write(const float& value) {
@@ -163,7 +163,7 @@ bool SmartBufferReader::readBigEndian(uint64_t& value, uint32_t width) {
     }
     value = 0;
     for (uint32_t i = 0; i < width; ++i) {
-        value = value << BitsPerByte | place[i];
+        value = value << BITS_PER_BYTE | place[i];
     }
     return true;
 }
@@ -180,7 +180,7 @@ void SmartBufferReader::readInteger(T& value) {
 template <typename Wide, typename T>
 void SmartBufferReader::readNarrowed(T& value) {
     uint64_t bits = 0;
-    if (!readBigEndian(bits, WireLong)) {
+    if (!readBigEndian(bits, WIRE_LONG)) {
         return;
     }
     const auto wide = static_cast<Wide>(bits);

@@ -4,8 +4,8 @@
 
 namespace {
 
-constexpr unsigned char FirstLeadByte = 2;
-constexpr unsigned char SecondLeadByte = 220;
+constexpr unsigned char FIRST_LEAD_BYTE = 2;
+constexpr unsigned char SECOND_LEAD_BYTE = 220;
 
 }  // namespace
 
@@ -25,7 +25,7 @@ int YAMPPack(void* buffer, unsigned int bufferSize, const YAMPMessage& message,
     }
     // Only now is the length known that the header tells.
     *packedSize = body.getOffset() + YAMP_HEADER_SIZE;
-    header << FirstLeadByte << SecondLeadByte << static_cast<unsigned short>(message.getId())
+    header << FIRST_LEAD_BYTE << SECOND_LEAD_BYTE << static_cast<unsigned short>(message.getId())
            << *packedSize;
     return header.hasFailed() ? -1 : 0;
 }
@@ -39,8 +39,8 @@ int YAMPParseHeader(const void* bytes, unsigned int size, unsigned int* totalLen
     unsigned char firstLead = 0;
     unsigned char secondLead = 0;
     header >> firstLead >> secondLead >> *id >> *totalLength;
-    const bool valid = !header.hasFailed() && firstLead == FirstLeadByte &&
-                       secondLead == SecondLeadByte && *totalLength >= YAMP_HEADER_SIZE;
+    const bool valid = !header.hasFailed() && firstLead == FIRST_LEAD_BYTE &&
+                       secondLead == SECOND_LEAD_BYTE && *totalLength >= YAMP_HEADER_SIZE;
     return valid ? 0 : -1;
 }
 

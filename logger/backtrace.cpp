@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int MostFrames = 100;
+constexpr int MOST_FRAMES = 100;
 
 char symbolText[100000];
 
@@ -37,8 +37,8 @@ void LogSymbol(void* address, e_LogSeverity severity) {
 
 // Not inlined: its own frame is the one that is left out.
 __attribute__((noinline)) void LogBacktrace(e_LogSeverity severity) {
-    void* frames[MostFrames] = {};
-    const int count = backtrace(frames, MostFrames);
+    void* frames[MOST_FRAMES] = {};
+    const int count = backtrace(frames, MOST_FRAMES);
     LOG_AT(severity, "%s",
            severity == e_LogSeverity_CRASH ? "backtrace" : "  *** Backtrace Follows ***  ");
     for (int i = 1; i < count; ++i) {

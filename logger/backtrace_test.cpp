@@ -24,7 +24,7 @@ namespace {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr char OwnFrames[] = "(C: 002 [^\n]*LogBacktrace[^\n]*\n)?";
 #else
-constexpr char OwnFrames[] = "";
+constexpr char OWN_FRAMES[] = "";
 #endif
 
 TEST(Backtrace, NamesTheFunctionsOnTheStack) {
@@ -33,7 +33,7 @@ TEST(Backtrace, NamesTheFunctionsOnTheStack) {
         ordinary,
         ContainsRegex(std::string("^C: 001 S: ERROR T: p:[0-9]+ \"  \\*\\*\\* Backtrace "
                                   "Follows \\*\\*\\*  \" at logger/backtrace.cpp:[0-9]+.\n") +
-                      OwnFrames +
+                      OWN_FRAMES +
                       "C: 00[23] S: ERROR T: p:[0-9]+ \"Address: 0x[0-9a-f]{8}, Symbol: "
                       "0x[0-9a-f]+ T FunctionOnTheStack"));
 

@@ -14,8 +14,8 @@
 
 namespace {
 
-constexpr size_t LineSize = 1024;
-constexpr int CounterModulus = 1000;
+constexpr size_t LINE_SIZE = 1024;
+constexpr int COUNTER_MODULUS = 1000;
 
 /** Restores errno at the end of the scope: a report must not disturb what its caller looks at. */
 class ErrnoKeeper {
@@ -33,11 +33,11 @@ bool NeverCritical() {
     return false;
 }
 
-constexpr ThreadDescriber plainThread = {NeverCritical, DescribePlainThread,
-                                         DescribePlainThreadNoAlloc};
+constexpr ThreadDescriber PLAIN_THREAD = {NeverCritical, DescribePlainThread,
+                                          DescribePlainThreadNoAlloc};
 
 // Set with release and read with acquire: who sees a describer sees the registry behind it.
-std::atomic<const ThreadDescriber*> threadDescriber{&plainThread};
+std::atomic<const ThreadDescriber*> threadDescriber{&PLAIN_THREAD};
 
 // Two threads may show the same number; the counter is atomic only so that this is no data race.
 std::atomic<int> lineCounter{0};
@@ -58,7 +58,7 @@ bool IsShown(int severity) {
 }
 
 int NextCount() {
-    const int count = (lineCounter.load(std::memory_order_relaxed) + 1) % CounterModulus;
+    const int count = (lineCounter.load(std::memory_order_relaxed) + 1) % COUNTER_MODULUS;
     lineCounter.store(count, std::memory_order_relaxed);
     return count;
 }
@@ -94,13 +94,13 @@ class FixedLine {
 
   private:
     char* end() { return i_text + i_length; }
-    size_t room() const { return LineSize - i_length; }
+    size_t room() const { return LINE_SIZE - i_length; }
     void terminate() {
-        i_text[LineSize - 1] = '\0';
+        i_text[LINE_SIZE - 1] = '\0';
         i_length += strlen(end());
     }
 
-    char i_text[LineSize] = "";
+    char i_text[LINE_SIZE] = "";
     size_t i_length = 0;
 };
 
@@ -126,7 +126,7 @@ void LogMessage(int severity, const char* /*function*/, const char* file, unsign
     }
     const ErrnoKeeper keeper;
 
-    char message[LineSize];
+    char message[LINE_SIZE];
     va_list arguments;
     va_start(arguments, format);
     const int wanted = vsnprintf(message, sizeof message, format, arguments);
@@ -189,7 +189,7 @@ void SyslogWrite(int priority, const char* format, ...) {
 }
 
 void SetThreadDescriber(const ThreadDescriber* describer) {
-    threadDescriber.store(describer != nullptr ? describer : &plainThread,
+    threadDescriber.store(describer != nullptr ? describer : &PLAIN_THREAD,
                           std::memory_order_release);
 }
 

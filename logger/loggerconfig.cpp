@@ -6,11 +6,11 @@
 
 namespace {
 
-constexpr int DefaultTimeCritMinLogSeverity = e_LogSeverity_CRITICAL;
-constexpr int DefaultMinLogSeverity = e_LogSeverity_NOTICE;
-constexpr bool DefaultAllThreadLogging = false;
-constexpr bool DefaultPrintLogThreadId = true;
-constexpr bool DefaultPrintToStdOut = false;
+constexpr int DEFAULT_TIME_CRIT_MIN_LOG_SEVERITY = e_LogSeverity_CRITICAL;
+constexpr int DEFAULT_MIN_LOG_SEVERITY = e_LogSeverity_NOTICE;
+constexpr bool DEFAULT_ALL_THREAD_LOGGING = false;
+constexpr bool DEFAULT_PRINT_LOG_THREAD_ID = true;
+constexpr bool DEFAULT_PRINT_TO_STD_OUT = false;
 
 bool IsSeverity(int value) {
     return value >= e_LogSeverity_DEBUG && value <= e_LogSeverity_CRASH;
@@ -21,11 +21,11 @@ LoggerConfig loggerConfig;
 }  // namespace
 
 LoggerConfig::LoggerConfig()
-    : i_timeCritMinLogSeverity(DefaultTimeCritMinLogSeverity),
-      i_minLogSeverity(DefaultMinLogSeverity),
-      i_allThreadLogging(DefaultAllThreadLogging),
-      i_printLogThreadId(DefaultPrintLogThreadId),
-      i_printToStdOut(DefaultPrintToStdOut) {
+    : i_timeCritMinLogSeverity(DEFAULT_TIME_CRIT_MIN_LOG_SEVERITY),
+      i_minLogSeverity(DEFAULT_MIN_LOG_SEVERITY),
+      i_allThreadLogging(DEFAULT_ALL_THREAD_LOGGING),
+      i_printLogThreadId(DEFAULT_PRINT_LOG_THREAD_ID),
+      i_printToStdOut(DEFAULT_PRINT_TO_STD_OUT) {
     setlocale(LC_CTYPE, "en_US.UTF-8");
 }
 
@@ -58,9 +58,9 @@ void LoggerConfig::setPrintToStdOut(bool on) {
 }
 
 void LoggerConfig::resetToDefaults() {
-    setTimeCritMinLogSeverity(DefaultTimeCritMinLogSeverity);
-    setMinLogSeverity(DefaultMinLogSeverity);
-    setAllThreadLogging(DefaultAllThreadLogging);
-    setPrintLogThreadId(DefaultPrintLogThreadId);
-    setPrintToStdOut(DefaultPrintToStdOut);
+    setTimeCritMinLogSeverity(DEFAULT_TIME_CRIT_MIN_LOG_SEVERITY);
+    setMinLogSeverity(DEFAULT_MIN_LOG_SEVERITY);
+    setAllThreadLogging(DEFAULT_ALL_THREAD_LOGGING);
+    setPrintLogThreadId(DEFAULT_PRINT_LOG_THREAD_ID);
+    setPrintToStdOut(DEFAULT_PRINT_TO_STD_OUT);
 }

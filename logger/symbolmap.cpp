@@ -15,14 +15,14 @@
 
 namespace {
 
-constexpr char Suffix[] = "_symbols.txt";
-constexpr std::size_t LongestPath = 1023;
-constexpr std::size_t ReadAhead = 64UL * 1024;
-constexpr std::size_t ShortLine = 32;
+constexpr char SUFFIX[] = "_symbols.txt";
+constexpr std::size_t LONGEST_PATH = 1023;
+constexpr std::size_t READ_AHEAD = 64UL * 1024;
+constexpr std::size_t SHORT_LINE = 32;
 
 std::string OwnExecutable() {
-    std::array<char, LongestPath + 1> path = {};
-    const ssize_t length = readlink("/proc/self/exe", path.data(), LongestPath);
+    std::array<char, LONGEST_PATH + 1> path = {};
+    const ssize_t length = readlink("/proc/self/exe", path.data(), LONGEST_PATH);
     return length < 1 ? "" : std::string(path.data(), static_cast<std::size_t>(length));
 }
 
@@ -31,7 +31,7 @@ std::string OwnExecutable() {
  * address, not one somewhere in the code.
  */
 uint32_t AddressOf(std::string_view line) {
-    constexpr unsigned long Largest = std::numeric_limits<uint32_t>::max();
+    constexpr unsigned long largest = std::numeric_limits<uint32_t>::max();
     uint32_t address = 0;
     const auto digits = std::from_chars(line.data(), line.data() + line.size(), address, 16);
     const bool isPlain = digits.ec == std::errc() && (address != 0 || digits.ptr[-1] != '0');
@@ -40,7 +40,7 @@ uint32_t AddressOf(std::string_view line) {
     }
     // Blanks or 0x in front, too large, or no number at all.
     const std::string text(line);
-    return static_cast<uint32_t>(std::min(strtoul(text.c_str(), nullptr, 16), Largest));
+    return static_cast<uint32_t>(std::min(strtoul(text.c_str(), nullptr, 16), largest));
 }
 
 std::size_t SizeOf(int file) {
@@ -51,7 +51,7 @@ std::size_t SizeOf(int file) {
 /** Calls `use` with each line that ends in a newline, without it. */
 template <typename Use>
 void ReadLines(int file, Use use) {
-    std::vector<char> block(ReadAhead);
+    std::vector<char> block(READ_AHEAD);
     std::string begun;
     ssize_t count = 0;
     while ((count = read(file, block.data(), block.size())) > 0) {
@@ -71,13 +71,14 @@ void ReadLines(int file, Use use) {
 }
 
 // For the effect alone: the table is ready before main, and so before anything can go wrong.
-const SymbolMap* const builtBeforeMain = &SymbolMap::instance();
+const SymbolMap* const BUILT_BEFORE_MAIN = &SymbolMap::instance();
 
 }  // namespace
 
 std::string SymbolFileOf(const std::string& executable) {
-    const bool fits = !executable.empty() && executable.size() <= LongestPath - (sizeof Suffix - 1);
-    return fits ? executable + Suffix : "";
+    const bool fits =
+        !executable.empty() && executable.size() <= LONGEST_PATH - (sizeof SUFFIX - 1);
+    return fits ? executable + SUFFIX : "";
 }
 
 SymbolMap& SymbolMap::instance() {
@@ -94,7 +95,7 @@ SymbolMap::SymbolMap(const std::string& path) : i_path(path) {
         return;
     }
     // Growing would touch new memory again and again; what is reserved and not used costs nothing.
-    i_lines.reserve(SizeOf(file) / ShortLine);
+    i_lines.reserve(SizeOf(file) / SHORT_LINE);
     std::size_t position = 0;
     ReadLines(file, [&](std::string_view line) {
         i_lines.push_back({AddressOf(line), position});

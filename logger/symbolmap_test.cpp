@@ -10,11 +10,11 @@
 
 namespace {
 
-constexpr char NotFound[] = "NOT FOUND";
+constexpr char NOT_FOUND[] = "NOT FOUND";
 
 std::string Lookup(const SymbolMap& map, uint32_t address, size_t size = 100) {
     std::vector<char> buffer(size);
-    return map.lookup(address, buffer.data(), static_cast<int>(size)) ? buffer.data() : NotFound;
+    return map.lookup(address, buffer.data(), static_cast<int>(size)) ? buffer.data() : NOT_FOUND;
 }
 
 TEST(SymbolMap, FindsTheLineThatCoversAnAddress) {
@@ -25,17 +25,17 @@ TEST(SymbolMap, FindsTheLineThatCoversAnAddress) {
         uint32_t address;
         std::string text;
     } cases[] = {
-        {"1000 a\n2000 b\n3000 end\n", 0x0fff, NotFound},
+        {"1000 a\n2000 b\n3000 end\n", 0x0fff, NOT_FOUND},
         {"1000 a\n2000 b\n3000 end\n", 0x1000, "1000 a"},
         {"1000 a\n2000 b\n3000 end\n", 0x1fff, "1000 a"},
         {"1000 a\n2000 b\n3000 end\n", 0x2000, "2000 b"},
-        {"1000 a\n2000 b\n3000 end\n", 0x3000, NotFound},
-        {"1000 only\n", 0x1000, NotFound},
-        {"", 0x1000, NotFound},
+        {"1000 a\n2000 b\n3000 end\n", 0x3000, NOT_FOUND},
+        {"1000 only\n", 0x1000, NOT_FOUND},
+        {"", 0x1000, NOT_FOUND},
         {"3000 end\n 0x2000 b\n1000 a\n", 0x2abc, " 0x2000 b"},
         {"1000 a\n2000 end\n1000 later\n", 0x1000, "1000 later"},
         {"name\n1000 end\n", 0x0001, "name"},
-        {"1000 a\n2000 unfinished", 0x1000, NotFound},
+        {"1000 a\n2000 unfinished", 0x1000, NOT_FOUND},
         {"1000 a\n2000 b\n100001800 far\n", 0x2900, "2000 b"},
         {"1000 a\n2000 b\nfffffff0 end\n", 0xffffffef, "2000 b"},
         {"1000 a\n2000 " + longName + "\n3000 end\n", 0x2000, ("2000 " + longName).substr(0, 99)},
@@ -48,8 +48,8 @@ TEST(SymbolMap, FindsTheLineThatCoversAnAddress) {
     const SymbolMap map(directory.write("symbols", cases[0].contents));
     EXPECT_EQ(Lookup(map, 0x1000, 1), "");
     std::filesystem::remove(directory.path("symbols"));
-    EXPECT_EQ(Lookup(map, 0x1000), NotFound);
-    EXPECT_EQ(Lookup(SymbolMap(directory.path("symbols")), 0x1000), NotFound);
+    EXPECT_EQ(Lookup(map, 0x1000), NOT_FOUND);
+    EXPECT_EQ(Lookup(SymbolMap(directory.path("symbols")), 0x1000), NOT_FOUND);
 }
 
 TEST(SymbolMap, TakesThePathOfAnExecutableUpToALength) {

@@ -19,15 +19,15 @@ struct Region {
     size_t defaultSize;
 };
 
-constexpr Region regions[] = {
+constexpr Region REGIONS[] = {
 #define MEMORY_REGION_ROW(name, path, size) {path, size},
     MEMORY_REGIONS(MEMORY_REGION_ROW)
 #undef MEMORY_REGION_ROW
 };
-static_assert(std::size(regions) == NumMemoryMaps);
+static_assert(std::size(REGIONS) == NUM_MEMORY_MAPS);
 
 bool IsRegion(e_MemoryMapType type) {
-    return type >= 0 && type < NumMemoryMaps;
+    return type >= 0 && type < NUM_MEMORY_MAPS;
 }
 
 /** "/sys/.../resource0" gives "/resource0". A path without a slash is its own name. */
@@ -64,7 +64,7 @@ MemoryMap* MemoryMapContainer::createMemoryMap(e_MemoryMapType type) {
         LOG_MESSAGE(CRITICAL, "%s: Invalid memoryMap: %d", "createMemoryMap", type);
         return nullptr;
     }
-    return createMemoryMap(type, regions[type].defaultSize);
+    return createMemoryMap(type, REGIONS[type].defaultSize);
 }
 
 MemoryMap* MemoryMapContainer::createMemoryMap(e_MemoryMapType type, size_t size) {
@@ -87,7 +87,7 @@ MemoryMap* MemoryMapContainer::openMap(e_MemoryMapType type, size_t size) {
         LOG_MESSAGE(CRITICAL, "cannot create memory map (%d) without specific size", type);
         return nullptr;
     }
-    const char* path = regions[type].path;
+    const char* path = REGIONS[type].path;
     MemoryMap& map = i_maps[static_cast<size_t>(type)];
     map.i_fd = SharedMemory(ObjectName(path), size).createFd();
     if (map.i_fd == -1) {

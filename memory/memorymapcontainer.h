@@ -70,7 +70,7 @@ enum e_MemoryMapType : int {
 };
 
 /** How many regions there are. */
-constexpr int NumMemoryMaps = 0
+constexpr int NUM_MEMORY_MAPS = 0
 #define MEMORY_REGION_COUNT(name, path, size) +1
     MEMORY_REGIONS(MEMORY_REGION_COUNT)
 #undef MEMORY_REGION_COUNT
@@ -137,6 +137,6 @@ class MemoryMapContainer {
     MemoryMap* openMap(e_MemoryMapType type, size_t size) REQUIRES(i_mutex);
     static void closeMap(MemoryMap& map);
 
-    std::array<MemoryMap, NumMemoryMaps> i_maps;
+    std::array<MemoryMap, NUM_MEMORY_MAPS> i_maps;
     Mutex i_mutex;
 };

@@ -26,7 +26,7 @@ using testsupport::Transcript;
 
 namespace {
 
-constexpr size_t DefaultSize = 0x1000000;
+constexpr size_t DEFAULT_SIZE = 0x1000000;
 
 /** The size of an object, or -1 if there is none. */
 off_t ObjectSize(const char* name) {
@@ -57,20 +57,20 @@ TEST_F(MemoryMaps, RegionIsTheSharedObjectOfItsPathsLastPart) {
         EXPECT_EQ(ObjectSize("/resource0"), -1);
         MemoryMap* map = container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA);
         ASSERT_NE(map, nullptr);
-        EXPECT_EQ(ObjectSize("/resource0"), static_cast<off_t>(DefaultSize));
+        EXPECT_EQ(ObjectSize("/resource0"), static_cast<off_t>(DEFAULT_SIZE));
         EXPECT_EQ(container.getMemoryMap(e_MemoryMap_VELNOR_ALTERA), map);
         EXPECT_EQ(&container.getMemoryMapReference(e_MemoryMap_VELNOR_ALTERA), map);
         EXPECT_EQ(container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA, 4096), map);
-        EXPECT_EQ(ObjectSize("/resource0"), static_cast<off_t>(DefaultSize));
+        EXPECT_EQ(ObjectSize("/resource0"), static_cast<off_t>(DEFAULT_SIZE));
         auto* bytes = static_cast<unsigned char*>(map->getAddress());
-        EXPECT_EQ(bytes[DefaultSize - 1], 0);
-        bytes[DefaultSize - 1] = 77;
+        EXPECT_EQ(bytes[DEFAULT_SIZE - 1], 0);
+        bytes[DEFAULT_SIZE - 1] = 77;
     }
     // The object outlives the container, with its contents.
     MemoryMapContainer again;
     MemoryMap* map = again.createMemoryMap(e_MemoryMap_VELNOR_ALTERA);
     ASSERT_NE(map, nullptr);
-    EXPECT_EQ(static_cast<unsigned char*>(map->getAddress())[DefaultSize - 1], 77);
+    EXPECT_EQ(static_cast<unsigned char*>(map->getAddress())[DEFAULT_SIZE - 1], 77);
 }
 
 TEST_F(MemoryMaps, TheObjectIsForEveryoneAndNothingElseOutlivesTheContainer) {
@@ -108,7 +108,7 @@ TEST_F(MemoryMaps, RegionWithoutADefaultSizeNeedsOne) {
 }
 
 TEST_F(MemoryMaps, TypesBeyondTheTableAreRefused) {
-    for (const int number : {NumMemoryMaps, -1}) {
+    for (const int number : {NUM_MEMORY_MAPS, -1}) {
         const auto bad = static_cast<e_MemoryMapType>(number);
         const std::string line = "Invalid memoryMap: " + std::to_string(number);
         Transcript expected;
@@ -141,7 +141,7 @@ struct FailureCase {
     const char* first;   // null: no line
     const char* second;  // with %s for the text of the error
     int error;
-    size_t size = DefaultSize;
+    size_t size = DEFAULT_SIZE;
 };
 
 // Each failure leaves the region closed, and a later try succeeds.

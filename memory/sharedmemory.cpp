@@ -12,8 +12,8 @@
 SharedMemory::SharedMemory(const std::string& name, size_t size) : i_name(name), i_size(size) {}
 
 int SharedMemory::createFd() {
-    constexpr mode_t EveryoneMayUse = 0777;
-    const int fd = shm_open(i_name.c_str(), O_RDWR | O_CREAT, EveryoneMayUse);
+    constexpr mode_t everyoneMayUse = 0777;
+    const int fd = shm_open(i_name.c_str(), O_RDWR | O_CREAT, everyoneMayUse);
     if (fd == -1) {
         LOG_MESSAGE(CRITICAL, "open failed %s (%s)", i_name.c_str(), strerror(errno));
         return -1;

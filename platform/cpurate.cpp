@@ -7,11 +7,11 @@
 #include "platform/configuration.h"
 
 namespace {
-constexpr uint32_t DefaultCpuRate = 666;
+constexpr uint32_t DEFAULT_CPU_RATE = 666;
 }
 
 void CpuRateFromConfiguration(const Configuration& configuration) {
-    uint32_t rate = DefaultCpuRate;
+    uint32_t rate = DEFAULT_CPU_RATE;
     std::istringstream stream;
     if (configuration.getValue(defaultSection, "CPU_RATE", stream) == 0) {
         // 32 bits, so that a larger number becomes the largest and not, cut, perhaps 0.

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr uint32_t OneMicrosecond = 1;
+constexpr uint32_t ONE_MICROSECOND = 1;
 
 /** The rate behind the calls, one for each value, in a process of its own. Null: no key. */
 std::string RateAfter(std::initializer_list<const char*> values) {
@@ -23,7 +23,7 @@ std::string RateAfter(std::initializer_list<const char*> values) {
                    }
                    CpuRateFromConfiguration(configuration);
                }
-               printf("%u", Clock::instance()->microsecondsToTicks(OneMicrosecond));
+               printf("%u", Clock::instance()->microsecondsToTicks(ONE_MICROSECOND));
            })
         .out;
 }

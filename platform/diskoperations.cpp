@@ -14,20 +14,20 @@
 
 namespace {
 
-constexpr mode_t AllMayDoAll = 0777;  // less the process's mask
-constexpr std::string_view SchemeSuffix = ".xml";
-constexpr char CustomScheme[] = "Custom";
-constexpr int CustomSchemes = 4;
+constexpr mode_t ALL_MAY_DO_ALL = 0777;  // less the process's mask
+constexpr std::string_view SCHEME_SUFFIX = ".xml";
+constexpr char CUSTOM_SCHEME[] = "Custom";
+constexpr int CUSTOM_SCHEMES = 4;
 
 /** How long a shell command may take, and how often it is tried again when it takes longer. */
 struct Patience {
     int seconds;
     int retries;
 };
-constexpr Patience MakingADirectory = {2, 3};
-constexpr Patience RemovingAFile = {10, 3};
-constexpr Patience PackingLogs = {30, 2};
-constexpr Patience CopyingFiles = {90, 2};
+constexpr Patience MAKING_A_DIRECTORY = {2, 3};
+constexpr Patience REMOVING_A_FILE = {10, 3};
+constexpr Patience PACKING_LOGS = {30, 2};
+constexpr Patience COPYING_FILES = {90, 2};
 
 /** As the shell takes a path that has no double quote in it. */
 std::string Quoted(const std::string& path) {
@@ -54,7 +54,7 @@ int RequireUsb() {
 
 int MakeDirInShell(const std::string& directory) {
     const std::string command = "mkdir -p " + Quoted(directory);
-    const int result = RunLogged(command, MakingADirectory);
+    const int result = RunLogged(command, MAKING_A_DIRECTORY);
     if (result != 0) {
         LOG_MESSAGE(ERROR, "Failed to create dir %s, rc=0x%08x", command.c_str(),
                     static_cast<unsigned>(result));
@@ -63,7 +63,7 @@ int MakeDirInShell(const std::string& directory) {
 }
 
 int MakeUsbLevel(const std::string& directory) {
-    const int result = mkdir(directory.c_str(), AllMayDoAll);
+    const int result = mkdir(directory.c_str(), ALL_MAY_DO_ALL);
     const int error = errno;
     if (result == 0 || error == EEXIST) {
         return 0;
@@ -118,7 +118,7 @@ int CopyAndLog(const std::string& from, const std::string& to, const std::string
 
 void RemoveArchive(const std::string& archive) {
     const std::string command = "rm -rf " + Quoted(archive);
-    if (RunLogged(command, RemovingAFile) != 0) {
+    if (RunLogged(command, REMOVING_A_FILE) != 0) {
         LogError("Error: " + command);
     }
 }
@@ -129,11 +129,11 @@ bool EndsIn(std::string_view name, std::string_view suffix) {
 }
 
 int IsScheme(const dirent* entry) {
-    return EndsIn(entry->d_name, SchemeSuffix) ? 1 : 0;
+    return EndsIn(entry->d_name, SCHEME_SUFFIX) ? 1 : 0;
 }
 
 int IsSystemScheme(const dirent* entry) {
-    return IsScheme(entry) != 0 && strstr(entry->d_name, CustomScheme) == nullptr ? 1 : 0;
+    return IsScheme(entry) != 0 && strstr(entry->d_name, CUSTOM_SCHEME) == nullptr ? 1 : 0;
 }
 
 /** Adds the names of the schemes in the directory; false with errno set if it can't be read. */
@@ -146,7 +146,7 @@ bool ScanSchemes(const std::string& directory, int (*isSelected)(const dirent*),
     } while (count == -1 && errno == EINTR);
     for (int i = 0; i < count; ++i) {
         const std::string name = entries[i]->d_name;
-        schemes.push_back(name.substr(0, name.size() - SchemeSuffix.size()));
+        schemes.push_back(name.substr(0, name.size() - SCHEME_SUFFIX.size()));
         free(entries[i]);
     }
     if (count != -1) {
@@ -179,9 +179,9 @@ int copyFiles(const std::string& from, const std::string& to, const std::string&
         return made;
     }
     const std::string command = CopyCommand(from, to, filepattern);
-    const timeval timeout = {CopyingFiles.seconds, 0};
+    const timeval timeout = {COPYING_FILES.seconds, 0};
     const SystemCaller::RC rc =
-        SystemCaller::instance().execRetry(command, &timeout, CopyingFiles.retries);
+        SystemCaller::instance().execRetry(command, &timeout, COPYING_FILES.retries);
     const int result = rc.localRC != 0 ? rc.localRC : rc.commandRC;
     const bool sourceIsMissing = rc.stderr.find("No such file or directory") != std::string::npos;
     if (result == 0 || sourceIsMissing) {
@@ -217,12 +217,12 @@ int copyLogs() {
     const std::string pack = "touch /tmp/messages; touch /tmp/temp.out; tar -czf " +
                              Quoted(archive) + " /tmp/*.out /tmp/message*";
     RemoveArchive(archive);
-    if (RunLogged(pack + " /tmp/*Events.log*", PackingLogs) == 0) {
+    if (RunLogged(pack + " /tmp/*Events.log*", PACKING_LOGS) == 0) {
         return 0;
     }
     // tar fails where there is no such log at all.
     RemoveArchive(archive);
-    const int result = RunLogged(pack, PackingLogs);
+    const int result = RunLogged(pack, PACKING_LOGS);
     if (result != 0) {
         LogError(pack + " rc=" + std::to_string(result));
     }
@@ -254,8 +254,8 @@ std::list<std::string> readSchemeDir() {
     if (!ScanSchemes(systemSchemeDir, IsSystemScheme, schemes)) {
         LOG_MESSAGE(CRITICAL, "Could not scan system scheme path: %s", strerror(errno));
     }
-    for (int number = 1; number <= CustomSchemes; ++number) {
-        schemes.push_back(CustomScheme + toString<int>(number));
+    for (int number = 1; number <= CUSTOM_SCHEMES; ++number) {
+        schemes.push_back(CUSTOM_SCHEME + toString<int>(number));
     }
     schemes.sort();
     return schemes;

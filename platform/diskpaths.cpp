@@ -11,19 +11,19 @@ struct LocationWord {
     const char* word;
 };
 
-constexpr LocationWord locationWords[] = {
+constexpr LocationWord LOCATION_WORDS[] = {
 #define STORAGE_LOCATION_WORD(name, value, word) {name, word},
     STORAGE_LOCATIONS(STORAGE_LOCATION_WORD)
 #undef STORAGE_LOCATION_WORD
 };
 
 // The internal location, which also stands in for what is unknown.
-constexpr const LocationWord& fallback = locationWords[0];
+constexpr const LocationWord& fallback = LOCATION_WORDS[0];
 
 }  // namespace
 
 e_StorageLocation storageLocationFromString(const std::string& word) {
-    for (const LocationWord& row : locationWords) {
+    for (const LocationWord& row : LOCATION_WORDS) {
         if (word == row.word) {
             return row.location;
         }
@@ -32,7 +32,7 @@ e_StorageLocation storageLocationFromString(const std::string& word) {
 }
 
 std::string storageLocationToString(e_StorageLocation location) {
-    for (const LocationWord& row : locationWords) {
+    for (const LocationWord& row : LOCATION_WORDS) {
         if (location == row.location) {
             return row.word;
         }

@@ -6,8 +6,8 @@
 namespace {
 
 TEST(LoggerSettings, TakeWhatTheConfigurationHas) {
-    constexpr int Plain = 3;
-    constexpr int TimeCritical = 6;
+    constexpr int plain = 3;
+    constexpr int timeCritical = 6;
     const struct {
         const char* plain;
         const char* timeCritical;
@@ -17,16 +17,16 @@ TEST(LoggerSettings, TakeWhatTheConfigurationHas) {
         bool expectedFlag;
     } cases[] = {
         {"0", "8", "1", 0, 8, true},
-        {"9", "99999999999", "0", Plain, TimeCritical, false},
-        {"-1", "7 and more", "0", Plain, 7, false},
-        {"word", "", "", 0, TimeCritical, true},
+        {"9", "99999999999", "0", plain, timeCritical, false},
+        {"-1", "7 and more", "0", plain, 7, false},
+        {"word", "", "", 0, timeCritical, true},
     };
     LoggerConfig& config = *LoggerConfig::instance();
     for (const auto& c : cases) {
         for (const char* flagKey :
              {"ALL_THREAD_LOGGING", "PRINT_LOG_THREAD_ID", "PRINT_TO_STD_OUT"}) {
-            config.setMinLogSeverity(Plain);
-            config.setTimeCritMinLogSeverity(TimeCritical);
+            config.setMinLogSeverity(plain);
+            config.setTimeCritMinLogSeverity(timeCritical);
             config.setAllThreadLogging(true);
             config.setPrintLogThreadId(true);
             config.setPrintToStdOut(true);

@@ -10,9 +10,9 @@
 
 namespace {
 
-constexpr uint32_t MaxNumABU = 3;
-constexpr uint32_t MaxNumConfAudioChannels = 48;
-constexpr size_t MaxMlesWithoutHalfMe = 1;
+constexpr uint32_t MAX_NUM_ABU = 3;
+constexpr uint32_t MAX_NUM_CONF_AUDIO_CHANNELS = 48;
+constexpr size_t MAX_MLES_WITHOUT_HALF_ME = 1;
 
 /** Absent for a missing key; an empty value is present. */
 Optional<std::string> TextOf(const Configuration& file, const std::string& key) {
@@ -79,9 +79,9 @@ void Options::adjustNumInputs(e_VelnorType hardwarePlatform) {
 }
 
 void Options::readCounts(const Configuration& file) {
-    ReadCount(file, availableMlesKey, i_maxMles, i_availableMles);
-    ReadCount(file, availableInputsKey, i_maxInputs, i_availableInputs);
-    if (i_availableMles <= MaxMlesWithoutHalfMe) {
+    ReadCount(file, AVAILABLE_MLES_KEY, i_maxMles, i_availableMles);
+    ReadCount(file, AVAILABLE_INPUTS_KEY, i_maxInputs, i_availableInputs);
+    if (i_availableMles <= MAX_MLES_WITHOUT_HALF_ME) {
         for (const e_SwitcherMode mode :
              {e_SwitcherMode_2_5ME, e_SwitcherMode_2_5ME_25_2997, e_SwitcherMode_2_5ME_3G}) {
             i_availableSwitcherModes.erase(mode);
@@ -90,7 +90,7 @@ void Options::readCounts(const Configuration& file) {
 }
 
 void Options::readSwitcherMode(const Configuration& file) {
-    const Optional<std::string> text = TextOf(file, switcherModeKey);
+    const Optional<std::string> text = TextOf(file, SWITCHER_MODE_KEY);
     e_SwitcherMode mode = i_switcherMode;
     if (text.exists() && EnumConverter::ValToEnum(&mode, fromString<unsigned>(text.data())) &&
         i_availableSwitcherModes.count(mode) != 0) {
@@ -99,18 +99,19 @@ void Options::readSwitcherMode(const Configuration& file) {
 }
 
 void Options::readRest(const Configuration& file) {
-    ReadValue(file, logToUSBKey, i_logToUSB);
-    ReadText(file, vistrolNameKey, i_vistrolName);
-    ReadValue(file, autoDiscoveryOnKey, i_autoDiscoveryOn);
-    ReadValue(file, useDefaultHTTPPortKey, i_useDefaultHTTPPort);
-    ReadCount(file, numABUKey, MaxNumABU, i_numABU);
-    ReadCount(file, numConfAudioChannelsKey, MaxNumConfAudioChannels, i_numConfAudioChannels);
-    ReadValue(file, webMediaAccessKey, i_webMediaAccess);
-    ReadValue(file, ftpAccessKey, i_ftpAccess);
-    ReadValue(file, roleBasedControlAccessKey, i_roleBasedControlAccess);
+    ReadValue(file, LOG_TO_USB_KEY, i_logToUSB);
+    ReadText(file, VISTROL_NAME_KEY, i_vistrolName);
+    ReadValue(file, AUTO_DISCOVERY_ON_KEY, i_autoDiscoveryOn);
+    ReadValue(file, USE_DEFAULT_HTTP_PORT_KEY, i_useDefaultHTTPPort);
+    ReadCount(file, NUM_ABU_KEY, MAX_NUM_ABU, i_numABU);
+    ReadCount(file, NUM_CONF_AUDIO_CHANNELS_KEY, MAX_NUM_CONF_AUDIO_CHANNELS,
+              i_numConfAudioChannels);
+    ReadValue(file, WEB_MEDIA_ACCESS_KEY, i_webMediaAccess);
+    ReadValue(file, FTP_ACCESS_KEY, i_ftpAccess);
+    ReadValue(file, ROLE_BASED_CONTROL_ACCESS_KEY, i_roleBasedControlAccess);
     for (size_t i = 0; i < i_authVRQConnections.size(); ++i) {
-        ReadValue(file, authVRQConnectionsKey + std::to_string(i), i_authVRQConnections[i]);
+        ReadValue(file, AUTH_VRQ_CONNECTIONS_KEY + std::to_string(i), i_authVRQConnections[i]);
     }
-    ReadText(file, rbacMasterPasswordKey, i_rbacMasterPassword);
-    ReadValue(file, quibnetAccessKey, i_quibnetAccess);
+    ReadText(file, RBAC_MASTER_PASSWORD_KEY, i_rbacMasterPassword);
+    ReadValue(file, QUIBNET_ACCESS_KEY, i_quibnetAccess);
 }

@@ -36,59 +36,59 @@ int SaveValue(const std::string& key, const T& value) {
 }  // namespace
 
 int Options::setAvailableMles(size_t count) const {
-    return count > i_maxMles ? e_Error_InvalidArgument : SaveValue(availableMlesKey, count);
+    return count > i_maxMles ? e_Error_InvalidArgument : SaveValue(AVAILABLE_MLES_KEY, count);
 }
 
 int Options::setAvailableInputs(size_t count) const {
-    return count > i_maxInputs ? e_Error_InvalidArgument : SaveValue(availableInputsKey, count);
+    return count > i_maxInputs ? e_Error_InvalidArgument : SaveValue(AVAILABLE_INPUTS_KEY, count);
 }
 
 int Options::setSwitcherMode(e_SwitcherMode mode) const {
     return i_availableSwitcherModes.count(mode) == 0
                ? e_Error_InvalidArgument
-               : SaveValue(switcherModeKey, EnumConverter::EnumToVal(mode));
+               : SaveValue(SWITCHER_MODE_KEY, EnumConverter::EnumToVal(mode));
 }
 
 int Options::setLogToUSB(bool on) const {
-    return SaveValue(logToUSBKey, on);
+    return SaveValue(LOG_TO_USB_KEY, on);
 }
 
 int Options::setWebMediaAccess(bool on) const {
-    return SaveValue(webMediaAccessKey, on);
+    return SaveValue(WEB_MEDIA_ACCESS_KEY, on);
 }
 
 int Options::setFtpAccess(bool on) const {
-    return SaveValue(ftpAccessKey, on);
+    return SaveValue(FTP_ACCESS_KEY, on);
 }
 
 int Options::setQuibnetAccess(bool on) const {
-    return SaveValue(quibnetAccessKey, on);
+    return SaveValue(QUIBNET_ACCESS_KEY, on);
 }
 
 int Options::setAutoDiscoveryOn(bool on) const {
-    return SaveValue(autoDiscoveryOnKey, on);
+    return SaveValue(AUTO_DISCOVERY_ON_KEY, on);
 }
 
 int Options::setRoleBasedControlAccess(unsigned level) const {
-    return SaveValue(roleBasedControlAccessKey, level);
+    return SaveValue(ROLE_BASED_CONTROL_ACCESS_KEY, level);
 }
 
 int Options::setNumABU(unsigned count) const {
-    return SaveValue(numABUKey, count);
+    return SaveValue(NUM_ABU_KEY, count);
 }
 
 int Options::setNumConfAudioChannels(unsigned count) const {
-    return SaveValue(numConfAudioChannelsKey, count);
+    return SaveValue(NUM_CONF_AUDIO_CHANNELS_KEY, count);
 }
 
 int Options::setAuthVRQConnections(int index, int value) const {
-    return SaveValue(authVRQConnectionsKey + toString<int>(index), value);
+    return SaveValue(AUTH_VRQ_CONNECTIONS_KEY + toString<int>(index), value);
 }
 
 int Options::setVistrolName(const Optional<std::string>& name) const {
-    return saveOption(vistrolNameKey, name);
+    return saveOption(VISTROL_NAME_KEY, name);
 }
 
 int Options::setRbacMasterPassword(const Optional<std::string>& password) const {
-    return saveOption(rbacMasterPasswordKey, password);
+    return saveOption(RBAC_MASTER_PASSWORD_KEY, password);
 }

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr char OptionsFile[] = "NANDdata/simapp/data/software.options";
+constexpr char OPTIONS_FILE[] = "NANDdata/simapp/data/software.options";
 
 TEST(OptionSetters, WriteOneKeyAndKeepTheRest) {
     const testsupport::FrameDirectory frame;
@@ -49,15 +49,15 @@ TEST(OptionSetters, WriteOneKeyAndKeepTheRest) {
     };
     testing::internal::CaptureStdout();
     for (const auto& c : cases) {
-        frame.write(OptionsFile, "# gone\nzone=1\n[other]\nkey=value\n");
-        const std::string untouched = frame.read(OptionsFile);
+        frame.write(OPTIONS_FILE, "# gone\nzone=1\n[other]\nkey=value\n");
+        const std::string untouched = frame.read(OPTIONS_FILE);
         const std::string expected = "  " + c.line + "\n  zone=1\n\n[other]\n  key=value\n\n";
         EXPECT_EQ(c.set(options), c.line.empty() ? e_Error_InvalidArgument : 0) << c.line;
-        EXPECT_EQ(frame.read(OptionsFile), c.line.empty() ? untouched : expected);
+        EXPECT_EQ(frame.read(OPTIONS_FILE), c.line.empty() ? untouched : expected);
     }
-    frame.write(OptionsFile, "vistrolName=only\n");
+    frame.write(OPTIONS_FILE, "vistrolName=only\n");
     EXPECT_EQ(options.setVistrolName(Text()), 0);
-    EXPECT_EQ(frame.read(OptionsFile), "");
+    EXPECT_EQ(frame.read(OPTIONS_FILE), "");
     fflush(stdout);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");  // nor was a slave needed
     EXPECT_FALSE(options.getVistrolName().exists());
@@ -69,7 +69,7 @@ TEST(OptionSetters, MakeTheDirectoryOfTheFile) {
     SystemCaller::instance().initialize(SYSCALLSLAVE);
     const Options options;
     EXPECT_EQ(options.setNumABU(2), 0);
-    EXPECT_EQ(frame.read(OptionsFile), "  numABU=2\n\n");
+    EXPECT_EQ(frame.read(OPTIONS_FILE), "  numABU=2\n\n");
 
     std::filesystem::remove_all(frame.path("NANDdata"));
     frame.write("NANDdata", "in the way");

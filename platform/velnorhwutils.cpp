@@ -19,7 +19,7 @@ struct HardwareProfile {
 };
 
 // One row for each e_VelnorType, in its order.
-constexpr HardwareProfile profiles[] = {
+constexpr HardwareProfile PROFILES[] = {
     {e_SwitcherMode_Pelwin_FCFS, e_SwitcherMode_Pelwin_FCFS, e_SwitcherMode_2_5ME_3G, 1, 2, 18, 24,
      true},
     {e_SwitcherMode_Pelwin, e_SwitcherMode_Pelwin, e_SwitcherMode_2_5ME_3G, 1, 2, 18, 24, true},
@@ -31,18 +31,18 @@ constexpr HardwareProfile profiles[] = {
     {e_SwitcherMode_Orvatin, e_SwitcherMode_Orvatin, e_SwitcherMode_Orvatin, 1, 1, 9, 9, false},
 };
 
-constexpr size_t narrowInputs = 16;
-constexpr size_t widenedInputs = 18;
+constexpr size_t NARROW_INPUTS = 16;
+constexpr size_t WIDENED_INPUTS = 18;
 
 bool IsPlatform(e_VelnorType hardwarePlatform) {
-    return hardwarePlatform >= 0 && static_cast<size_t>(hardwarePlatform) < std::size(profiles);
+    return hardwarePlatform >= 0 && static_cast<size_t>(hardwarePlatform) < std::size(PROFILES);
 }
 
 const HardwareProfile& ProfileOf(e_VelnorType hardwarePlatform) {
     if (!IsPlatform(hardwarePlatform)) {
         ASSERT_MESSAGE("Invalid hardwarePlatform specified");
     }
-    return profiles[hardwarePlatform];
+    return PROFILES[hardwarePlatform];
 }
 
 std::set<e_SwitcherMode> ModesBetween(e_SwitcherMode first, e_SwitcherMode last) {
@@ -78,8 +78,8 @@ size_t GetMaxNumInputs(e_VelnorType hardwarePlatform) {
 }
 
 size_t AdjustNumInputs(e_VelnorType hardwarePlatform, size_t numInputs) {
-    return ProfileOf(hardwarePlatform).widensInputs && numInputs == narrowInputs ? widenedInputs
-                                                                                 : numInputs;
+    return ProfileOf(hardwarePlatform).widensInputs && numInputs == NARROW_INPUTS ? WIDENED_INPUTS
+                                                                                  : numInputs;
 }
 
 std::set<e_SwitcherMode> GetAvailableSwitcherModes(e_VelnorType hardwarePlatform) {

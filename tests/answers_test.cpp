@@ -162,9 +162,9 @@ TEST_F(AnswersTest, StopsAtThePageThatFails) {
 }
 
 TEST_F(AnswersTest, FailsAtOnceWithoutTheReceiveDirection) {
-    ScriptedFarSide::Manners manners;
-    manners.connects = false;
-    ScriptedFarSide farSide(i_region, manners, [](size_t, const std::string&) { return ""; });
+    ScriptedFarSide::Behaviour behaviour;
+    behaviour.connects = false;
+    ScriptedFarSide farSide(i_region, behaviour, [](size_t, const std::string&) { return ""; });
     Transcript transcript = opening();
     for (int attempt = 0; attempt < 5; ++attempt) {
         transcript.error(NO_RESPONSE);

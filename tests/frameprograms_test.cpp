@@ -70,7 +70,7 @@ TEST_F(FrameProgramsTest, TellWrongUsageInOneLine) {
 }
 
 /** What the tool did with an image, in the words of the inspector's forecast. */
-json Deeds(const ProcessResult& result) {
+json ObservedResult(const ProcessResult& result) {
     json log = json::array();
     long pagesSent = 0;
     toollog::LogReader reader([&](const toollog::LogLine& line) {
@@ -127,7 +127,7 @@ TEST_F(FrameProgramsTest, TheInspectorForetellsWhatTheToolDoes) {
         EXPECT_EQ(answer.value("last_page_content", -1), c.lastPageContent);
         EXPECT_EQ(result.exitValue, answer["sendable"].get<bool>() ? 0 : 1);
         answer["tool"].erase("summary");
-        EXPECT_EQ(answer["tool"], Deeds(run({"-f", "image", "configuration"})));
+        EXPECT_EQ(answer["tool"], ObservedResult(run({"-f", "image", "configuration"})));
     }
 }
 

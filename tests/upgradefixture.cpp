@@ -12,14 +12,14 @@ using testsupport::Transcript;
 
 namespace {
 
-class SharedMemoryOfItsOwn : public testing::Environment {
+class PrivateSharedMemory : public testing::Environment {
   public:
     void SetUp() override { testsupport::UsePrivateSharedMemory(); }
 };
 
 // GoogleTest owns it.
-const testing::Environment* const sharedMemoryOfItsOwn =
-    testing::AddGlobalTestEnvironment(new SharedMemoryOfItsOwn);
+const testing::Environment* const PRIVATE_SHARED_MEMORY =
+    testing::AddGlobalTestEnvironment(new PrivateSharedMemory);
 
 void RemoveSharedMemory() {
     for (const char* name : {"/resource0", "/resource1", "/resource2"}) {

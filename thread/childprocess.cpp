@@ -19,6 +19,6 @@ void KeepOnExec(int fd) {
 }
 
 void EndFailedExec() {
-    constexpr int CommandNotFound = 127;
-    _exit(CommandNotFound);
+    constexpr int commandNotFound = 127;
+    _exit(commandNotFound);
 }

@@ -2,13 +2,13 @@
 
 namespace {
 
-constexpr suseconds_t MicrosecondsPerSecond = 1000000;
-constexpr long NanosecondsPerMicrosecond = 1000;
+constexpr suseconds_t MICROSECONDS_PER_SECOND = 1000000;
+constexpr long NANOSECONDS_PER_MICROSECOND = 1000;
 
 }  // namespace
 
 bool IsValidTimeout(const timeval& timeout) {
-    return timeout.tv_sec >= 0 && timeout.tv_usec >= 0 && timeout.tv_usec < MicrosecondsPerSecond;
+    return timeout.tv_sec >= 0 && timeout.tv_usec >= 0 && timeout.tv_usec < MICROSECONDS_PER_SECOND;
 }
 
 timespec DeadlineAfter(const timeval& timeout) {
@@ -16,9 +16,9 @@ timespec DeadlineAfter(const timeval& timeout) {
     gettimeofday(&time, nullptr);
     time.tv_sec += timeout.tv_sec;
     time.tv_usec += timeout.tv_usec;
-    if (time.tv_usec >= MicrosecondsPerSecond) {
+    if (time.tv_usec >= MICROSECONDS_PER_SECOND) {
         time.tv_sec += 1;
-        time.tv_usec -= MicrosecondsPerSecond;
+        time.tv_usec -= MICROSECONDS_PER_SECOND;
     }
-    return {time.tv_sec, time.tv_usec * NanosecondsPerMicrosecond};
+    return {time.tv_sec, time.tv_usec * NANOSECONDS_PER_MICROSECOND};
 }

@@ -11,13 +11,13 @@
 #include "thread/waitreadable.h"
 
 namespace {
-constexpr unsigned char EndCommand = 0xFF;
+constexpr unsigned char END_COMMAND = 0xFF;
 }
 
 FDBufferThread::FDBufferThread(int fd)
     : i_fd(fd),
       i_lock(PTHREAD_MUTEX_NORMAL),
-      i_runner(this, "FDBuffer", false, FrameworkThreadClass) {}
+      i_runner(this, "FDBuffer", false, FRAMEWORK_THREAD_CLASS) {}
 
 FDBufferThread::~FDBufferThread() {
     if (i_runner.isCreated()) {
@@ -47,7 +47,7 @@ int FDBufferThread::stop() {
     if (!i_runner.isCreated()) {
         return -1;
     }
-    if (WriteByte(i_commandPipe.writeEnd(), EndCommand) != 0) {
+    if (WriteByte(i_commandPipe.writeEnd(), END_COMMAND) != 0) {
         return e_Error_WriteFailed;
     }
     i_runner.join(nullptr);
@@ -109,7 +109,7 @@ void FDBufferThread::takeCommand() {
     errno = 0;
     if (read(i_commandPipe.readEnd(), &command, 1) != 1) {
         LOG_MESSAGE(WARNING, "Pipe to FDBufferThread closed (%s)", strerror(errno));
-    } else if (command != EndCommand) {
+    } else if (command != END_COMMAND) {
         // Printed as the signed char it travels as: 0x80 shows as FFFFFF80.
         LOG_MESSAGE(WARNING, "Unknown Command %X",
                     static_cast<unsigned>(static_cast<signed char>(command)));

@@ -18,7 +18,7 @@ using testsupport::RunInChild;
 
 namespace {
 
-constexpr int BeyondSelect = 1500;
+constexpr int BEYOND_SELECT = 1500;
 
 std::string EveryByte() {
     std::string bytes;
@@ -29,13 +29,13 @@ std::string EveryByte() {
 }
 
 TEST(FDBufferThread, KeepsEveryByteOfADescriptorOfAnyNumber) {
-    LimitDescriptors(BeyondSelect + 1);
+    LimitDescriptors(BEYOND_SELECT + 1);
     PipeEnds stream;
     ASSERT_EQ(stream.create(), 0);
-    ASSERT_EQ(dup2(stream.readEnd(), BeyondSelect), BeyondSelect);
+    ASSERT_EQ(dup2(stream.readEnd(), BEYOND_SELECT), BEYOND_SELECT);
     const std::string bytes = EveryByte();
     {
-        FDBufferThread buffer(BeyondSelect);
+        FDBufferThread buffer(BEYOND_SELECT);
         EXPECT_EQ(buffer.start(), 0);
         const auto descriptors = CountDescriptors();
         EXPECT_EQ(buffer.start(), -1);
@@ -51,7 +51,7 @@ TEST(FDBufferThread, KeepsEveryByteOfADescriptorOfAnyNumber) {
         EXPECT_EQ(buffer.getText(), bytes);
         EXPECT_EQ(buffer.getBytes(), std::list<char>(bytes.begin(), bytes.end()));
     }
-    EXPECT_EQ(close(BeyondSelect), 0);  // it was borrowed
+    EXPECT_EQ(close(BEYOND_SELECT), 0);  // it was borrowed
 }
 
 TEST(FDBufferThread, StopsWhereverTheStreamIs) {
@@ -89,7 +89,7 @@ TEST(FDBufferThread, TellsWhatEndedItEarly) {
          }},
         {"select failed (Bad file descriptor)",
          [](FDBufferThread&) {
-             FDBufferThread onClosed(BeyondSelect);
+             FDBufferThread onClosed(BEYOND_SELECT);
              onClosed.start();
              onClosed.join(nullptr);
          }},

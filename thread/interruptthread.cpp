@@ -10,9 +10,9 @@
 
 namespace {
 
-constexpr char ThreadName[] = "SysCallerInterrupt";
-constexpr unsigned char StopCommand = 'a';
-constexpr int NoDescriptor = -1;
+constexpr char THREAD_NAME[] = "SysCallerInterrupt";
+constexpr unsigned char STOP_COMMAND = 'a';
+constexpr int NO_DESCRIPTOR = -1;
 
 std::optional<timeval> CopyOf(const timeval* timeout) {
     return timeout != nullptr ? std::optional<timeval>(*timeout) : std::nullopt;
@@ -23,16 +23,16 @@ std::optional<timeval> CopyOf(const timeval* timeout) {
 InterruptThread::InterruptThread(InterruptAction* action, Interrupter* interrupter,
                                  const timeval* timeout)
     : i_action(action),
-      i_runner(this, ThreadName, false, FrameworkThreadClass),
+      i_runner(this, THREAD_NAME, false, FRAMEWORK_THREAD_CLASS),
       i_interrupter(interrupter),
       i_timeout(CopyOf(timeout)),
-      i_borrowedReadEnd(NoDescriptor),
+      i_borrowedReadEnd(NO_DESCRIPTOR),
       i_startedSem(0),
       i_lock(PTHREAD_MUTEX_NORMAL) {}
 
 InterruptThread::InterruptThread(InterruptAction* action, int readFd)
     : i_action(action),
-      i_runner(this, ThreadName, false, FrameworkThreadClass),
+      i_runner(this, THREAD_NAME, false, FRAMEWORK_THREAD_CLASS),
       i_interrupter(nullptr),
       i_borrowedReadEnd(readFd),
       i_startedSem(0),
@@ -59,7 +59,7 @@ int InterruptThread::stop() {
     i_startedSem.wait();
     {
         const AutoLockT<Lock> lock(i_lock);
-        const int error = i_finished ? 0 : WriteByte(i_stopPipe.writeEnd(), StopCommand);
+        const int error = i_finished ? 0 : WriteByte(i_stopPipe.writeEnd(), STOP_COMMAND);
         if (error != 0) {
             LOG_MESSAGE(CRITICAL, "Could not send done command down the pipe (%s)",
                         strerror(error));
@@ -94,11 +94,11 @@ void* InterruptThread::run() {
 
 bool InterruptThread::createPipes() {
     return i_stopPipe.create() == 0 &&
-           (i_borrowedReadEnd != NoDescriptor || i_interruptPipe.create() == 0);
+           (i_borrowedReadEnd != NO_DESCRIPTOR || i_interruptPipe.create() == 0);
 }
 
 int InterruptThread::interruptReadEnd() const {
-    return i_borrowedReadEnd != NoDescriptor ? i_borrowedReadEnd : i_interruptPipe.readEnd();
+    return i_borrowedReadEnd != NO_DESCRIPTOR ? i_borrowedReadEnd : i_interruptPipe.readEnd();
 }
 
 void InterruptThread::waitForEvent() {
@@ -118,13 +118,13 @@ void InterruptThread::waitForEvent() {
 void InterruptThread::actOnMark() {
     unsigned char mark = 0;
     (void)ReadByte(interruptReadEnd(), mark);  // 0 where nothing came: the far end is gone
-    if (mark == TimeoutMark) {
+    if (mark == TIMEOUT_MARK) {
         i_action->timeout();
         finish(e_Error_Timeout, "Timeout Occured");
         return;
     }
     i_action->interrupt();
-    finish(-1, mark == InterruptMark ? "Interrupted" : "Interrupted - Unknown Failure");
+    finish(-1, mark == INTERRUPT_MARK ? "Interrupted" : "Interrupted - Unknown Failure");
 }
 
 void InterruptThread::finish(int rc, const std::string& message) {

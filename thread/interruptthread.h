@@ -13,8 +13,8 @@
 #include "thread/threadrunner.h"
 
 /** The two bytes that break off a running command; any other byte counts as a failure. */
-inline constexpr unsigned char InterruptMark = 0xFF;
-inline constexpr unsigned char TimeoutMark = 0xFE;
+inline constexpr unsigned char INTERRUPT_MARK = 0xFF;
+inline constexpr unsigned char TIMEOUT_MARK = 0xFE;
 
 /** What is done when a command is broken off. Called on the InterruptThread. */
 class InterruptAction {

@@ -14,20 +14,20 @@ using testsupport::CountDescriptors;
 
 namespace {
 
-constexpr int NoByte = -1;
+constexpr int NO_BYTE = -1;
 
 /** Both sides of the thread, noting what it does to them. */
 class FarSides : public InterruptAction, public Interrupter {
   public:
     /** Writes `byte` as soon as it has where to. */
-    explicit FarSides(int byte = NoByte) : i_byte(byte) {}
+    explicit FarSides(int byte = NO_BYTE) : i_byte(byte) {}
 
     void interrupt() override { calls += "interrupt "; }
     void timeout() override { calls += "timeout "; }
     void commandFinished() override {}
     void attachInterruptFd(int fd) override {
         i_fd = fd;
-        if (i_byte != NoByte) {
+        if (i_byte != NO_BYTE) {
             EXPECT_EQ(WriteByte(fd, static_cast<unsigned char>(i_byte)), 0);
         }
     }
@@ -46,7 +46,7 @@ class FarSides : public InterruptAction, public Interrupter {
 };
 
 TEST(InterruptThread, EndsByTheFirstEvent) {
-    constexpr timeval Brief = {0, 1000};
+    constexpr timeval brief = {0, 1000};
     constexpr timeval negative = {0, -1};
     const struct {
         int byte;
@@ -55,11 +55,11 @@ TEST(InterruptThread, EndsByTheFirstEvent) {
         const char* message;
         const char* calls;
     } cases[] = {
-        {InterruptMark, nullptr, -1, "Interrupted", "interrupt detach"},
-        {TimeoutMark, nullptr, e_Error_Timeout, "Timeout Occured", "timeout detach"},
+        {INTERRUPT_MARK, nullptr, -1, "Interrupted", "interrupt detach"},
+        {TIMEOUT_MARK, nullptr, e_Error_Timeout, "Timeout Occured", "timeout detach"},
         {'x', nullptr, -1, "Interrupted - Unknown Failure", "interrupt detach"},
-        {NoByte, &Brief, e_Error_Timeout, "Timeout Occured", "timeout detach"},
-        {NoByte, &negative, -1, "Select failed (Invalid argument)", "detach"},
+        {NO_BYTE, &brief, e_Error_Timeout, "Timeout Occured", "timeout detach"},
+        {NO_BYTE, &negative, -1, "Select failed (Invalid argument)", "detach"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.message);
@@ -88,14 +88,14 @@ TEST(InterruptThread, StopsBeforeAnyEvent) {
 }
 
 TEST(InterruptThread, BorrowsTheDescriptorItIsGiven) {
-    constexpr int BeyondSelect = 1500;
-    testsupport::LimitDescriptors(BeyondSelect + 1);
+    constexpr int beyondSelect = 1500;
+    testsupport::LimitDescriptors(beyondSelect + 1);
     PipeEnds marks;
     ASSERT_EQ(marks.create(), 0);
-    ASSERT_EQ(dup2(marks.readEnd(), BeyondSelect), BeyondSelect);
+    ASSERT_EQ(dup2(marks.readEnd(), beyondSelect), beyondSelect);
     FarSides sides;
     {
-        InterruptThread stopped(&sides, BeyondSelect);
+        InterruptThread stopped(&sides, beyondSelect);
         EXPECT_EQ(stopped.start(), 0);
     }  // the destructor stops it
     EXPECT_EQ(sides.calls, "");
@@ -106,13 +106,13 @@ TEST(InterruptThread, BorrowsTheDescriptorItIsGiven) {
         void timeout() override {}
         SemT<EveryThreadCanBlockPolicy> interrupted{0};
     } action;
-    InterruptThread broken(&action, BeyondSelect);
+    InterruptThread broken(&action, beyondSelect);
     marks.closeWrite();
     EXPECT_EQ(broken.start(), 0);
     action.interrupted.wait();
     EXPECT_EQ(broken.stop(), 0);
     EXPECT_EQ(broken.message(), "Interrupted - Unknown Failure");
-    EXPECT_EQ(close(BeyondSelect), 0);
+    EXPECT_EQ(close(beyondSelect), 0);
 }
 
 TEST(InterruptThread, CanBeStoppedWithoutAPipe) {

@@ -121,12 +121,12 @@ TEST(Mutex, FailingCallsAreReportedAndStop) {
     }
 }
 
-const timeval notTimes[] = {{-1, 0}, {0, -1}, {0, 1000000}};
+const timeval NOT_TIMES[] = {{-1, 0}, {0, -1}, {0, 1000000}};
 
 TEST(Condition, TimedWait) {
     PMutexWithCondImpl mutex;
     mutex.lock();
-    for (const timeval& time : notTimes) {
+    for (const timeval& time : NOT_TIMES) {
         EXPECT_EQ(mutex.timedWait(time), e_Error_InvalidArgument);
     }
     EXPECT_EQ(mutex.timedWait({0, 1000}), e_Error_Timeout);
@@ -162,7 +162,7 @@ TEST(Condition, SignalAndBroadcastEndAWait) {
 
 TEST(Semaphore, TimedWait) {
     EverySem semaphore(1);
-    for (const timeval& time : notTimes) {
+    for (const timeval& time : NOT_TIMES) {
         EXPECT_EQ(semaphore.timedWait(time), e_Error_InvalidArgument);
     }
     EXPECT_EQ(semaphore.timedWait({0, 0}), 0);

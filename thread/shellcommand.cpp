@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr pid_t NoProcess = -1;
+constexpr pid_t NO_PROCESS = -1;
 
 /** Ends the command's process group, in order and then for good. */
 class InterruptProcess : public InterruptAction {
@@ -29,9 +29,9 @@ class InterruptProcess : public InterruptAction {
 
   private:
     void endGroup() const {
-        constexpr unsigned GraceSeconds = 1;
+        constexpr unsigned graceSeconds = 1;
         signalGroup(SIGTERM);
-        sleep(GraceSeconds);
+        sleep(graceSeconds);
         signalGroup(SIGKILL);
     }
 
@@ -42,7 +42,7 @@ class InterruptProcess : public InterruptAction {
         }
     }
 
-    pid_t i_process = NoProcess;
+    pid_t i_process = NO_PROCESS;
 };
 
 /** One output of the command: the pipe that it writes to, and the thread that drains it. */
@@ -97,7 +97,7 @@ class ShellCommand {
     std::string i_failure;
     Capture i_output;
     Capture i_error;
-    pid_t i_child = NoProcess;
+    pid_t i_child = NO_PROCESS;
     InterruptProcess i_action;
     std::unique_ptr<InterruptThread> i_interrupt;
 };
@@ -120,7 +120,7 @@ bool ShellCommand::forkShell() {
     if (i_child == 0) {
         becomeShell();
     }
-    if (i_child == NoProcess) {
+    if (i_child == NO_PROCESS) {
         return fail(std::string("Could not fork a process (") + strerror(errno) + ")");
     }
     // The child does the same: whoever comes first, the group is there before anybody signals it.

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr unsigned char Acknowledge = 'A';
+constexpr unsigned char ACKNOWLEDGE = 'A';
 
 /** Logs `step` and the error. True if there is none. */
 bool Succeeds(const char* step, int error) {
@@ -29,7 +29,7 @@ int ReadEcho(int fd) {
     int error = 0;
     do {
         error = ReadByte(fd, byte);
-    } while (error == 0 && (byte == InterruptMark || byte == TimeoutMark));
+    } while (error == 0 && (byte == INTERRUPT_MARK || byte == TIMEOUT_MARK));
     return error;
 }
 
@@ -46,7 +46,7 @@ bool ProcessCommand(int readFd, int writeFd) {
         return false;
     }
     const SystemCaller::RC result = RunShellCommand(command, readFd, true);
-    return Succeeds("ACK write", WriteByte(writeFd, Acknowledge)) &&
+    return Succeeds("ACK write", WriteByte(writeFd, ACKNOWLEDGE)) &&
            Succeeds("ACK read", ReadEcho(readFd)) && SendResult(writeFd, result);
 }
 

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int WrongUsage = 2;
+constexpr int WRONG_USAGE = 2;
 
 /** A descriptor's decimal number, or -1. */
 int DescriptorFromText(const char* text) {
@@ -29,7 +29,7 @@ int main(int argc, char** argv) {
     const int writeFd = argc == 3 ? DescriptorFromText(argv[2]) : -1;
     if (readFd == -1 || writeFd == -1) {
         fprintf(stderr, "usage: %s COMMAND-DESCRIPTOR RESULT-DESCRIPTOR\n", argv[0]);
-        return WrongUsage;
+        return WRONG_USAGE;
     }
     return SlaveAppProcessCommands(readFd, writeFd);
 }

@@ -16,17 +16,17 @@
 
 namespace {
 
-constexpr char SlaveProgram[] = "syscallslave";
-constexpr char Nice[] = "/bin/nice";
-constexpr char LowestPriority[] = "19";
-constexpr unsigned GraceSeconds = 1;
+constexpr char SLAVE_PROGRAM[] = "syscallslave";
+constexpr char NICE[] = "/bin/nice";
+constexpr char LOWEST_PRIORITY[] = "19";
+constexpr unsigned GRACE_SECONDS = 1;
 
 /** Passes an interrupt on to the slave, down the command pipe. */
 class InterruptForwarder : public InterruptAction {
   public:
     explicit InterruptForwarder(int writeFd) : i_writeFd(writeFd) {}
-    void interrupt() override { (void)WriteByte(i_writeFd, InterruptMark); }
-    void timeout() override { (void)WriteByte(i_writeFd, TimeoutMark); }
+    void interrupt() override { (void)WriteByte(i_writeFd, INTERRUPT_MARK); }
+    void timeout() override { (void)WriteByte(i_writeFd, TIMEOUT_MARK); }
 
   private:
     const int i_writeFd;
@@ -54,7 +54,7 @@ SystemCaller& SystemCaller::instance() {
     return caller;
 }
 
-SystemCaller::SystemCaller() : i_lock(PTHREAD_MUTEX_RECURSIVE), i_slavePath(SlaveProgram) {
+SystemCaller::SystemCaller() : i_lock(PTHREAD_MUTEX_RECURSIVE), i_slavePath(SLAVE_PROGRAM) {
     // The destructor locks and logs, so the registrar has to be there after it: built before it.
     ThreadRegistrar::instance();
 }
@@ -66,7 +66,7 @@ SystemCaller::~SystemCaller() {
 void SystemCaller::initialize(const std::string& path) {
     const AutoLockT<Lock> lock(i_lock);
     LOG_MESSAGE(NOTICE, "Initializing slave process");
-    i_slavePath = path.substr(0, path.rfind('/') + 1) + SlaveProgram;
+    i_slavePath = path.substr(0, path.rfind('/') + 1) + SLAVE_PROGRAM;
     if (i_initialized) {
         destroy();
     }
@@ -100,7 +100,7 @@ void SystemCaller::becomeSlave(const char* readFd, const char* writeFd) {
     KeepOnExec(commandEnd);
     KeepOnExec(resultEnd);
     ResetSignals();
-    execl(Nice, Nice, "-n", LowestPriority, i_slavePath.c_str(), readFd, writeFd,
+    execl(NICE, NICE, "-n", LOWEST_PRIORITY, i_slavePath.c_str(), readFd, writeFd,
           static_cast<char*>(nullptr));
     EndFailedExec();
 }
@@ -113,7 +113,7 @@ void SystemCaller::destroy() {
     i_resultPipe.close();
     if (i_slavePid > 0) {
         kill(i_slavePid, SIGTERM);
-        sleep(GraceSeconds);
+        sleep(GRACE_SECONDS);
         kill(i_slavePid, SIGKILL);
         while (waitpid(i_slavePid, nullptr, 0) == -1 && errno == EINTR) {
         }
@@ -210,8 +210,8 @@ int SystemCaller::fetchResult(unsigned char acknowledge, RC& result) {
     if (error == 0) {
         error = ReadString(fd, result.stderr);
     }
-    constexpr ssize_t AcknowledgeRead = 1;
-    return error == 0 ? 0 : Fail(result, -1, ReadFailure(AcknowledgeRead, error));
+    constexpr ssize_t acknowledgeRead = 1;
+    return error == 0 ? 0 : Fail(result, -1, ReadFailure(acknowledgeRead, error));
 }
 
 int SystemCaller::execLogged(const std::string& command) {

@@ -198,8 +198,8 @@ TEST(SystemCaller, BreaksOffTheWholeGroupAndKeepsTheOutput) {
         const char* message;
         int localRC;
     } cases[] = {
-        {InterruptMark, "Interrupted", -1},
-        {TimeoutMark, "Timeout Occured", e_Error_Timeout},
+        {INTERRUPT_MARK, "Interrupted", -1},
+        {TIMEOUT_MARK, "Timeout Occured", e_Error_Timeout},
     };
     int finished = 0;
     for (const auto& c : cases) {
@@ -219,13 +219,13 @@ TEST(SystemCaller, BreaksOffTheWholeGroupAndKeepsTheOutput) {
 TEST(SystemCaller, RepeatsACommandThatTimesOut) {
     const TestDirectory directory;
     const std::string runs = directory.path("runs");
-    constexpr timeval Brief = {0, 500'000};
+    constexpr timeval brief = {0, 500'000};
     // Under load a run may end before its first command; it is then repeated once more.
     const std::string secondTimeGood =
         "[ -e " + runs + " ] && exit 3; touch " + runs + "; sleep 60";
-    EXPECT_EQ(Caller().execRetry(secondTimeGood, &Brief, -1).commandRC, 768);
+    EXPECT_EQ(Caller().execRetry(secondTimeGood, &brief, -1).commandRC, 768);
 
-    const auto result = Caller().execRetry("printf . >>" + runs + "; sleep 60", &Brief, 1);
+    const auto result = Caller().execRetry("printf . >>" + runs + "; sleep 60", &brief, 1);
     EXPECT_EQ(result.localRC, e_Error_Timeout);
     EXPECT_EQ(result.stderr, "Timeout Occured");
     EXPECT_LE(directory.read("runs").size(), 2U);

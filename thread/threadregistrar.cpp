@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr ThreadDescriber registrarDescriber = {
+constexpr ThreadDescriber REGISTRAR_DESCRIBER = {
     IsCurrentThreadCritical,
     [] { return ThreadRegistrar::instance().describeThread(); },
     [](char* buffer, size_t length) {
@@ -43,7 +43,7 @@ void FieldMainSlot::take(const ThreadId& id, uint32_t cookie) {
 // Neither locks nor logs: both would ask for the instance that is just being built.
 ThreadRegistrar::ThreadRegistrar()
     : i_namesMutex(PTHREAD_MUTEX_RECURSIVE), i_slotsMutex(PTHREAD_MUTEX_NORMAL) {
-    SetThreadDescriber(&registrarDescriber);
+    SetThreadDescriber(&REGISTRAR_DESCRIBER);
 }
 
 ThreadRegistrar::~ThreadRegistrar() {

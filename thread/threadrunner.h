@@ -15,7 +15,7 @@ class Runnable {
 /** The scheduling class of the calling thread: a hook that does nothing here. */
 void SetCurrentThreadClass(int threadClass);
 /** The class of the framework's own threads. */
-inline constexpr int FrameworkThreadClass = 2;
+inline constexpr int FRAMEWORK_THREAD_CLASS = 2;
 
 /**
  * Runs a Runnable, which it borrows, on a thread of its own, and announces the thread to the

@@ -86,7 +86,7 @@ class Reporter : public Runnable {
 
 TEST(ThreadRunner, NamesItsThreadWhileItRuns) {
     Reporter reporter;
-    ThreadRunner runner(&reporter, "worker", false, FrameworkThreadClass);
+    ThreadRunner runner(&reporter, "worker", false, FRAMEWORK_THREAD_CLASS);
     reporter.setRunner(&runner);
     EXPECT_FALSE(runner.isRunning());
     EXPECT_FALSE(runner.isCreated());
@@ -103,7 +103,7 @@ TEST(ThreadRunner, NamesItsThreadWhileItRuns) {
 
 TEST(ThreadRunner, StaysRunningAfterAFailedStart) {
     Reporter reporter;
-    ThreadRunner runner(&reporter, "worker", false, FrameworkThreadClass);
+    ThreadRunner runner(&reporter, "worker", false, FRAMEWORK_THREAD_CLASS);
     reporter.setRunner(&runner);
     EXPECT_EQ(runner.start(), 0);
     while (runner.isRunning()) {

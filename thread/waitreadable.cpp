@@ -7,8 +7,8 @@
 
 namespace {
 
-constexpr long MicrosecondsPerSecond = 1'000'000;
-constexpr long NanosecondsPerMicrosecond = 1'000;
+constexpr long MICROSECONDS_PER_SECOND = 1'000'000;
+constexpr long NANOSECONDS_PER_MICROSECOND = 1'000;
 
 bool IsReadable(const pollfd& entry) {
     return (entry.revents & (POLLIN | POLLHUP | POLLERR)) != 0;
@@ -33,8 +33,8 @@ int WaitReadable(int first, int second, const timeval* timeout, ReadableEnds& re
             errno = EINVAL;
             return -1;
         }
-        limit.tv_sec = timeout->tv_sec + timeout->tv_usec / MicrosecondsPerSecond;
-        limit.tv_nsec = timeout->tv_usec % MicrosecondsPerSecond * NanosecondsPerMicrosecond;
+        limit.tv_sec = timeout->tv_sec + timeout->tv_usec / MICROSECONDS_PER_SECOND;
+        limit.tv_nsec = timeout->tv_usec % MICROSECONDS_PER_SECOND * NANOSECONDS_PER_MICROSECOND;
     }
     pollfd entries[] = {{first, POLLIN, 0}, {second, POLLIN, 0}};
     const int count = ppoll(entries, 2, timeout != nullptr ? &limit : nullptr, nullptr);

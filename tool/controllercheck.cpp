@@ -6,8 +6,8 @@
 #include "tool/versioninfo.h"
 
 bool WaitForController(RouterCommWriter& writer) {
-    constexpr int PresencePolls = 60;
-    for (int failedPolls = 0; failedPolls < PresencePolls; ++failedPolls) {
+    constexpr int presencePolls = 60;
+    for (int failedPolls = 0; failedPolls < presencePolls; ++failedPolls) {
         if (writer.isControllerPresent()) {
             return true;
         }

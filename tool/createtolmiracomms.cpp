@@ -30,7 +30,7 @@ struct ModeDesign {
     RouterCommsInterface* (*newComms)(void* base);
 };
 
-constexpr ModeDesign modeDesigns[] = {
+constexpr ModeDesign MODE_DESIGNS[] = {
     {e_SwitcherMode_Pelwin_FCFS, NewComms<MmFcfs>}, {e_SwitcherMode_Pelwin, NewComms<Dve>},
     {e_SwitcherMode_Pelwin_25_2997, NewComms<Dve>}, {e_SwitcherMode_Pelwin_3G, NewComms<Dve3g>},
     {e_SwitcherMode_2_5ME, NewComms<Dve25>},        {e_SwitcherMode_2_5ME_25_2997, NewComms<Dve25>},
@@ -46,9 +46,9 @@ RouterCommsInterface* CreateTolmiraComms(void* base) {
 }
 
 RouterCommsInterface* CreateTolmiraComms(void* base, e_SwitcherMode mode) {
-    const auto* found = std::find_if(std::begin(modeDesigns), std::end(modeDesigns),
+    const auto* found = std::find_if(std::begin(MODE_DESIGNS), std::end(MODE_DESIGNS),
                                      [&](const ModeDesign& row) { return row.mode == mode; });
-    if (found == std::end(modeDesigns)) {
+    if (found == std::end(MODE_DESIGNS)) {
         const char* name = EnumConverter::EnumToString(mode);
         LOG_MESSAGE(CRITICAL, "Unknown SwitcherMode %s", name != nullptr ? name : "");
         ASSERT(false);

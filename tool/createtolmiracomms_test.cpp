@@ -18,7 +18,7 @@ namespace {
 using namespace std::string_literals;
 
 // By mode. The design shows in the object's type alone: the mailbox is at one place in all of them.
-constexpr const char* designs[] = {"mm_fcfs", "dve",     "dve",       "dve_3g",
+constexpr const char* DESIGNS[] = {"mm_fcfs", "dve",     "dve",       "dve_3g",
                                    "dve_2_5", "dve_2_5", "dve_3g_2_5"};
 
 TEST(CreateTolmiraComms, BuildsTheDesignOfTheModeOrStops) {
@@ -32,7 +32,7 @@ TEST(CreateTolmiraComms, BuildsTheDesignOfTheModeOrStops) {
         });
         if (mode <= e_SwitcherMode_2_5ME_3G) {
             EXPECT_EQ(result.out.substr(0, 3), "5a ");
-            const std::string name = "Design_velnor_vp_"s + designs[mode] + 'I';  // as mangled
+            const std::string name = "Design_velnor_vp_"s + DESIGNS[mode] + 'I';  // as mangled
             EXPECT_NE(result.out.find(name), std::string::npos) << result.out;
         } else {
             Transcript expected;

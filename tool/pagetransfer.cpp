@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int LastAttempt = 4;  // counted from 0
+constexpr int LAST_ATTEMPT = 4;  // counted from 0
 
 /**
  * Reads the controller's answer to a page. True if it is a result and the result is good. An answer
@@ -27,7 +27,7 @@ bool ReadVerdict(uint16_t pageNumber, RouterCommReader& reader) {
         return false;
     }
     answer.unpack(*body);
-    const bool good = answer.payload().result() == ControllerFlashPageResult::Good;
+    const bool good = answer.payload().result() == ControllerFlashPageResult::GOOD;
     LOG_MESSAGE(NOTICE, "Page %d %s\n", pageNumber,
                 good ? "sent successfully" : "did not send successfully");
     return good;
@@ -39,7 +39,7 @@ bool SendFlashPageToTolmira(const std::vector<char>& page, uint16_t pageNumber,
                             RouterCommWriter& writer, RouterCommReader& reader) {
     const TolmiraFlashPageMessage message(ControllerFlashPage(pageNumber, page, RouterCrc(page)));
     bool delivered = false;
-    for (int attempt = 0; !delivered && attempt <= LastAttempt; ++attempt) {
+    for (int attempt = 0; !delivered && attempt <= LAST_ATTEMPT; ++attempt) {
         if (writer.send(message)) {
             delivered = ReadVerdict(pageNumber, reader);
         } else {

@@ -4,12 +4,12 @@
 
 namespace {
 
-constexpr const char* LastHeaderLine = "END";
+constexpr const char* LAST_HEADER_LINE = "END";
 
 /** Reads the seven lines from the stream's position on; false if they are no TFI header. */
 bool ReadHeader(std::ifstream& image) {
-    constexpr int LineSize = 256;  // with the closing zero
-    char line[LineSize] = "";
+    constexpr int lineSize = 256;  // with the closing zero
+    char line[lineSize] = "";
     int lines = 0;
     while (lines < TFI_HEADER_LINES && image.good()) {
         // Fails on a longer line, and reaches the end of the file on one without a newline.
@@ -18,7 +18,8 @@ bool ReadHeader(std::ifstream& image) {
             ++lines;
         }
     }
-    return lines == TFI_HEADER_LINES && strncmp(line, LastHeaderLine, strlen(LastHeaderLine)) == 0;
+    return lines == TFI_HEADER_LINES &&
+           strncmp(line, LAST_HEADER_LINE, strlen(LAST_HEADER_LINE)) == 0;
 }
 
 }  // namespace

@@ -19,9 +19,9 @@
 
 namespace {
 
-constexpr int ExitUpgraded = 0;
-constexpr int ExitControllerMissing = 1;
-constexpr int ExitNotUpgraded = -1;
+constexpr int EXIT_UPGRADED = 0;
+constexpr int EXIT_CONTROLLER_MISSING = 1;
+constexpr int EXIT_NOT_UPGRADED = -1;
 
 /** Scans the options; the number of option characters met, unknown ones too. */
 int ScanOptions(int argc, char** argv, bool& forceUpgrade) {
@@ -45,9 +45,9 @@ int UpgradeIfNeeded(const char* imagePath, bool forceUpgrade, RouterCommWriter& 
     if (!needsUpgrade && !forceUpgrade) {
         LOG_MESSAGE(NOTICE, "Controller is already at revision %d\n",
                     GetVersionInfo().getRevision());
-        return ExitNotUpgraded;
+        return EXIT_NOT_UPGRADED;
     }
-    return UpgradeController(imagePath, writer, reader) ? ExitUpgraded : ExitNotUpgraded;
+    return UpgradeController(imagePath, writer, reader) ? EXIT_UPGRADED : EXIT_NOT_UPGRADED;
 }
 
 }  // namespace
@@ -69,7 +69,7 @@ int main(int argc, char** argv) {
     if (argc != 3 + numOptions) {
         fprintf(stderr, "Usage: tolmira_upgrade [-f] image configuration\n");
         LOG_FAILED_ASSERTION(ASSERTION_TEXT(argc == 3 + numOptions));
-        return ExitNotUpgraded;
+        return EXIT_NOT_UPGRADED;
     }
     // The scan has moved the options to the front.
     const char* imagePath = argv[numOptions + 1];
@@ -93,7 +93,7 @@ int main(int argc, char** argv) {
     RouterCommReader reader(tolmiraComms);
 
     if (!WaitForController(writer)) {
-        return ExitControllerMissing;
+        return EXIT_CONTROLLER_MISSING;
     }
     return UpgradeIfNeeded(imagePath, forceUpgrade, writer, reader);
 }

@@ -3,12 +3,12 @@
 namespace {
 
 // The record copies the strings, so they stand in front of it.
-const std::string branch = "BR-Kestane";
-const std::string text2;
-const std::string text3 = "C";
-const std::string buildStamp = "Compiled: Fri Nov  1 13:20:04 EDT 2024";
+const std::string BRANCH = "BR-Kestane";
+const std::string TEXT2;
+const std::string TEXT3 = "C";
+const std::string BUILD_STAMP = "Compiled: Fri Nov  1 13:20:04 EDT 2024";
 
-const VersionInfo versionInfo(6, 5, 0, 19525, branch, text2, text3, buildStamp);
+const VersionInfo VERSION_INFO(6, 5, 0, 19525, BRANCH, TEXT2, TEXT3, BUILD_STAMP);
 
 }  // namespace
 
@@ -25,5 +25,5 @@ VersionInfo::VersionInfo(int major, int minor, int patch, int revision,
       i_buildStamp(theBuildStamp) {}
 
 const VersionInfo& GetVersionInfo() {
-    return versionInfo;
+    return VERSION_INFO;
 }

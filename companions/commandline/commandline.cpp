@@ -120,8 +120,9 @@ Option Options::option(const std::string& name, std::optional<uint64_t>& value,
     return Add(*i_app, name, value, help);
 }
 
-Option Options::option(const std::string& name, const Taker& taker, const std::string& help) const {
-    return Option(*i_app->add_option_function<std::string>(name, taker, help));
+Option Options::option(const std::string& name, const WordHandler& handler,
+                       const std::string& help) const {
+    return Option(*i_app->add_option_function<std::string>(name, handler, help));
 }
 
 Option Options::option(const std::string& name, std::vector<std::string>& values,

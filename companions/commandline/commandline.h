@@ -31,7 +31,7 @@ constexpr int EXIT_WRONG_USAGE = 2;
 using Rule = std::function<std::string(const std::string& word)>;
 
 /** Takes a word of the command line. Called within read(). */
-using Taker = std::function<void(const std::string& word)>;
+using WordHandler = std::function<void(const std::string& word)>;
 
 /** Refines one option; a handle, to be copied at will, good as long as the Program lives. */
 class Option {
@@ -88,8 +88,9 @@ class Options {
     Option option(const std::string& name, std::optional<uint64_t>& value,
                   const std::string& help) const;
 
-    /** The word goes to the taker. */
-    Option option(const std::string& name, const Taker& taker, const std::string& help) const;
+    /** The word goes to the handler. */
+    Option option(const std::string& name, const WordHandler& handler,
+                  const std::string& help) const;
 
     /** As many words as there are, in their order. */
     Option option(const std::string& name, std::vector<std::string>& values,

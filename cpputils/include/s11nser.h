@@ -97,4 +97,4 @@ class BasicTypeRegistration {
 
 // One for each source unit that includes this header, so that the names are there before main
 // whichever units a program is linked from.
-static const BasicTypeRegistration basicTypeRegistration;
+static const BasicTypeRegistration BASIC_TYPE_REGISTRATION;

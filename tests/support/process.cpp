@@ -17,7 +17,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds GLANCE{1};
+constexpr std::chrono::milliseconds POLL_INTERVAL{1};
 constexpr std::chrono::seconds OUTPUT_LIMIT{10};
 
 pid_t Spawn(const std::string& program, const std::vector<std::string>& arguments,
@@ -76,7 +76,7 @@ ProcessResult Process::wait(std::chrono::seconds limit) {
         if (Clock::now() >= end) {
             kill(i_pid, SIGKILL);
         }
-        std::this_thread::sleep_for(GLANCE);
+        std::this_thread::sleep_for(POLL_INTERVAL);
     }
     ProcessResult result;
     result.exitValue = WIFEXITED(i_status) ? WEXITSTATUS(i_status) : -1;
@@ -103,7 +103,7 @@ bool Process::waitForOutput(const std::string& text) {
         if (last) {
             return false;
         }
-        std::this_thread::sleep_for(GLANCE);
+        std::this_thread::sleep_for(POLL_INTERVAL);
     }
     return false;
 }

@@ -25,8 +25,8 @@ std::string PageAnswer(unsigned char result) {
     return std::string("\x02\xDC\x2E\xA6\0\0\0\x09", HEADER_SIZE) + static_cast<char>(result);
 }
 
-ScriptedFarSide::ScriptedFarSide(Region& region, const Manners& manners, Script script)
-    : i_region(region), i_manners(manners), i_script(std::move(script)) {
+ScriptedFarSide::ScriptedFarSide(Region& region, const Behaviour& behaviour, Script script)
+    : i_region(region), i_behaviour(behaviour), i_script(std::move(script)) {
     i_region.setWord(MAILBOX_REVISION_LOW, 0);
     i_region.setWord(MAILBOX_REVISION_HIGH, 0);
     i_region.setWord(MAILBOX_TX_STATE, STATE_REQUESTED);
@@ -55,7 +55,7 @@ void ScriptedFarSide::run() {
 
 bool ScriptedFarSide::look() {
     const bool offered = i_region.byte(MAILBOX_TX_FLAG) == TX_BYTE_OFFERED;
-    if (i_manners.connects && i_region.byte(MAILBOX_RX_STATE) == STATE_REQUESTED) {
+    if (i_behaviour.connects && i_region.byte(MAILBOX_RX_STATE) == STATE_REQUESTED) {
         i_region.setWord(MAILBOX_RX_STATE, STATE_READY);
     }
     if (i_region.byte(MAILBOX_TX_STATE) == STATE_ABSENT) {

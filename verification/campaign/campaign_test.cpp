@@ -54,7 +54,7 @@ TEST_F(CampaignTest, ReportsWhateverDiffersFromThePrediction) {
         {"final word 31", [](Outcome& seen) { seen.words[31] ^= 0x80000000; }},
         {"step 7", [](Outcome& seen) { ++seen.steps[7].now; }},
         {"step 8", [](Outcome& seen) { seen.steps[8].words[5] ^= 0x200; }},
-        {"step 9", [](Outcome& seen) { seen.steps[9].call = campaign::Call::e_Sleep; }},
+        {"step 9", [](Outcome& seen) { seen.steps[9].call = campaign::Call::Sleep; }},
     };
     Scenario scenario = ScenarioOf("result=1@2.1 silence@2.2 norearm");
     scenario.payload = 700;

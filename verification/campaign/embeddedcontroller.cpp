@@ -15,7 +15,7 @@ constexpr int64_t US_PER_MS = 1000;
 constexpr int64_t US_PER_SECOND = 1000000;
 
 /** Looks without anything to do in between; a controller that goes on for ever is out of order. */
-constexpr int MOST_LOOKS = 10000;
+constexpr int POLL_LIMIT = 10000;
 
 uint32_t* MadeFresh(uint32_t* words) {
     const Words fresh = FreshWords();
@@ -35,7 +35,7 @@ EmbeddedController::EmbeddedController(const Scenario& scenario, uint32_t* words
                 {scenario.revision, TOOL_REVISION, true}, [] {}),
       i_now(scenario.start) {
     i_session.clear();
-    appearIfItIsTime();
+    announceIfDue();
 }
 
 Words EmbeddedController::words() const {
@@ -52,37 +52,37 @@ milliseconds EmbeddedController::now() const {
     return milliseconds((i_now - i_scenario.start) / US_PER_MS);
 }
 
-ToolEnd EmbeddedController::accompany(ToolProcess& tool, const std::function<void()>& onCall) {
+ToolEnd EmbeddedController::serve(LockstepTool& tool, const std::function<void()>& onCall) {
     for (std::optional<Call> call = tool.next(); call; call = tool.next()) {
         if (onCall) {
             onCall();
         }
-        serve(*call);
+        handle(*call);
         tool.proceed(i_now);
     }
     return tool.end();
 }
 
-void EmbeddedController::serve(Call call) {
-    Step step = {call, i_now, {}};
+void EmbeddedController::handle(Call call) {
+    ToolCall step = {call, i_now, {}};
     std::copy_n(i_words + MAILBOX_RX_DATA, step.words.size(), step.words.begin());
     i_steps.push_back(step);
-    if (call == Call::e_Lock) {
+    if (call == Call::Lock) {
         return;
     }
-    if (call == Call::e_Sleep) {
+    if (call == Call::Sleep) {
         ++i_polls;
         i_now += US_PER_SECOND;
     } else {
         i_now += US_PER_MS * (i_busy ? BUSY_MS : i_scenario.silenceMs);
     }
     const Words before = words();
-    appearIfItIsTime();
+    announceIfDue();
     act();
     i_busy = words() != before;
 }
 
-void EmbeddedController::appearIfItIsTime() {
+void EmbeddedController::announceIfDue() {
     if (!i_appeared && i_polls == i_plan.appearsOnPoll().value_or(0)) {
         i_appeared = true;
         i_session.announce();
@@ -97,9 +97,9 @@ void EmbeddedController::act() {
     const bool read = holds(MAILBOX_RX_FLAG, RX_BYTE_TAKEN);
     i_bytesGiven += read && i_onOffer ? 1 : 0;
     // Twice in vain: what ends a look may be the beginning of something that is due at once.
-    for (int looks = 0, vain = 0; vain < 2; ++looks) {
+    for (int polls = 0, vain = 0; vain < 2; ++polls) {
         vain = i_session.poll(now()) ? 0 : vain + 1;
-        if (looks == MOST_LOOKS) {
+        if (polls == POLL_LIMIT) {
             throw std::runtime_error("the controller doesn't come to rest");
         }
     }
@@ -107,12 +107,12 @@ void EmbeddedController::act() {
     i_onOffer = holds(MAILBOX_RX_FLAG, RX_BYTE_OFFERED);
 }
 
-void EmbeddedController::rest(milliseconds time) {
-    constexpr milliseconds Step{100};
-    for (milliseconds quiet{0}; quiet <= time; quiet += Step) {
+void EmbeddedController::idle(milliseconds time) {
+    constexpr milliseconds step{100};
+    for (milliseconds quiet{0}; quiet <= time; quiet += step) {
         act();
         i_session.idle(quiet);
-        i_now += Step.count() * US_PER_MS;
+        i_now += step.count() * US_PER_MS;
     }
 }
 

@@ -12,9 +12,9 @@
 #include "companions/simulator/controller/flash.h"
 #include "companions/simulator/controller/journal.h"
 #include "companions/simulator/controller/session.h"
+#include "verification/campaign/locksteptool.h"
 #include "verification/campaign/outcome.h"
 #include "verification/campaign/scenario.h"
-#include "verification/campaign/toolprocess.h"
 
 namespace campaign {
 
@@ -29,12 +29,12 @@ class EmbeddedController {
     EmbeddedController(const Scenario& scenario, uint32_t* words);
 
     /** Goes with the tool to its end; `onCall` is called in front of each of its calls. */
-    ToolEnd accompany(ToolProcess& tool, const std::function<void()>& onCall = {});
+    ToolEnd serve(LockstepTool& tool, const std::function<void()>& onCall = {});
     /** Lets so much time go by without a tool. */
-    void rest(std::chrono::milliseconds time);
+    void idle(std::chrono::milliseconds time);
 
     /** Every call of the tools so far. */
-    const std::vector<Step>& steps() const { return i_steps; }
+    const std::vector<ToolCall>& steps() const { return i_steps; }
     Words words() const;
     std::string flash() const;
     std::string journal() const { return i_said.str(); }
@@ -45,8 +45,8 @@ class EmbeddedController {
     size_t bytesGiven() const { return i_bytesGiven; }
 
   private:
-    void serve(Call call);
-    void appearIfItIsTime();
+    void handle(Call call);
+    void announceIfDue();
     void act();
     std::chrono::milliseconds now() const;
 
@@ -63,7 +63,7 @@ class EmbeddedController {
     bool i_busy = true;
     uint32_t i_polls = 0;
     bool i_appeared = false;
-    std::vector<Step> i_steps;
+    std::vector<ToolCall> i_steps;
     /** A byte is on offer to the host. */
     bool i_onOffer = false;
     size_t i_bytesTaken = 0;

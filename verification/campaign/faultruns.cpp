@@ -13,7 +13,7 @@ namespace campaign {
 
 namespace {
 
-constexpr size_t KINDS = static_cast<size_t>(controller::FaultKind::e_Revise) + 1;
+constexpr size_t KINDS = static_cast<size_t>(controller::FaultKind::Revise) + 1;
 
 /** What the runs came to; the processes add to it together. */
 struct Figures {

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "companions/simulator/controller/dice.h"
+#include "companions/simulator/controller/random.h"
 #include "link/mailbox.h"
 #include "tests/support/image.h"
 
@@ -23,7 +23,7 @@ namespace {
 using std::chrono::milliseconds;
 
 /** Where the kill hit. */
-enum Place {
+enum KillPoint {
     e_BeforeRequest,
     e_Requested,
     e_InBegin,
@@ -98,7 +98,7 @@ constexpr size_t END_SIZE = 8;
 constexpr size_t ANSWER_SIZE = 9;
 
 /** From how many bytes a faultless controller has taken and given. */
-Place PlaceInPages(size_t taken, size_t given) {
+KillPoint KillPointInPages(size_t taken, size_t given) {
     const size_t page = taken / PAGE_SIZE;
     if (taken % PAGE_SIZE != 0) {
         return page == 0 ? e_InPage0 : page == 1 ? e_InPage1 : e_InLaterPage;
@@ -114,7 +114,7 @@ bool Holds(const Words& words, unsigned address, unsigned char byte) {
 }
 
 /** `words` as the tool left them. */
-Place PlaceOf(const EmbeddedController& controller, const Words& words, size_t pages) {
+KillPoint KillPointOf(const EmbeddedController& controller, const Words& words, size_t pages) {
     const size_t taken = controller.bytesTaken();
     const bool off = Holds(words, MAILBOX_RX_STATE, STATE_ABSENT);
     if (taken < BEGIN_SIZE) {
@@ -122,7 +122,7 @@ Place PlaceOf(const EmbeddedController& controller, const Words& words, size_t p
     }
     const size_t closing = BEGIN_SIZE + pages * PAGE_SIZE;
     if (taken < closing || controller.bytesGiven() < pages * ANSWER_SIZE) {
-        return off ? e_InVain : PlaceInPages(taken - BEGIN_SIZE, controller.bytesGiven());
+        return off ? e_InVain : KillPointInPages(taken - BEGIN_SIZE, controller.bytesGiven());
     }
     if (taken < closing + INFO_SIZE) {
         return e_InInfo;
@@ -146,7 +146,7 @@ bool Says(const ToolEnd& end, const char* text) {
 class Interruption {
   public:
     Interruption(TestBench& bench, Table& table, uint64_t seed)
-        : i_bench(bench), i_table(table), i_seed(seed), i_dice(seed) {}
+        : i_bench(bench), i_table(table), i_seed(seed), i_random(seed) {}
 
     void run();
 
@@ -163,7 +163,7 @@ class Interruption {
     TestBench& i_bench;
     Table& i_table;
     uint64_t i_seed;
-    controller::Dice i_dice;
+    controller::Random i_random;
     Scenario i_scenario;
     std::unique_ptr<EmbeddedController> i_controller;
     /** The controller gives no answer to page 0, and the tool resets the mailbox. */
@@ -171,52 +171,52 @@ class Interruption {
     /** The controller refuses the last page. */
     bool i_refused = false;
     Way i_way = e_AtOnce;
-    Place i_place = e_BeforeRequest;
+    KillPoint i_killPoint = e_BeforeRequest;
 };
 
-/** The locks that a whole run has behind it at its calls, by the place where it is then. */
-using LocksByPlace = std::map<Place, std::vector<uint64_t>>;
+/** The locks that a whole run has behind it at its calls, by the killPoint where it is then. */
+using LocksByKillPoint = std::map<KillPoint, std::vector<uint64_t>>;
 
-LocksByPlace Watch(TestBench& bench, const Scenario& scenario) {
-    LocksByPlace locks;
+LocksByKillPoint Watch(TestBench& bench, const Scenario& scenario) {
+    LocksByKillPoint locks;
     const auto controller = bench.prepare(scenario);
     bench.watchTool(*controller, scenario, [&](uint64_t count) {
-        const Place place = PlaceOf(*controller, controller->words(), Pages(scenario));
+        const KillPoint killPoint = KillPointOf(*controller, controller->words(), Pages(scenario));
         for (uint64_t start = 0; locks.empty() && start < count; ++start) {
             locks[e_BeforeRequest].push_back(start);
         }
         // What follows a reset is no more than the same again.
         if (controller->resets() == 0) {
-            locks[place].push_back(count);
+            locks[killPoint].push_back(count);
         }
     });
     return locks;
 }
 
 /** Of a run without a silence, whose locks don't rest on the time at which it begins. */
-const LocksByPlace& LocksOf(TestBench& bench, const Scenario& scenario) {
-    static std::map<std::pair<size_t, size_t>, LocksByPlace> known;
-    LocksByPlace& locks = known[{scenario.payload, scenario.faults.size()}];
+const LocksByKillPoint& LocksOf(TestBench& bench, const Scenario& scenario) {
+    static std::map<std::pair<size_t, size_t>, LocksByKillPoint> known;
+    LocksByKillPoint& locks = known[{scenario.payload, scenario.faults.size()}];
     if (locks.empty()) {
         locks = Watch(bench, scenario);
     }
     return locks;
 }
 
-/** Every place is as likely as every other, and in it every access. */
+/** Every killPoint is as likely as every other, and in it every access. */
 uint64_t Interruption::chooseLock() {
-    constexpr uint32_t LocksToNextCall = 6;
+    constexpr uint32_t locksToNextCall = 6;
     if (i_silent) {
         // From the last look in vain to the end of the reset.
         const uint64_t lastLook = Watch(i_bench, i_scenario).at(e_BeforeAnswer).back();
-        return lastLook + 1 + i_dice.below(LocksToNextCall + 2);
+        return lastLook + 1 + i_random.below(locksToNextCall + 2);
     }
-    const LocksByPlace& locks = LocksOf(i_bench, i_scenario);
+    const LocksByKillPoint& locks = LocksOf(i_bench, i_scenario);
     const auto oneOf = [this](const auto& items) {
-        return std::next(items.begin(), i_dice.below(static_cast<uint32_t>(items.size())));
+        return std::next(items.begin(), i_random.below(static_cast<uint32_t>(items.size())));
     };
     const uint64_t lock = *oneOf(oneOf(locks)->second);
-    return lock + 1 + i_dice.below(LocksToNextCall);
+    return lock + 1 + i_random.below(locksToNextCall);
 }
 
 void Interruption::kill() {
@@ -228,22 +228,22 @@ void Interruption::kill() {
     require(end.signal == SIGKILL || end.exitValue == ownEnd, "another end than a kill", end);
     const Words left = i_controller->words();
     // What is on offer is taken all the same, the tool being dead or not.
-    i_controller->rest(milliseconds(0));
-    i_place = PlaceOf(*i_controller, left, Pages(i_scenario));
-    if (i_silent && i_place == e_BeforeAnswer) {
-        i_place = e_InVain;
+    i_controller->idle(milliseconds(0));
+    i_killPoint = KillPointOf(*i_controller, left, Pages(i_scenario));
+    if (i_silent && i_killPoint == e_BeforeAnswer) {
+        i_killPoint = e_InVain;
     }
     for (unsigned address = MAILBOX_RX_FLAG; address <= MAILBOX_TX_STATE; ++address) {
-        i_table.left[i_place][address][left[address] & 0xFF] = true;
+        i_table.left[i_killPoint][address][left[address] & 0xFF] = true;
     }
 }
 
 void Interruption::goOn() {
     if (i_way == e_Rest) {
-        i_controller->rest(REST);
+        i_controller->idle(REST);
     } else if (i_way == e_NoImage) {
         Scenario missing = i_scenario;
-        missing.image = ImageKind::e_Missing;
+        missing.image = ImageKind::Missing;
         i_bench.writeImage(missing);
         const ToolEnd end = i_bench.runTool(*i_controller, i_scenario);
         require(end.exitValue == 255, "success without an image", end);
@@ -256,7 +256,7 @@ void Interruption::require(bool condition, const char* otherwise, const ToolEnd&
         ++i_table.findings;
         const std::string text = "FINDING: scripts/campaign --interrupted 1 --seed " +
                                  std::to_string(i_seed) + ": " + otherwise + "; killed " +
-                                 PLACE_NAMES[i_place] + ", started again " + WAY_NAMES[i_way] +
+                                 PLACE_NAMES[i_killPoint] + ", started again " + WAY_NAMES[i_way] +
                                  "\n" + end.out + end.err;
         fwrite(text.data(), 1, text.size(), stdout);
         fflush(stdout);
@@ -282,7 +282,7 @@ Result Interruption::judge(const ToolEnd& end) {
 /** True if there is nothing more to do. */
 bool Interruption::runAgain(unsigned number) {
     const Result result = judge(i_bench.runTool(*i_controller, i_scenario));
-    ++i_table.rows[i_way][i_place].results[number][result];
+    ++i_table.rows[i_way][i_killPoint].results[number][result];
     return result != e_Failed;
 }
 
@@ -290,22 +290,22 @@ bool Interruption::runAgain(unsigned number) {
 controller::Schedule Refusal(uint16_t lastPage) {
     controller::Schedule faults;
     for (unsigned attempt = 1; attempt <= 5; ++attempt) {
-        faults.push_back({controller::FaultKind::e_Result,
+        faults.push_back({controller::FaultKind::Result,
                           1,
-                          {controller::HostMessage::e_Page, lastPage, attempt, 0}});
+                          {controller::HostMessage::Page, lastPage, attempt, 0}});
     }
     return faults;
 }
 
 void Interruption::choose() {
-    i_scenario.payload = i_dice.oneOf({2, 100, 256, 258, 511, 700, 1000});
-    i_scenario.start = i_dice.below(1000000);
-    i_way = static_cast<Way>(i_dice.below(e_Ways));
-    i_silent = i_dice.oneIn(10);
+    i_scenario.payload = i_random.oneOf({2, 100, 256, 258, 511, 700, 1000});
+    i_scenario.start = i_random.below(1000000);
+    i_way = static_cast<Way>(i_random.below(e_Ways));
+    i_silent = i_random.oneIn(10);
     if (i_silent) {
-        i_scenario.faults = {{controller::FaultKind::e_Silence, {}, {}}};
+        i_scenario.faults = {{controller::FaultKind::Silence, {}, {}}};
     }
-    i_refused = !i_silent && Pages(i_scenario) > 1 && i_dice.oneIn(3);
+    i_refused = !i_silent && Pages(i_scenario) > 1 && i_random.oneIn(3);
     if (i_refused) {
         i_scenario.faults = Refusal(static_cast<uint16_t>(Pages(i_scenario) - 1));
     }
@@ -319,7 +319,7 @@ void Interruption::run() {
         return;
     }
     ++i_table.runs;
-    ++i_table.rows[i_way][i_place].hits;
+    ++i_table.rows[i_way][i_killPoint].hits;
     goOn();
     unsigned number = 0;
     while (number < MOST_RUNS && !runAgain(number)) {
@@ -336,7 +336,7 @@ void Interruption::goOnRefused() {
     ++i_table.runs;
     goOn();
     const ToolEnd end = i_bench.runTool(*i_controller, i_scenario);
-    ++i_table.refused[i_way][i_place][end.exitValue == 0 ? 1 : 0];
+    ++i_table.refused[i_way][i_killPoint][end.exitValue == 0 ? 1 : 0];
 }
 
 void PrintRow(const char* name, const Row& row) {
@@ -350,13 +350,13 @@ void PrintRow(const char* name, const Row& row) {
 }
 
 /** What the addresses 6, 7, 9 and 10 held. */
-void PrintLeft(const Table& table, size_t place) {
-    printf("%-40s", PLACE_NAMES[place]);
+void PrintLeft(const Table& table, size_t killPoint) {
+    printf("%-40s", PLACE_NAMES[killPoint]);
     for (const unsigned address :
          {MAILBOX_RX_FLAG, MAILBOX_RX_STATE, MAILBOX_TX_FLAG, MAILBOX_TX_STATE}) {
         std::string text = std::to_string(address) + ":";
-        for (size_t byte = 0; byte < std::size(table.left[place][address]); ++byte) {
-            text += table.left[place][address][byte] ? " " + std::to_string(byte) : "";
+        for (size_t byte = 0; byte < std::size(table.left[killPoint][address]); ++byte) {
+            text += table.left[killPoint][address][byte] ? " " + std::to_string(byte) : "";
         }
         printf("  %-14s", text.c_str());
     }
@@ -368,10 +368,10 @@ void PrintRefused(const Table& table) {
         "\nSecond runs with a controller that refuses the last page: failed, and successful\n"
         "%-40s  %-15s %-15s %-15s\n",
         "killed", "at once", "rest", "missing image");
-    for (size_t place = 0; place < e_Places; ++place) {
-        printf("%-40s", PLACE_NAMES[place]);
+    for (size_t killPoint = 0; killPoint < e_Places; ++killPoint) {
+        printf("%-40s", PLACE_NAMES[killPoint]);
         for (const auto& way : table.refused) {
-            printf("  %6lu %6lu ", way[place][0].load(), way[place][1].load());
+            printf("  %6lu %6lu ", way[killPoint][0].load(), way[killPoint][1].load());
         }
         printf("\n");
     }
@@ -383,14 +383,14 @@ void Print(const Table& table) {
             "\nStarted again %s.\nOf each run: upgraded, upgraded with an answer left unread, "
             "nothing to do, failed\n%-40s %6s  | %-23s | %-23s | %-23s\n",
             WAY_NAMES[way], "killed", "runs", "second run", "third run", "fourth run");
-        for (size_t place = 0; place < e_Places; ++place) {
-            PrintRow(PLACE_NAMES[place], table.rows[way][place]);
+        for (size_t killPoint = 0; killPoint < e_Places; ++killPoint) {
+            PrintRow(PLACE_NAMES[killPoint], table.rows[way][killPoint]);
         }
     }
     PrintRefused(table);
     printf("\nWhat the kill left in the mailbox\n");
-    for (size_t place = 0; place < e_Places; ++place) {
-        PrintLeft(table, place);
+    for (size_t killPoint = 0; killPoint < e_Places; ++killPoint) {
+        PrintLeft(table, killPoint);
     }
     printf("\ninterrupted runs %lu, findings %lu, not upgraded by %u more runs: %lu\n",
            table.runs.load(), table.findings.load(), MOST_RUNS, table.neverUpgraded.load());

@@ -62,9 +62,9 @@ extern "C" int gettimeofday(timeval* time, void* zone) noexcept {
         static auto* const next = Next(gettimeofday, "gettimeofday");
         return next(time, zone);
     }
-    constexpr int64_t MicrosecondsPerSecond = 1000000;
-    HandOver(Call::e_Clock);
-    *time = {turns->now / MicrosecondsPerSecond, turns->now % MicrosecondsPerSecond};
+    constexpr int64_t microsecondsPerSecond = 1000000;
+    HandOver(Call::Clock);
+    *time = {turns->now / microsecondsPerSecond, turns->now % microsecondsPerSecond};
     return 0;
 }
 
@@ -73,7 +73,7 @@ extern "C" unsigned int sleep(unsigned int seconds) {
         static auto* const next = Next(sleep, "sleep");
         return next(seconds);
     }
-    HandOver(Call::e_Sleep);
+    HandOver(Call::Sleep);
     return 0;
 }
 
@@ -90,7 +90,7 @@ extern "C" int PrintLineChecked(int flag, const char* format,
 extern "C" int Print(FILE* stream, const char* format, va_list arguments) {
     static auto* const next = Next(Print, "vfprintf");
     if (turns != nullptr && stream == stdout) {
-        HandOver(Call::e_Line);
+        HandOver(Call::Line);
     }
     return next(stream, format, arguments);
 }
@@ -114,7 +114,7 @@ extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
             kill(getpid(), SIGKILL);
         }
         if (turns->atLocks) {
-            HandOver(Call::e_Lock);
+            HandOver(Call::Lock);
         }
     }
     return next(mutex);

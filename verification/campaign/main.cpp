@@ -23,14 +23,13 @@ struct Settings {
     std::optional<std::string> faults;
     Scenario scenario;
     /** The scenario's ImageKind, as the command line has it. */
-    int image = static_cast<int>(ImageKind::e_Good);
+    int image = static_cast<int>(ImageKind::Good);
 };
 
 void AddOptions(const commandline::Options& program, Settings& settings) {
-    const std::map<std::string, int> images = {
-        {"good", static_cast<int>(ImageKind::e_Good)},
-        {"missing", static_cast<int>(ImageKind::e_Missing)},
-        {"headless", static_cast<int>(ImageKind::e_NoHeader)}};
+    const std::map<std::string, int> images = {{"good", static_cast<int>(ImageKind::Good)},
+                                               {"missing", static_cast<int>(ImageKind::Missing)},
+                                               {"headless", static_cast<int>(ImageKind::NoHeader)}};
     program.option("--runs", settings.extent.count, "Runs with random faults").showDefault();
     program.option("--interrupted", settings.interrupted,
                    "In their place: so many runs in which the tool is killed");
@@ -64,9 +63,9 @@ int Run(Settings& settings) {
         return ExitValue(RunInterrupted(settings.programs, settings.seed, settings.extent));
     }
     if (!settings.faults) {
-        constexpr uint64_t DefaultRuns = 300;
+        constexpr uint64_t defaultRuns = 300;
         if (settings.extent.count == 0) {
-            settings.extent.count = settings.extent.seconds == 0 ? DefaultRuns : UINT64_MAX;
+            settings.extent.count = settings.extent.seconds == 0 ? defaultRuns : UINT64_MAX;
         }
         return ExitValue(RunSeeds(settings.programs, settings.seed, settings.extent));
     }

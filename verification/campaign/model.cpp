@@ -29,19 +29,19 @@ Outcome FreshOutcome() {
  * The tool, told as a story: what it says, what it leaves in the mailbox, and when it looks at the
  * clock. Between two calls only the tool acts, at a call only the far side.
  */
-class Story {
+class RunPredictor {
   public:
-    explicit Story(const Scenario& scenario)
+    explicit RunPredictor(const Scenario& scenario)
         : i_scenario(scenario), i_now(scenario.start), i_farSide(scenario, i_outcome.words) {
         const controller::Fault* appear = nullptr;
         for (const controller::Fault& fault : scenario.faults) {
-            appear = fault.kind == controller::FaultKind::e_Appear ? &fault : appear;
+            appear = fault.kind == controller::FaultKind::Appear ? &fault : appear;
         }
         i_appearsOnPoll = appear != nullptr ? *appear->value : 0;
-        appearIfItIsTime();
+        announceIfDue();
     }
 
-    Outcome tell() {
+    Outcome predict() {
         i_outcome.exitValue = run();
         // The tool's last deed.
         write(MAILBOX_RX_STATE, STATE_ABSENT);
@@ -71,14 +71,14 @@ class Story {
 
     void lock() {
         if (i_scenario.everyAccess) {
-            note(Call::e_Lock);
+            note(Call::Lock);
         }
     }
 
     // The calls, at which the time goes on and the far side acts.
 
     void note(Call kind) {
-        Step step = {kind, i_now, {}};
+        ToolCall step = {kind, i_now, {}};
         std::copy_n(i_outcome.words.begin() + MAILBOX_RX_DATA, step.words.size(),
                     step.words.begin());
         i_outcome.steps.push_back(step);
@@ -87,12 +87,12 @@ class Story {
         note(kind);
         i_now += us;
         const Words before = i_outcome.words;
-        appearIfItIsTime();
+        announceIfDue();
         i_farSide.act((i_now - i_scenario.start) / US_PER_MS);
         i_busy = i_outcome.words != before;
     }
     void call(Call kind) { call(kind, US_PER_MS * (i_busy ? BUSY_MS : i_scenario.silenceMs)); }
-    void appearIfItIsTime() {
+    void announceIfDue() {
         if (i_polls == i_appearsOnPoll && !i_appeared) {
             i_appeared = true;
             i_farSide.announce();
@@ -100,19 +100,19 @@ class Story {
     }
 
     int64_t secondsNow() {
-        call(Call::e_Clock);
+        call(Call::Clock);
         return i_now / US_PER_SECOND;
     }
     void sleep() {
         ++i_polls;
-        call(Call::e_Sleep, US_PER_SECOND);
+        call(Call::Sleep, US_PER_SECOND);
     }
     void notice(const std::string& text) {
-        call(Call::e_Line);
+        call(Call::Line);
         i_log.notice(text);
     }
     void error(const std::string& text) {
-        call(Call::e_Line);
+        call(Call::Line);
         i_log.error(text);
     }
 
@@ -132,7 +132,7 @@ class Story {
     }
 
     bool send(const std::string& bytes) {
-        constexpr int64_t Limit = 2;
+        constexpr int64_t limit = 2;
         for (const char byte : bytes) {
             if (read(MAILBOX_TX_STATE) == STATE_REQUESTED) {
                 write(MAILBOX_TX_STATE, STATE_READY);
@@ -142,7 +142,7 @@ class Story {
             }
             write(MAILBOX_TX_DATA, static_cast<unsigned char>(byte));
             write(MAILBOX_TX_FLAG, TX_BYTE_OFFERED);
-            if (!waitFor(MAILBOX_TX_FLAG, TX_BYTE_TAKEN, Limit)) {
+            if (!waitFor(MAILBOX_TX_FLAG, TX_BYTE_TAKEN, limit)) {
                 return false;
             }
         }
@@ -151,10 +151,10 @@ class Story {
 
     /** Reads on until so many bytes are there. */
     bool receive(std::string& bytes, size_t size) {
-        constexpr int64_t Limit = 3;
+        constexpr int64_t limit = 3;
         while (bytes.size() < size) {
             if (read(MAILBOX_RX_STATE) != STATE_READY ||
-                !waitFor(MAILBOX_RX_FLAG, RX_BYTE_OFFERED, Limit)) {
+                !waitFor(MAILBOX_RX_FLAG, RX_BYTE_OFFERED, limit)) {
                 return false;
             }
             bytes.push_back(static_cast<char>(read(MAILBOX_RX_DATA)));
@@ -165,9 +165,9 @@ class Story {
 
     /** One message of the far side; none if it is no message or doesn't come. */
     std::optional<std::string> receiveMessage() {
-        constexpr size_t Header = 8;
+        constexpr size_t header = 8;
         std::string bytes;
-        if (!receive(bytes, Header)) {
+        if (!receive(bytes, header)) {
             return std::nullopt;
         }
         const std::optional<size_t> size = SizeOfAnswer(bytes);
@@ -241,8 +241,8 @@ class Story {
 
     int run() {
         // The regions are made.
-        constexpr int LocksOfStart = 3;
-        for (int i = 0; i < LocksOfStart; ++i) {
+        constexpr int locksOfStart = 3;
+        for (int i = 0; i < locksOfStart; ++i) {
             lock();
         }
         if (!findController()) {
@@ -257,13 +257,13 @@ class Story {
             return EXIT_NOT_UPGRADED;
         }
         notice("File name is image\n");
-        const bool upgraded = i_scenario.image != ImageKind::e_Missing && upgrade();
+        const bool upgraded = i_scenario.image != ImageKind::Missing && upgrade();
         notice("Done\n");
         return upgraded ? EXIT_UPGRADED : EXIT_NOT_UPGRADED;
     }
 
     bool upgrade() {
-        if (i_scenario.image == ImageKind::e_NoHeader) {
+        if (i_scenario.image == ImageKind::NoHeader) {
             error("Error: Invalid TFI format, not upgrading\n");
             return false;
         }
@@ -278,12 +278,12 @@ class Story {
             return false;
         }
         // Information and end, each sent whatever became of the one before.
-        constexpr size_t InfoSize = 12;
-        constexpr size_t EndSize = 8;
+        constexpr size_t infoSize = 12;
+        constexpr size_t endSize = 8;
         const std::string wire = testsupport::ExpectedWire(payload);
-        const std::string closing = wire.substr(wire.size() - InfoSize - EndSize);
-        send(closing.substr(0, InfoSize));
-        send(closing.substr(InfoSize));
+        const std::string closing = wire.substr(wire.size() - infoSize - endSize);
+        send(closing.substr(0, infoSize));
+        send(closing.substr(infoSize));
         return true;
     }
 
@@ -302,7 +302,7 @@ class Story {
 }  // namespace
 
 Outcome Predict(const Scenario& scenario) {
-    return Story(scenario).tell();
+    return RunPredictor(scenario).predict();
 }
 
 }  // namespace campaign

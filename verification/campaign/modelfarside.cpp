@@ -7,10 +7,10 @@
 
 namespace campaign {
 
+using controller::BytePosition;
 using controller::Fault;
 using controller::FaultKind;
 using controller::HostMessage;
-using controller::Place;
 
 namespace {
 
@@ -40,34 +40,34 @@ void PutBig(std::string& bytes, size_t offset, size_t count, uint32_t number) {
 }
 
 /** What a fault makes of the bytes of an answer, if it is one that changes them. */
-void Spoil(std::string& bytes, const Fault& fault) {
+void Corrupt(std::string& bytes, const Fault& fault) {
     const uint32_t value = fault.value.value_or(0);
     switch (fault.kind) {
-        case FaultKind::e_Body:
+        case FaultKind::Body:
             bytes.resize(HEADER + value, '\0');
             PutBig(bytes, 4, 4, static_cast<uint32_t>(bytes.size()));
             break;
-        case FaultKind::e_Result:
+        case FaultKind::Result:
             if (bytes.size() > HEADER) {
                 bytes[HEADER] = static_cast<char>(value);
             }
             break;
-        case FaultKind::e_Id:
+        case FaultKind::Id:
             PutBig(bytes, 2, 2, value);
             break;
-        case FaultKind::e_Lead:
+        case FaultKind::Lead:
             PutBig(bytes, 0, 2, value);
             break;
-        case FaultKind::e_Length:
+        case FaultKind::Length:
             PutBig(bytes, 4, 4, value);
             break;
-        case FaultKind::e_Extra:
+        case FaultKind::Extra:
             bytes.append(value, '\0');
             break;
-        case FaultKind::e_Cut:
+        case FaultKind::Cut:
             bytes.resize(std::min<size_t>(bytes.size(), value));
             break;
-        case FaultKind::e_Silence:
+        case FaultKind::Silence:
             bytes.clear();
             break;
         default:
@@ -75,10 +75,10 @@ void Spoil(std::string& bytes, const Fault& fault) {
     }
 }
 
-bool IsAt(const Place& a, const Place& b) {
+bool IsAt(const BytePosition& a, const BytePosition& b) {
     const bool samePage = a.page == b.page && a.attempt == b.attempt;
     return a.message == b.message && a.byte == b.byte &&
-           (a.message != HostMessage::e_Page || samePage);
+           (a.message != HostMessage::Page || samePage);
 }
 
 /** An answer to a page. */
@@ -89,9 +89,9 @@ std::string AnswerText(unsigned char result) {
 }  // namespace
 
 std::optional<size_t> SizeOfAnswer(const std::string& header) {
-    constexpr uint32_t Longest = 0x8000000;
+    constexpr uint32_t longest = 0x8000000;
     const uint32_t length = Big(header, 4, 4);
-    const bool isMessage = Big(header, 0, 2) == 0x02DC && length >= HEADER && length <= Longest;
+    const bool isMessage = Big(header, 0, 2) == 0x02DC && length >= HEADER && length <= longest;
     return isMessage ? std::optional<size_t>(length) : std::nullopt;
 }
 
@@ -107,7 +107,7 @@ ModelFarSide::ModelFarSide(const Scenario& scenario, Words& words)
     // At one place they act in the order of their kinds.
     std::stable_sort(i_faults.begin(), i_faults.end(),
                      [](const Fault& a, const Fault& b) { return a.kind < b.kind; });
-    if (const Fault* dirty = ofRun(FaultKind::e_Dirty)) {
+    if (const Fault* dirty = ofRun(FaultKind::Dirty)) {
         i_dirt = *dirty->value;
     }
     clear();
@@ -143,16 +143,16 @@ void ModelFarSide::act(int64_t now) {
 }
 
 bool ModelFarSide::step() {
-    if (comeUp()) {
+    if (bringUp()) {
         return true;
     }
     if (byte(MAILBOX_TX_STATE) == STATE_ABSENT) {
         return noticeReset();
     }
-    return welcomeHost() || look() || offer();
+    return acceptHost() || look() || offer();
 }
 
-bool ModelFarSide::comeUp() {
+bool ModelFarSide::bringUp() {
     if (!i_upAt || i_now < *i_upAt) {
         return false;
     }
@@ -169,20 +169,20 @@ bool ModelFarSide::noticeReset() {
         return false;
     }
     ++i_resets;
-    goDown();
-    if (ofRun(FaultKind::e_NoRearm) == nullptr) {
-        const Fault* late = ofRun(FaultKind::e_Rearm);
+    disarm();
+    if (ofRun(FaultKind::NoRearm) == nullptr) {
+        const Fault* late = ofRun(FaultKind::Rearm);
         i_upAt = i_now + (late != nullptr ? int64_t{*late->value} : 0);
     }
     return true;
 }
 
-bool ModelFarSide::welcomeHost() {
+bool ModelFarSide::acceptHost() {
     if (byte(MAILBOX_RX_STATE) != STATE_REQUESTED) {
         return false;
     }
     i_receiveUp = true;
-    if (const Fault* revise = ofRun(FaultKind::e_Revise)) {
+    if (const Fault* revise = ofRun(FaultKind::Revise)) {
         writeRevision(*revise->value);
     }
     write(MAILBOX_RX_STATE, STATE_READY);
@@ -190,10 +190,10 @@ bool ModelFarSide::welcomeHost() {
 }
 
 /** The message and all answers are forgotten, and both directions are down. */
-void ModelFarSide::goDown() {
+void ModelFarSide::disarm() {
     endMessage();
     i_message.clear();
-    i_behind = false;
+    i_messageComplete = false;
     i_heldUntil.reset();
     i_queue.clear();
     i_offerAt.reset();
@@ -207,7 +207,7 @@ void ModelFarSide::goDown() {
 
 /** Whether complete or broken off, a page frame was one more attempt. */
 void ModelFarSide::endMessage() {
-    if (i_inMessage && i_place.message == HostMessage::e_Page) {
+    if (i_inMessage && i_place.message == HostMessage::Page) {
         i_lastPage = i_place.page;
         i_attempts = i_place.attempt;
         i_good = false;
@@ -217,12 +217,12 @@ void ModelFarSide::endMessage() {
 
 /** A look at the host's byte, or at what is still to be done behind the last one. */
 bool ModelFarSide::look() {
-    if (!i_behind) {
+    if (!i_messageComplete) {
         if (byte(MAILBOX_TX_FLAG) != TX_BYTE_OFFERED) {
             return false;
         }
         placeByte();
-        if (!passFaults()) {
+        if (!injectFaults()) {
             return i_upAt.has_value();
         }
         takeByte();
@@ -233,10 +233,10 @@ bool ModelFarSide::look() {
 
 /** False while, or because, the faults behind the message don't let the answer go. */
 bool ModelFarSide::finishMessage() {
-    if (!passFaults()) {
+    if (!injectFaults()) {
         return false;
     }
-    i_behind = false;
+    i_messageComplete = false;
     i_message.clear();
     queueVerdict();
     return true;
@@ -247,14 +247,14 @@ void ModelFarSide::beginMessage() {
     i_place = {};
     if (!i_opened) {
         i_opened = true;
-        i_place.message = HostMessage::e_Begin;
+        i_place.message = HostMessage::Begin;
     } else {
         placePage(i_good ? i_lastPage + 1 : i_lastPage);
     }
 }
 
 void ModelFarSide::placePage(unsigned page) {
-    i_place.message = HostMessage::e_Page;
+    i_place.message = HostMessage::Page;
     i_place.page = static_cast<uint16_t>(page);
     i_place.attempt = page == i_lastPage ? i_attempts + 1 : 1;
 }
@@ -263,32 +263,32 @@ void ModelFarSide::placeByte() {
     if (!i_inMessage) {
         beginMessage();
     }
-    constexpr size_t IdKnown = 4;
-    constexpr size_t NumberKnown = PAGE_NUMBER + 2;
-    const bool isPage = i_place.message == HostMessage::e_Page;
-    if (i_message.size() == IdKnown) {
+    constexpr size_t idKnown = 4;
+    constexpr size_t numberKnown = PAGE_NUMBER + 2;
+    const bool isPage = i_place.message == HostMessage::Page;
+    if (i_message.size() == idKnown) {
         const unsigned id = Big(i_message, 2, 2);
         if (id == ID_INFO || id == ID_END) {
-            i_place.message = id == ID_INFO ? HostMessage::e_Info : HostMessage::e_End;
+            i_place.message = id == ID_INFO ? HostMessage::Info : HostMessage::End;
         } else if (id == ID_PAGE && !isPage) {
             placePage(i_lastPage);
         }
-    } else if (i_message.size() == NumberKnown && isPage) {
+    } else if (i_message.size() == numberKnown && isPage) {
         placePage(Big(i_message, PAGE_NUMBER, 2));
     }
     i_place.byte = static_cast<unsigned>(i_message.size());
 }
 
 /** The faults at this place act. False if the message doesn't go on from here, now or ever. */
-bool ModelFarSide::passFaults() {
+bool ModelFarSide::injectFaults() {
     if (i_heldUntil && i_now < *i_heldUntil) {
         return false;
     }
     i_heldUntil.reset();
     for (PendingFault& fault : i_faults) {
-        if (!fault.done && fault.kind <= FaultKind::e_Early && IsAt(fault.place, i_place)) {
+        if (!fault.done && fault.kind <= FaultKind::Early && IsAt(fault.place, i_place)) {
             fault.done = true;
-            if (!strike(fault)) {
+            if (!inject(fault)) {
                 return false;
             }
         }
@@ -296,29 +296,29 @@ bool ModelFarSide::passFaults() {
     return true;
 }
 
-bool ModelFarSide::strike(const PendingFault& fault) {
+bool ModelFarSide::inject(const PendingFault& fault) {
     const uint32_t value = fault.value.value_or(0);
     switch (fault.kind) {
-        case FaultKind::e_Slow:
+        case FaultKind::Slow:
             i_heldUntil = i_now + value;
-            return passFaults();
-        case FaultKind::e_Die:
+            return injectFaults();
+        case FaultKind::Die:
             i_dead = true;
             return false;
-        case FaultKind::e_Reset:
+        case FaultKind::Reset:
             clear();
-            goDown();
+            disarm();
             if (fault.value) {
                 i_upAt = i_now + value;
             }
             return false;
-        case FaultKind::e_State10:
+        case FaultKind::State10:
             write(MAILBOX_TX_STATE, value);
             return true;
-        case FaultKind::e_State7:
+        case FaultKind::State7:
             write(MAILBOX_RX_STATE, value);
             return true;
-        case FaultKind::e_Unasked:
+        case FaultKind::Unasked:
             queueText(AnswerText(static_cast<unsigned char>(value)));
             return true;
         default:
@@ -333,7 +333,7 @@ void ModelFarSide::takeByte() {
     if (i_message.size() >= HEADER && i_message.size() == Big(i_message, 4, 4)) {
         handleMessage();
         endMessage();
-        i_behind = true;
+        i_messageComplete = true;
         ++i_place.byte;
         finishMessage();
     }
@@ -343,20 +343,20 @@ void ModelFarSide::takeByte() {
 
 void ModelFarSide::handleMessage() {
     switch (i_place.message) {
-        case HostMessage::e_Begin:
+        case HostMessage::Begin:
             i_flash.clear();
             i_begun = i_erased = true;
             i_fits = false;
             i_lastPage = i_attempts = 0;
             i_good = false;
             break;
-        case HostMessage::e_Page:
+        case HostMessage::Page:
             i_verdict = judgePage();
             break;
-        case HostMessage::e_Info:
+        case HostMessage::Info:
             i_fits = Big(i_message, HEADER, 2) * PAGE == i_flash.size();
             break;
-        case HostMessage::e_End:
+        case HostMessage::End:
             if (i_begun && i_fits) {
                 writeRevision(TOOL_REVISION);
             }
@@ -367,19 +367,19 @@ void ModelFarSide::handleMessage() {
 
 /** The next page, or the last one again, in a transfer that has been opened. */
 unsigned char ModelFarSide::judgePage() {
-    constexpr unsigned char Good = 0;
-    constexpr unsigned char OutOfOrder = 2;
-    constexpr unsigned char NotBegun = 4;
+    constexpr unsigned char good = 0;
+    constexpr unsigned char outOfOrder = 2;
+    constexpr unsigned char notBegun = 4;
     const size_t begin = i_place.page * PAGE;
     if (!i_erased) {
-        return NotBegun;
+        return notBegun;
     }
     if (begin != i_flash.size() && begin + PAGE != i_flash.size()) {
-        return OutOfOrder;
+        return outOfOrder;
     }
     i_flash.resize(begin);
     i_flash += i_message.substr(PAGE_DATA);
-    return Good;
+    return good;
 }
 
 void ModelFarSide::queueText(const std::string& bytes) {
@@ -392,7 +392,7 @@ std::vector<Fault> ModelFarSide::answerFaults() const {
     std::vector<Fault> faults;
     std::copy_if(
         i_faults.begin(), i_faults.end(), std::back_inserter(faults), [this](const Fault& fault) {
-            return fault.kind >= FaultKind::e_Body && fault.kind <= FaultKind::e_Stop &&
+            return fault.kind >= FaultKind::Body && fault.kind <= FaultKind::Stop &&
                    fault.place.page == i_place.page && fault.place.attempt == i_place.attempt;
         });
     return faults;
@@ -407,7 +407,7 @@ void ModelFarSide::queueVerdict() {
     i_verdict.reset();
     const std::vector<Fault> faults = answerFaults();
     for (const Fault& fault : faults) {
-        Spoil(bytes, fault);
+        Corrupt(bytes, fault);
     }
     const size_t first = std::min(i_early, bytes.size());
     i_early = 0;
@@ -418,9 +418,9 @@ void ModelFarSide::queueVerdict() {
         for (const Fault& fault : faults) {
             const uint32_t value = fault.value.value_or(0);
             const bool here = fault.place.byte == i;
-            byte.lateMs += here && fault.kind == FaultKind::e_Late ? value : 0;
-            byte.overrun |= here && fault.kind == FaultKind::e_Overrun;
-            byte.dieBefore |= fault.kind == FaultKind::e_Stop && value <= bytes.size() &&
+            byte.lateMs += here && fault.kind == FaultKind::Late ? value : 0;
+            byte.overrun |= here && fault.kind == FaultKind::Overrun;
+            byte.dieBefore |= fault.kind == FaultKind::Stop && value <= bytes.size() &&
                               i == std::max<size_t>(value, first);
         }
         if (!byte.none || byte.dieBefore) {

@@ -52,18 +52,18 @@ class ModelFarSide {
     std::vector<controller::Fault> answerFaults() const;
 
     bool step();
-    bool comeUp();
+    bool bringUp();
     bool noticeReset();
-    bool welcomeHost();
-    void goDown();
+    bool acceptHost();
+    void disarm();
     void endMessage();
 
     bool look();
     void beginMessage();
     void placeByte();
     void placePage(unsigned page);
-    bool passFaults();
-    bool strike(const PendingFault& fault);
+    bool injectFaults();
+    bool inject(const PendingFault& fault);
     void takeByte();
     bool finishMessage();
     void handleMessage();
@@ -89,10 +89,10 @@ class ModelFarSide {
 
     /** The host's message, and where in it the host is. */
     std::string i_message;
-    controller::Place i_place;
+    controller::BytePosition i_place;
     bool i_inMessage = false;
     /** The message is complete, the faults behind it are not done with yet. */
-    bool i_behind = false;
+    bool i_messageComplete = false;
     bool i_opened = false;
     std::optional<int64_t> i_heldUntil;
 

@@ -42,8 +42,8 @@ std::string FirstDifference(const char* name, const Items& predicted, const Item
     }
     const auto index = static_cast<size_t>(places.first - predicted.begin());
     std::string text = std::string("  ") + name + " " + std::to_string(index) + "\n";
-    constexpr size_t Before = 3;
-    for (size_t i = index - std::min(index, Before); i < index; ++i) {
+    constexpr size_t before = 3;
+    for (size_t i = index - std::min(index, before); i < index; ++i) {
         text += "      both       " + describe(predicted[i]) + "\n";
     }
     return text + "      predicted  " + Item(predicted, index, describe) + "\n      seen       " +
@@ -61,18 +61,18 @@ std::string Simple(const char* name, const T& predicted, const T& seen) {
 
 const char* CallName(Call call) {
     switch (call) {
-        case Call::e_Clock:
+        case Call::Clock:
             return "clock";
-        case Call::e_Sleep:
+        case Call::Sleep:
             return "sleep";
-        case Call::e_Lock:
+        case Call::Lock:
             return "lock ";
         default:
             return "line ";
     }
 }
 
-std::string DescribeStep(const Step& step) {
+std::string DescribeStep(const ToolCall& step) {
     std::string text = CallName(step.call) + (" at " + std::to_string(step.now)) + ", words";
     for (size_t i = 0; i < step.words.size(); ++i) {
         text += " " + std::to_string(MAILBOX_RX_DATA + i) + "=" + Number(step.words[i]);
@@ -80,7 +80,7 @@ std::string DescribeStep(const Step& step) {
     return text;
 }
 
-bool SameStep(const Step& a, const Step& b) {
+bool SameStep(const ToolCall& a, const ToolCall& b) {
     return a.call == b.call && a.now == b.now && a.words == b.words;
 }
 

@@ -19,7 +19,7 @@ Words FreshWords();
 using Handshake = std::array<uint32_t, 6>;
 
 /** What the tool was about to do, when, and what it and the far side had left in the mailbox. */
-struct Step {
+struct ToolCall {
     Call call;
     int64_t now;
     Handshake words;
@@ -35,7 +35,7 @@ struct Outcome {
     /** The controller's flash. */
     std::string flash;
     Words words = {};
-    std::vector<Step> steps;
+    std::vector<ToolCall> steps;
     unsigned resets = 0;
     /** What the controller said of itself; nothing is predicted of it. */
     std::string journal;

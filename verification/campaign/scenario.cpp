@@ -1,6 +1,6 @@
 #include "verification/campaign/scenario.h"
 
-#include "companions/simulator/controller/dice.h"
+#include "companions/simulator/controller/random.h"
 #include "tests/support/image.h"
 
 namespace campaign {
@@ -11,9 +11,9 @@ constexpr size_t PAGE_SIZE = 256;
 
 const char* ImageName(ImageKind image) {
     switch (image) {
-        case ImageKind::e_Missing:
+        case ImageKind::Missing:
             return "missing";
-        case ImageKind::e_NoHeader:
+        case ImageKind::NoHeader:
             return "headless";
         default:
             return "good";
@@ -28,30 +28,31 @@ uint16_t Pages(const Scenario& scenario) {
 
 uint64_t SeedOfRun(uint64_t campaignSeed, uint64_t run) {
     // Run 0 has the campaign's own seed, so that a single run can be asked for by its seed.
-    return run == 0 ? campaignSeed : controller::Dice(campaignSeed ^ (run << 20)).roll();
+    return run == 0 ? campaignSeed : controller::Random(campaignSeed ^ (run << 20)).next();
 }
 
 Scenario RandomScenario(uint64_t seed) {
-    constexpr uint32_t MicrosecondsPerSecond = 1000000;
-    controller::Dice dice(seed);
+    constexpr uint32_t microsecondsPerSecond = 1000000;
+    controller::Random random(seed);
     Scenario scenario;
     scenario.payload =
-        dice.oneOf({0, 1, 2, 3, 100, 255, 256, 257, 258, 259, 400, 511, 512, 513, 514, 800});
+        random.oneOf({0, 1, 2, 3, 100, 255, 256, 257, 258, 259, 400, 511, 512, 513, 514, 800});
     scenario.revision = static_cast<uint16_t>(
-        dice.oneIn(8) ? TOOL_REVISION
-                      : dice.oneOf({0, 1, 19400, TOOL_REVISION - 1, TOOL_REVISION + 1, 0xFFFF}));
-    scenario.force = dice.oneIn(4);
-    if (dice.oneIn(40)) {
-        scenario.image = dice.oneIn(2) ? ImageKind::e_Missing : ImageKind::e_NoHeader;
+        random.oneIn(8)
+            ? TOOL_REVISION
+            : random.oneOf({0, 1, 19400, TOOL_REVISION - 1, TOOL_REVISION + 1, 0xFFFF}));
+    scenario.force = random.oneIn(4);
+    if (random.oneIn(40)) {
+        scenario.image = random.oneIn(2) ? ImageKind::Missing : ImageKind::NoHeader;
     }
     // Any day of half a century, any part of a second, and often its very edges.
-    scenario.start = int64_t{dice.below(1600000000)} * MicrosecondsPerSecond;
-    const uint32_t part = dice.below(MicrosecondsPerSecond);
-    scenario.start += dice.oneIn(2) ? part : dice.oneOf({0, 1, 999, 999000, 999999, part});
-    scenario.silenceMs = dice.oneOf({50, 100, 250, 700, 1000});
+    scenario.start = int64_t{random.below(1600000000)} * microsecondsPerSecond;
+    const uint32_t part = random.below(microsecondsPerSecond);
+    scenario.start += random.oneIn(2) ? part : random.oneOf({0, 1, 999, 999000, 999999, part});
+    scenario.silenceMs = random.oneOf({50, 100, 250, 700, 1000});
     // Slow, so only some.
-    scenario.everyAccess = dice.oneIn(12);
-    scenario.faults = controller::RandomSchedule(dice.roll(), Pages(scenario));
+    scenario.everyAccess = random.oneIn(12);
+    scenario.faults = controller::RandomSchedule(random.next(), Pages(scenario));
     return scenario;
 }
 
@@ -70,7 +71,7 @@ std::string PayloadOf(const Scenario& scenario) {
 }
 
 std::string ImageOf(const Scenario& scenario) {
-    const bool headless = scenario.image == ImageKind::e_NoHeader;
+    const bool headless = scenario.image == ImageKind::NoHeader;
     return (headless ? "\n\n\n\n\n\nEN\n" : testsupport::SHORTEST_HEADER) + PayloadOf(scenario);
 }
 

@@ -8,14 +8,14 @@
 
 namespace campaign {
 
-enum class ImageKind { e_Good, e_Missing, e_NoHeader };
+enum class ImageKind { Good, Missing, NoHeader };
 
 /** Everything that a run depends on. */
 struct Scenario {
     controller::Schedule faults;
     /** Bytes, the checksum included. */
     size_t payload = 0;
-    ImageKind image = ImageKind::e_Good;
+    ImageKind image = ImageKind::Good;
     /** What the controller announces. */
     uint16_t revision = 0;
     bool force = false;

@@ -27,7 +27,7 @@ TestBench::TestBench(const Programs& programs)
 }
 
 void TestBench::writeImage(const Scenario& scenario) {
-    if (scenario.image == ImageKind::e_Missing) {
+    if (scenario.image == ImageKind::Missing) {
         std::filesystem::remove(i_directory.path("image"));
     } else {
         i_directory.write("image", ImageOf(scenario));
@@ -51,19 +51,19 @@ void TestBench::start(const Scenario& scenario, uint64_t killAtLock) {
 
 ToolEnd TestBench::runTool(EmbeddedController& controller, const Scenario& scenario) {
     start(scenario);
-    return controller.accompany(i_tool);
+    return controller.serve(i_tool);
 }
 
 ToolEnd TestBench::killTool(EmbeddedController& controller, const Scenario& scenario,
                             uint64_t lock) {
     start(scenario, lock);
-    return controller.accompany(i_tool);
+    return controller.serve(i_tool);
 }
 
 ToolEnd TestBench::watchTool(EmbeddedController& controller, const Scenario& scenario,
                              const std::function<void(uint64_t)>& onCall) {
     start(scenario);
-    return controller.accompany(i_tool, [&] { onCall(i_tool.locks()); });
+    return controller.serve(i_tool, [&] { onCall(i_tool.locks()); });
 }
 
 Outcome TestBench::run(const Scenario& scenario) {

@@ -7,9 +7,9 @@
 #include "companions/simulator/controller/sharedregion.h"
 #include "tests/support/rundirectory.h"
 #include "verification/campaign/embeddedcontroller.h"
+#include "verification/campaign/locksteptool.h"
 #include "verification/campaign/outcome.h"
 #include "verification/campaign/scenario.h"
-#include "verification/campaign/toolprocess.h"
 
 namespace campaign {
 
@@ -23,7 +23,7 @@ struct Programs {
 /**
  * A place for runs, one after another: a directory, the card's address space, and the tool.
  *
- * The process has to have a /dev/shm of its own; see ToolProcess for what else it must not do.
+ * The process has to have a /dev/shm of its own; see LockstepTool for what else it must not do.
  */
 class TestBench {
   public:
@@ -50,7 +50,7 @@ class TestBench {
     void start(const Scenario& scenario, uint64_t killAtLock = 0);
 
     testsupport::RunDirectory i_directory;
-    ToolProcess i_tool;
+    LockstepTool i_tool;
     controller::SharedRegion i_region;
 };
 

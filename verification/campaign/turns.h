@@ -22,7 +22,7 @@ constexpr const char* LOCKSTEP_VARIABLE = "TOLMIRA_LOCKSTEP";
 /** The word that the side waits on which has not got the turn. */
 enum Turn : uint32_t { e_ToolsTurn, e_FarSidesTurn, e_ToolEnded };
 
-enum class Call : uint32_t { e_Clock, e_Sleep, e_Line, e_Lock };
+enum class Call : uint32_t { Clock, Sleep, Line, Lock };
 
 struct Turns {
     std::atomic<uint32_t> turn;

@@ -14,11 +14,11 @@ namespace {
 using Sections = std::map<std::string, std::map<std::string, std::string>>;
 
 std::string Trimmed(const std::string& text) {
-    constexpr char Blanks[] = " \a\b\f\n\r\t\v";
-    const size_t first = text.find_first_not_of(Blanks);
+    constexpr char blanks[] = " \a\b\f\n\r\t\v";
+    const size_t first = text.find_first_not_of(blanks);
     return first == std::string::npos
                ? ""
-               : text.substr(first, text.find_last_not_of(Blanks) - first + 1);
+               : text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
 std::string TextOf(const std::map<std::string, std::string>& keys) {

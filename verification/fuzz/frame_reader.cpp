@@ -13,17 +13,17 @@
  */
 namespace {
 
-constexpr size_t HeaderSize = 8;
-constexpr size_t MaxFrame = 0x8000000;
+constexpr size_t HEADER_SIZE = 8;
+constexpr size_t MAX_FRAME = 0x8000000;
 /** Polls that may miss a byte: each takes a second, and the one behind the fourth is too late. */
-constexpr unsigned MissesInTime = 3;
+constexpr unsigned MISSES_IN_TIME = 3;
 
 struct Header {
     explicit Header(std::string_view bytes)
         : id(static_cast<uint16_t>(fuzzing::NumberAt(bytes, 2, 2))),
           length(static_cast<uint32_t>(fuzzing::NumberAt(bytes, 4, 4))),
-          valid(bytes.size() >= HeaderSize && bytes.substr(0, 2) == "\x02\xDC" &&
-                length >= HeaderSize) {}
+          valid(bytes.size() >= HEADER_SIZE && bytes.substr(0, 2) == "\x02\xDC" &&
+                length >= HEADER_SIZE) {}
 
     uint16_t id;
     uint32_t length;
@@ -41,7 +41,7 @@ void ReadFrameInMemory(const std::string& frame) {
     REQUIRE((body != nullptr) == (expected.valid && expected.length <= frame.size()));
     if (body != nullptr) {
         REQUIRE(id == expected.id);
-        REQUIRE(body->bytesRemaining() == expected.length - HeaderSize);
+        REQUIRE(body->bytesRemaining() == expected.length - HEADER_SIZE);
     }
 }
 
@@ -63,8 +63,8 @@ bool ReadFrameFromMailbox(fuzzing::ScriptedMailbox& mailbox, std::string_view sc
     const bool wasReset = mailbox.isReset();
 
     const Header expected(script);
-    const bool readsBody = expected.valid && expected.length <= MaxFrame;
-    const size_t wanted = readsBody ? expected.length : HeaderSize;
+    const bool readsBody = expected.valid && expected.length <= MAX_FRAME;
+    const size_t wanted = readsBody ? expected.length : HEADER_SIZE;
     const bool arrives = script.size() >= wanted;
     REQUIRE((body != nullptr) == (readsBody && arrives));
     REQUIRE(mailbox.position - start >= std::min(wanted, script.size()));
@@ -72,7 +72,7 @@ bool ReadFrameFromMailbox(fuzzing::ScriptedMailbox& mailbox, std::string_view sc
     if (body != nullptr) {
         REQUIRE(mailbox.position - start == wanted);
         REQUIRE(id == expected.id);
-        REQUIRE(BytesOf(*body) == script.substr(HeaderSize, wanted - HeaderSize));
+        REQUIRE(BytesOf(*body) == script.substr(HEADER_SIZE, wanted - HEADER_SIZE));
     }
     return arrives;
 }
@@ -84,7 +84,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     fuzzing::ScriptedMailbox mailbox;
     mailbox.lateByte = input.takeNumber(2);
     mailbox.latePolls = input.takeByte() % 8U;
-    const bool comesTooLate = mailbox.latePolls > MissesInTime;
+    const bool comesTooLate = mailbox.latePolls > MISSES_IN_TIME;
     mailbox.toHost = input.takeRest();
     ReadFrameInMemory(mailbox.toHost);
 

@@ -16,7 +16,7 @@
 namespace {
 
 /** A vector gets the length that the stream states, at once: a lie is believed up to here. */
-constexpr uint32_t MaxLength = 1U << 16U;
+constexpr uint32_t MAX_LENGTH = 1U << 16U;
 
 class Stream {
   public:
@@ -52,7 +52,7 @@ class Stream {
         std::vector<char> bytes = {'b'};
         uint32_t length = 0;
         const bool hasLength = number(length);
-        if (length > MaxLength) {
+        if (length > MAX_LENGTH) {
             return;
         }
         const bool arrives = hasLength && length <= rest().size() - sizeof length;
@@ -94,12 +94,12 @@ class Stream {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     fuzzing::Input input(bytes, size);
-    const std::string reads = input.takeText(input.takeByte());
+    const std::string order = input.takeText(input.takeByte());
     Stream stream(input.takeRest());
-    constexpr void (Stream::*Reads[])() = {&Stream::readByte, &Stream::readInt, &Stream::readString,
+    constexpr void (Stream::*reads[])() = {&Stream::readByte, &Stream::readInt, &Stream::readString,
                                            &Stream::readBytes};
-    for (const char read : reads) {
-        (stream.*Reads[static_cast<unsigned char>(read) % 4U])();
+    for (const char read : order) {
+        (stream.*reads[static_cast<unsigned char>(read) % 4U])();
         stream.requirePosition();
     }
     return 0;

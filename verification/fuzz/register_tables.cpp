@@ -23,9 +23,9 @@ using hwmaptables::Member;
 using hwmaptables::Placement;
 using hwmaptables::Tables;
 
-constexpr uint64_t WordBytes = 4;
+constexpr uint64_t WORD_BYTES = 4;
 /** Beyond so many words the second check takes too long. */
-constexpr uint64_t MaxWords = 4096;
+constexpr uint64_t MAX_WORDS = 4096;
 
 /** Which group and which of its instances has a word. */
 using Owners = std::map<uint64_t, std::pair<const Placement*, uint32_t>>;
@@ -49,11 +49,11 @@ void ClaimWords(const Body& body, const Placement& placement, uint64_t base, uin
     for (const Member& member : body.members) {
         const uint64_t count = uint64_t{member.repeat.count} * member.words;
         words += count;
-        for (uint64_t i = 0; i < count && words <= MaxWords; ++i) {
+        for (uint64_t i = 0; i < count && words <= MAX_WORDS; ++i) {
             const uint64_t address = base + member.offset + i / member.words * member.repeat.step +
-                                     i % member.words * WordBytes;
+                                     i % member.words * WORD_BYTES;
             const auto [owner, isNew] = owners.emplace(address, std::pair(&placement, instance));
-            REQUIRE(address % WordBytes == 0);
+            REQUIRE(address % WORD_BYTES == 0);
             REQUIRE(isNew || (owner->second.first == &placement && placement.mayOverlap &&
                               owner->second.second != instance));
         }
@@ -87,10 +87,10 @@ std::string TextOf(const std::vector<GeneratedFile>& files) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-    constexpr std::string_view Separator = "---\n";
+    constexpr std::string_view separator = "---\n";
     const std::string text(reinterpret_cast<const char*>(bytes), size);
-    const size_t end = std::min(text.find(Separator), size);
-    const std::string catalogue = text.substr(std::min(end + Separator.size(), size));
+    const size_t end = std::min(text.find(separator), size);
+    const std::string catalogue = text.substr(std::min(end + separator.size(), size));
     Findings findings;
     const Tables tables = hwmaptables::ReadTables(
         {{"m.placement", text.substr(0, end)}, {"c.catalogue", catalogue}}, findings);

@@ -26,10 +26,10 @@ SystemCaller::RC RunShellCommand(const std::string& command, int /*interruptFd*/
 
 namespace {
 
-constexpr size_t LengthSize = 4;
+constexpr size_t LENGTH_SIZE = 4;
 
 void AppendNumber(std::string& bytes, uint32_t number) {
-    char text[LengthSize];
+    char text[LENGTH_SIZE];
     memcpy(text, &number, sizeof text);
     bytes.append(text, sizeof text);
 }
@@ -42,10 +42,10 @@ void AppendText(std::string& bytes, const std::string& text) {
 std::string ExpectedAnswer(const std::string& stream) {
     std::string answer;
     size_t at = 0;
-    while (stream.size() - at >= LengthSize) {
+    while (stream.size() - at >= LENGTH_SIZE) {
         uint32_t length = 0;
         memcpy(&length, stream.data() + at, sizeof length);
-        at += LengthSize;
+        at += LENGTH_SIZE;
         if (length > stream.size() - at) {
             break;
         }
@@ -69,7 +69,7 @@ std::string ExpectedAnswer(const std::string& stream) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-    static_assert(InterruptMark == 0xFF && TimeoutMark == 0xFE);
+    static_assert(INTERRUPT_MARK == 0xFF && TIMEOUT_MARK == 0xFE);
     fuzzing::SilenceLog();
     const std::string stream(reinterpret_cast<const char*>(bytes), size);
     fuzzing::MemoryFile toSlave;

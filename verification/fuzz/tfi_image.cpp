@@ -12,19 +12,19 @@
  */
 namespace {
 
-constexpr size_t MaxPages = 65535;
-constexpr size_t PageSize = 256;
-constexpr size_t BeginFrameSize = 8;
-constexpr size_t PageFrameSize = 272;
-constexpr unsigned Attempts = 5;
+constexpr size_t MAX_PAGES = 65535;
+constexpr size_t PAGE_SIZE = 256;
+constexpr size_t BEGIN_FRAME_SIZE = 8;
+constexpr size_t PAGE_FRAME_SIZE = 272;
+constexpr unsigned ATTEMPTS = 5;
 
 /** The offset behind the seven lines; 0 if they are no header. */
 size_t HeaderSize(const std::string& file) {
-    constexpr size_t LongestLine = 255;
+    constexpr size_t longestLine = 255;
     size_t start = 0;
     for (int line = 1; line <= 7; ++line) {
         const size_t end = file.find('\n', start);
-        if (end == std::string::npos || end - start > LongestLine ||
+        if (end == std::string::npos || end - start > longestLine ||
             (line == 7 && file.compare(start, 3, "END") != 0)) {
             return 0;
         }
@@ -38,22 +38,22 @@ struct Payload {
     std::string bytes;
     size_t size = 0;
 
-    size_t pages() const { return size / PageSize + (size % PageSize != 0 ? 1 : 0); }
+    size_t pages() const { return size / PAGE_SIZE + (size % PAGE_SIZE != 0 ? 1 : 0); }
     /** The checksum straddles the last two pages, or there are no two bytes: it can't be cut. */
-    bool lastPageFails() const { return size % PageSize == 1; }
+    bool lastPageFails() const { return size % PAGE_SIZE == 1; }
 };
 
 /** The frames of the pages, where each page is called bad so often before it is good. */
 std::string ExpectedPages(const Payload& payload, unsigned badAnswers) {
     const size_t readable = payload.pages() - (payload.lastPageFails() ? 1 : 0);
-    const size_t sent = badAnswers < Attempts ? readable : std::min<size_t>(readable, 1);
+    const size_t sent = badAnswers < ATTEMPTS ? readable : std::min<size_t>(readable, 1);
     std::string frames;
     for (size_t page = 0; page < sent; ++page) {
-        const bool isWhole = payload.size - page * PageSize > PageSize;
+        const bool isWhole = payload.size - page * PAGE_SIZE > PAGE_SIZE;
         const std::string frame = testsupport::PageFrame(
-            static_cast<uint16_t>(page), isWhole ? payload.bytes.substr(page * PageSize, PageSize)
+            static_cast<uint16_t>(page), isWhole ? payload.bytes.substr(page * PAGE_SIZE, PAGE_SIZE)
                                                  : testsupport::ExpectedPage(payload.bytes, page));
-        for (unsigned attempt = 0; attempt <= std::min(badAnswers, Attempts - 1); ++attempt) {
+        for (unsigned attempt = 0; attempt <= std::min(badAnswers, ATTEMPTS - 1); ++attempt) {
             frames += frame;
         }
     }
@@ -61,20 +61,20 @@ std::string ExpectedPages(const Payload& payload, unsigned badAnswers) {
 }
 
 bool IsUpgraded(const Payload& payload, unsigned badAnswers) {
-    return payload.size != 0 && payload.pages() <= MaxPages && !payload.lastPageFails() &&
-           badAnswers < Attempts;
+    return payload.size != 0 && payload.pages() <= MAX_PAGES && !payload.lastPageFails() &&
+           badAnswers < ATTEMPTS;
 }
 
 /** All that the host says. */
 std::string ExpectedConversation(const Payload& payload, unsigned badAnswers) {
-    if (payload.pages() > MaxPages) {
+    if (payload.pages() > MAX_PAGES) {
         return "";
     }
     const std::string open = testsupport::BeginFrame() + ExpectedPages(payload, badAnswers);
     return !IsUpgraded(payload, badAnswers)
                ? open
                : open + testsupport::ExpectedWire(payload.bytes)
-                            .substr(BeginFrameSize + payload.pages() * PageFrameSize);
+                            .substr(BEGIN_FRAME_SIZE + payload.pages() * PAGE_FRAME_SIZE);
 }
 
 /** Answers each whole page frame: so often bad, then good, and so on. */
@@ -82,7 +82,7 @@ void AnswerPages(fuzzing::ScriptedMailbox& mailbox, unsigned badAnswers) {
     const std::string answer("\x02\xDC\x2E\xA6\0\0\0\x09", 8);
     mailbox.onByte = [&mailbox, answer, badAnswers, frames = 0U]() mutable {
         const size_t size = mailbox.fromHost.size();
-        if (size > BeginFrameSize && (size - BeginFrameSize) % PageFrameSize == 0) {
+        if (size > BEGIN_FRAME_SIZE && (size - BEGIN_FRAME_SIZE) % PAGE_FRAME_SIZE == 0) {
             mailbox.toHost += answer + (frames++ % (badAnswers + 1) == badAnswers ? '\0' : '\1');
         }
     };
@@ -94,9 +94,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     fuzzing::SilenceLog();
     static fuzzing::MemoryFile image;
     fuzzing::Input input(bytes, size);
-    const unsigned badAnswers = input.takeByte() % (Attempts + 1);
+    const unsigned badAnswers = input.takeByte() % (ATTEMPTS + 1);
     // Only where the first page fails: a conversation of sixteen million bytes takes too long.
-    const size_t zeroes = badAnswers == Attempts ? input.takeNumber(3) : 0;
+    const size_t zeroes = badAnswers == ATTEMPTS ? input.takeNumber(3) : 0;
     const std::string file = input.takeRest();
     image.write(file, zeroes);
 
@@ -107,7 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const bool upgraded = UpgradeController(image.path().c_str(), writer, reader);
 
     const size_t start = HeaderSize(file);
-    const Payload payload{file.substr(start) + std::string(std::min(zeroes, 2 * PageSize), '\0'),
+    const Payload payload{file.substr(start) + std::string(std::min(zeroes, 2 * PAGE_SIZE), '\0'),
                           file.size() - start + zeroes};
     REQUIRE(upgraded == (start != 0 && IsUpgraded(payload, badAnswers)));
     REQUIRE(mailbox.fromHost == (start == 0 ? "" : ExpectedConversation(payload, badAnswers)));

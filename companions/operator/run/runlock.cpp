@@ -21,17 +21,17 @@ constexpr mode_t READABLE_FOR_ALL = 0644;
  */
 int OpenOrCreate(const char* name) {
     // Without O_CLOEXEC: the tool is to hold the lock too.
-    constexpr int Flags = O_RDONLY | O_NOFOLLOW;
-    const int fd = open(name, Flags);
+    constexpr int flags = O_RDONLY | O_NOFOLLOW;
+    const int fd = open(name, flags);
     if (fd >= 0 || errno != ENOENT) {
         return fd;
     }
-    const int created = open(name, Flags | O_CREAT | O_EXCL, READABLE_FOR_ALL);
+    const int created = open(name, flags | O_CREAT | O_EXCL, READABLE_FOR_ALL);
     if (created >= 0) {
         fchmod(created, READABLE_FOR_ALL);  // whatever the umask
         return created;
     }
-    return errno == EEXIST ? open(name, Flags) : -1;
+    return errno == EEXIST ? open(name, flags) : -1;
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ bool IsReadOnly(const Series<Field>& field) {
 }
 
 /** A word is read-only if all its fields are. */
-bool IsReadOnly(const Place& place) {
+bool IsReadOnly(const MapLocation& place) {
     const auto& fields = place.member->fields;
     return place.series != nullptr
                ? IsReadOnly(*place.series)
@@ -28,7 +28,7 @@ bool IsReadOnly(const Place& place) {
 
 }  // namespace
 
-void CheckRead(const Place& place, bool forced) {
+void CheckRead(const MapLocation& place, bool forced) {
     const auto& fields = place.member->fields;
     const auto cleared = std::find_if(fields.begin(), fields.end(), ReadClears);
     if (!forced && cleared != fields.end()) {
@@ -37,7 +37,7 @@ void CheckRead(const Place& place, bool forced) {
     }
 }
 
-void CheckWrite(const Place& place, bool forced) {
+void CheckWrite(const MapLocation& place, bool forced) {
     if (!forced && IsReadOnly(place)) {
         throw Failure(EXIT_FINDING, place.path + " is read-only; say --force to write it");
     }

@@ -36,7 +36,7 @@ const AccessCase ACCESS_CASES[] = {
 
 /** What the check says, or nothing. */
 template <class Check>
-std::string Said(Check check, const Place& place, bool forced) {
+std::string Said(Check check, const MapLocation& place, bool forced) {
     try {
         check(place, forced);
     } catch (const Failure& failure) {
@@ -53,7 +53,7 @@ TEST(Access, RefusesWhatTheTablesSpeakAgainstUnlessForced) {
             const std::string name = "f" + std::to_string(member.fields.size());
             member.fields.push_back({name, {Field{1, 0, nullptr, nullptr}}, {"", access, {}}});
         }
-        Place place{"g.R_a", &member, {}, nullptr, nullptr, nullptr, nullptr};
+        MapLocation place{"g.R_a", &member, {}, nullptr, nullptr, nullptr, nullptr};
         if (c.toField) {
             place.series = member.fields.data();
             place.field = place.series->elements.data();

@@ -13,7 +13,7 @@ namespace regs {
 namespace {
 
 /** Refuses what isn't one word of the card, before the card is touched. */
-void CheckPlace(const Place& place) {
+void CheckLocation(const MapLocation& place) {
     if (place.member->isMemory() && !place.word) {
         throw Failure(EXIT_FINDING, place.path + " is a memory; give a word, [0] to [" +
                                         std::to_string(place.member->words - 1) + "]");
@@ -25,9 +25,9 @@ void CheckPlace(const Place& place) {
     }
 }
 
-Place PlaceOf(const Map& map, const Request& request) {
-    Place place = FollowPath(map, request.operands[0]);
-    CheckPlace(place);
+MapLocation LocationOf(const Map& map, const Request& request) {
+    MapLocation place = ResolvePath(map, request.operands[0]);
+    CheckLocation(place);
     return place;
 }
 
@@ -48,13 +48,13 @@ void CheckIdle(bool force) {
     }
 }
 
-std::uint32_t Load(const Place& place) {
+std::uint32_t Load(const MapLocation& place) {
     return place.word ? place.member->memoryObject->getraw(*place.word)
                       : place.member->registerObject->get();
 }
 
 /** A field's neighbours keep what they have. */
-void Store(const Place& place, std::uint32_t value) {
+void Store(const MapLocation& place, std::uint32_t value) {
     if (place.field == nullptr) {
         if (place.word) {
             place.member->memoryObject->setraw(*place.word, value);
@@ -72,7 +72,7 @@ void Store(const Place& place, std::uint32_t value) {
 
 Answer Read(const Request& request) {
     const Map map = OpenMap(request.design, nullptr);
-    const Place place = PlaceOf(map, request);
+    const MapLocation place = LocationOf(map, request);
     CheckRead(place, request.force);
     const CardView card;
     CheckCard(card);
@@ -85,7 +85,7 @@ Answer Read(const Request& request) {
 
 Answer Write(const Request& request) {
     const Map plan = OpenMap(request.design, nullptr);
-    const Place planned = PlaceOf(plan, request);
+    const MapLocation planned = LocationOf(plan, request);
     const auto value = static_cast<std::uint32_t>(
         NumberOf(request.operands[1], planned.field == nullptr ? UINT32_MAX : planned.field->mask));
     if (!request.yes) {
@@ -96,7 +96,7 @@ Answer Write(const Request& request) {
     CheckIdle(request.force);
     const LiveRegion region(planned.address());
     const Map map = OpenMap(request.design, region.base());
-    const Place place = PlaceOf(map, request);
+    const MapLocation place = LocationOf(map, request);
     const std::uint32_t before = Load(place);
     Store(place, value);
     Answer answer = DescribeWord(request.design, place, Load(place));

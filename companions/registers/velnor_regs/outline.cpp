@@ -9,8 +9,8 @@ namespace regs {
 
 namespace {
 
-template <class Element, class Place>
-Repeat RepeatOf(const Series<Element>& series, Place place) {
+template <class Element, class Position>
+Repeat RepeatOf(const Series<Element>& series, Position place) {
     if (!series.repeats()) {
         return {1, 0};
     }

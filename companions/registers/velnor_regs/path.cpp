@@ -14,7 +14,7 @@ namespace regs {
 
 namespace {
 
-struct Step {
+struct PathStep {
     std::string name;
     std::vector<std::size_t> indices;
 };
@@ -35,7 +35,7 @@ bool ReadIndices(const char* at, const char* end, std::vector<std::size_t>& indi
     return true;
 }
 
-bool ReadStep(const std::string& part, Step& step) {
+bool ReadStep(const std::string& part, PathStep& step) {
     const auto bracket = std::find(part.begin(), part.end(), '[');
     step.name.assign(part.begin(), bracket);
     const bool isName = std::all_of(step.name.begin(), step.name.end(), [](unsigned char c) {
@@ -45,8 +45,8 @@ bool ReadStep(const std::string& part, Step& step) {
            ReadIndices(part.data() + step.name.size(), part.data() + part.size(), step.indices);
 }
 
-std::vector<Step> StepsOf(const std::string& text) {
-    std::vector<Step> steps;
+std::vector<PathStep> StepsOf(const std::string& text) {
+    std::vector<PathStep> steps;
     std::istringstream in(text + ".");
     bool good = true;
     for (std::string part; good && std::getline(in, part, '.');) {
@@ -86,7 +86,7 @@ class Walker {
   public:
     Walker(const Map& map, const std::string& text) : i_map(map), i_steps(StepsOf(text)) {}
 
-    Place follow() {
+    MapLocation follow() {
         const Domain& domain = named(i_map.domains);
         if (!current().indices.empty()) {
             throw Failure(EXIT_FINDING, i_path + " is a domain and takes no index");
@@ -95,7 +95,7 @@ class Walker {
         const Group& group = element(groups, true);
         const auto& members = named(next(group.members));
         const Member& member = element(members, members.repeats());
-        Place place{{}, &member, {}, nullptr, nullptr, &groups.said, &members.said};
+        MapLocation place{{}, &member, {}, nullptr, nullptr, &groups.said, &members.said};
         takeWord(*place.member, place.word);
         if (i_step + 1 < i_steps.size()) {
             const auto& fields = named(next(place.member->fields));
@@ -107,7 +107,7 @@ class Walker {
     }
 
   private:
-    Step& current() { return i_steps[i_step]; }
+    PathStep& current() { return i_steps[i_step]; }
 
     template <class List>
     const List& next(const List& list) {
@@ -135,7 +135,7 @@ class Walker {
 
     [[noreturn]] void refuse() const {
         std::string written;
-        for (const Step& step : i_steps) {
+        for (const PathStep& step : i_steps) {
             written += (written.empty() ? "" : ".") + step.name;
         }
         throw Failure(EXIT_FINDING,
@@ -191,14 +191,14 @@ class Walker {
     }
 
     const Map& i_map;
-    std::vector<Step> i_steps;
+    std::vector<PathStep> i_steps;
     std::size_t i_step = 0;
     std::string i_path;
 };
 
 }  // namespace
 
-Place FollowPath(const Map& map, const std::string& text) {
+MapLocation ResolvePath(const Map& map, const std::string& text) {
     return Walker(map, text).follow();
 }
 

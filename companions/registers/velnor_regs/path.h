@@ -9,7 +9,7 @@
 namespace regs {
 
 /** What a path leads to; it points into the map. */
-struct Place {
+struct MapLocation {
     /** As the code reads: a group always with its instance, a member only where it repeats. */
     std::string path;
     const Member* member;
@@ -32,6 +32,6 @@ struct Place {
  *
  * Throws Failure: for what is no path, and for one that leads nowhere, with the nearest ones.
  */
-Place FollowPath(const Map& map, const std::string& text);
+MapLocation ResolvePath(const Map& map, const std::string& text);
 
 }  // namespace regs

@@ -80,7 +80,7 @@ void AddFact(const char* name, const std::string& text, Answer& answer) {
 }
 
 /** Adds the fields to the rows and to the letters of the bits; gives the bits that they take. */
-std::uint32_t AddFields(const Place& place, const std::optional<std::uint32_t>& value,
+std::uint32_t AddFields(const MapLocation& place, const std::optional<std::uint32_t>& value,
                         Answer& answer, std::string& letters) {
     std::uint32_t named = 0;
     for (const auto& series : place.member->fields) {
@@ -110,7 +110,7 @@ std::uint32_t AddFields(const Place& place, const std::optional<std::uint32_t>& 
 
 }  // namespace
 
-Answer DescribeWord(const std::string& design, const Place& place,
+Answer DescribeWord(const std::string& design, const MapLocation& place,
                     const std::optional<std::uint32_t>& value) {
     Answer answer;
     answer.subject = "fields";
@@ -139,12 +139,12 @@ Answer DescribeWord(const std::string& design, const Place& place,
 
 Answer Show(const Request& request) {
     const Map map = OpenMap(request.design, nullptr);
-    return DescribeWord(request.design, FollowPath(map, request.operands[0]), {});
+    return DescribeWord(request.design, ResolvePath(map, request.operands[0]), {});
 }
 
 Answer Decode(const Request& request) {
     const Map map = OpenMap(request.design, nullptr);
-    return DescribeWord(request.design, FollowPath(map, request.operands[0]),
+    return DescribeWord(request.design, ResolvePath(map, request.operands[0]),
                         static_cast<std::uint32_t>(NumberOf(request.operands[1], UINT32_MAX)));
 }
 

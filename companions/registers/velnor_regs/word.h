@@ -11,7 +11,7 @@ namespace regs {
  * The word that the path leads to, as a row of bits with its fields, and with their values where
  * the whole word's value is given. Of a path that ends at a field, that field alone.
  */
-Answer DescribeWord(const std::string& design, const Place& place,
+Answer DescribeWord(const std::string& design, const MapLocation& place,
                     const std::optional<std::uint32_t>& value);
 
 }  // namespace regs

@@ -33,13 +33,13 @@ FlashPage UnpackPage(const std::vector<uint8_t>& body) {
 
 }  // namespace
 
-Outcome Conversation::take(uint8_t byte) {
-    i_whereabouts.follow(i_reader.begun());
+ByteResult Conversation::take(uint8_t byte) {
+    i_position.follow(i_reader.begun());
     const std::optional<Frame> frame = i_reader.push(byte);
     if (!frame) {
         return {};
     }
-    i_whereabouts.over();
+    i_position.endMessage();
     noteDroppedBytes();
     return handle(*frame);
 }
@@ -52,8 +52,8 @@ void Conversation::noteDroppedBytes() {
     }
 }
 
-Outcome Conversation::handle(const Frame& frame) {
-    Outcome outcome;
+ByteResult Conversation::handle(const Frame& frame) {
+    ByteResult outcome;
     outcome.complete = true;
     switch (frame.id) {
         case ID_UPGRADE_BEGIN:
@@ -69,7 +69,7 @@ Outcome Conversation::handle(const Frame& frame) {
             outcome.upgraded = end();
             break;
         default:
-            ++i_tally.unknown;
+            ++i_counts.unknown;
             i_journal.finding("message of unknown id " + std::to_string(frame.id));
             break;
     }
@@ -78,28 +78,28 @@ Outcome Conversation::handle(const Frame& frame) {
 
 void Conversation::begin() {
     close();
-    ++i_tally.begins;
+    ++i_counts.begins;
     i_journal.trace("host begins an upgrade");
     i_flash.erase();
     i_open = true;
     i_fits = false;
-    i_whereabouts.begin();
+    i_position.begin();
 }
 
 PageResult Conversation::judge(const FlashPage& page) {
     const PageResult result = i_flash.program(page);
-    const bool good = result == PageResult::e_Good;
-    ++(good ? i_tally.goodPages : i_tally.badPages);
+    const bool good = result == PageResult::Good;
+    ++(good ? i_counts.goodPages : i_counts.badPages);
     if (!good) {
         i_journal.finding("page " + std::to_string(page.number) + ": " + ResultName(result));
     }
     return result;
 }
 
-Answer Conversation::page(const std::vector<uint8_t>& body) {
-    ++i_tally.pages;
+PageAnswer Conversation::page(const std::vector<uint8_t>& body) {
+    ++i_counts.pages;
     const FlashPage page = UnpackPage(body);
-    const unsigned attempt = i_whereabouts.attempt();
+    const unsigned attempt = i_position.attempt();
     const PageResult result = judge(page);
     if (i_journal.tracing()) {
         i_journal.trace("host sends page " + std::to_string(page.number) + ", attempt " +
@@ -110,7 +110,7 @@ Answer Conversation::page(const std::vector<uint8_t>& body) {
 }
 
 void Conversation::info(const std::vector<uint8_t>& body) {
-    ++i_tally.infos;
+    ++i_counts.infos;
     if (body.size() != INFO_SIZE) {
         i_journal.finding("upgrade information of " + std::to_string(body.size()) + " bytes");
         return;
@@ -130,11 +130,11 @@ void Conversation::info(const std::vector<uint8_t>& body) {
 }
 
 bool Conversation::end() {
-    ++i_tally.ends;
+    ++i_counts.ends;
     i_journal.trace("host ends the upgrade");
     const bool upgraded = i_open && i_fits;
     if (upgraded) {
-        ++i_tally.upgrades;
+        ++i_counts.upgrades;
         i_journal.event("upgrade complete, " + std::to_string(i_flash.pages()) +
                         " pages, checksum " + Hex(i_checksum));
     } else {
@@ -156,13 +156,13 @@ void Conversation::breakOff(const char* why) {
 
 void Conversation::forget() {
     i_reader.restart();
-    i_whereabouts.over();
+    i_position.endMessage();
 }
 
-void Conversation::welcome() {
+void Conversation::restart() {
     breakOff("another host has come");
     close();
-    i_whereabouts = {};
+    i_position = {};
 }
 
 void Conversation::close() {

@@ -8,28 +8,28 @@
 #include "companions/simulator/controller/flash.h"
 #include "companions/simulator/controller/frame.h"
 #include "companions/simulator/controller/journal.h"
-#include "companions/simulator/controller/whereabouts.h"
+#include "companions/simulator/controller/protocolposition.h"
 
 namespace controller {
 
 /** An answer on its way to the host, and what it answers: the page and the attempt at it. */
-struct Answer {
+struct PageAnswer {
     uint16_t page = 0;
     unsigned attempt = 0;
     std::vector<uint8_t> bytes;
 };
 
 /** What one byte of the host leads to. */
-struct Outcome {
+struct ByteResult {
     /** The byte completed a message. */
     bool complete = false;
-    std::optional<Answer> answer;
+    std::optional<PageAnswer> answer;
     /** The byte completed an upgrade whose pages all fit. */
     bool upgraded = false;
 };
 
 /** How often each thing happened. */
-struct Tally {
+struct Counts {
     unsigned begins = 0;
     unsigned pages = 0;
     unsigned infos = 0;
@@ -56,22 +56,22 @@ class Conversation {
         : i_flash(flash), i_journal(journal), i_expectedChecksum(expectedChecksum) {}
 
     /** Takes one byte of the host. */
-    Outcome take(uint8_t byte);
+    ByteResult take(uint8_t byte);
 
     /** Where the host's next byte belongs, now that it is on offer. */
-    std::optional<Place> placeOnOffer() {
-        i_whereabouts.follow(i_reader.begun());
-        return i_whereabouts.place();
+    std::optional<BytePosition> placeOnOffer() {
+        i_position.follow(i_reader.begun());
+        return i_position.place();
     }
     /** The place behind the message that was completed last. */
-    std::optional<Place> placeBehind() const { return i_whereabouts.behind(); }
+    std::optional<BytePosition> placeAfterMessage() const { return i_position.afterMessage(); }
     /** Notes a byte that the host will read. */
-    void noteOffered(uint8_t byte) { i_whereabouts.offered(byte); }
+    void noteOffered(uint8_t byte) { i_position.offered(byte); }
     /** Notes that it will not read the rest of what was on its way. */
-    void noteAnswersLost() { i_whereabouts.answersLost(); }
+    void noteAnswersLost() { i_position.answersLost(); }
 
     /** A host starts from the beginning: whatever was open is broken off. */
-    void welcome();
+    void restart();
     /** Gives up a message that was begun: its rest will not come. */
     void breakOff(const char* why);
     /** The same where the controller is to blame: no finding. */
@@ -79,14 +79,14 @@ class Conversation {
     /** Notes a transfer that was begun and not ended as a finding; for the end of a session. */
     void close();
 
-    const Tally& tally() const { return i_tally; }
+    const Counts& counts() const { return i_counts; }
     /** The checksum of the last upgrade information. */
     uint16_t checksum() const { return i_checksum; }
 
   private:
-    Outcome handle(const Frame& frame);
+    ByteResult handle(const Frame& frame);
     void begin();
-    Answer page(const std::vector<uint8_t>& body);
+    PageAnswer page(const std::vector<uint8_t>& body);
     void info(const std::vector<uint8_t>& body);
     bool end();
     void noteDroppedBytes();
@@ -97,13 +97,13 @@ class Conversation {
     std::optional<uint16_t> i_expectedChecksum;
     FrameReader i_reader;
     size_t i_droppedBytes = 0;
-    Tally i_tally;
+    Counts i_counts;
 
     // The present transfer.
     bool i_open = false;
     bool i_fits = false;
     uint16_t i_checksum = 0;
-    Whereabouts i_whereabouts;
+    ProtocolPosition i_position;
 };
 
 }  // namespace controller

@@ -30,8 +30,8 @@ Bytes PageBody(uint16_t number, uint8_t fill) {
 class ConversationTest : public testing::Test {
   protected:
     /** What the last byte of the message led to; none before it may lead to anything. */
-    Outcome say(uint16_t id, const Bytes& body = {}) {
-        Outcome outcome;
+    ByteResult say(uint16_t id, const Bytes& body = {}) {
+        ByteResult outcome;
         const Bytes frame = PackFrame(id, body);
         for (const uint8_t byte : frame) {
             EXPECT_FALSE(outcome.answer.has_value() || outcome.upgraded);
@@ -42,7 +42,7 @@ class ConversationTest : public testing::Test {
 
     /** The result byte that a page is answered with. */
     int verdict(const Bytes& pageBody) {
-        const Outcome outcome = say(ID_FLASH_PAGE, pageBody);
+        const ByteResult outcome = say(ID_FLASH_PAGE, pageBody);
         return outcome.answer ? outcome.answer->bytes.back() : -1;
     }
 
@@ -68,7 +68,7 @@ TEST_F(ConversationTest, AnswersTheSameFrameWhateverTheVerdict) {
     say(ID_UPGRADE_BEGIN);
     Bytes spoilt = PageBody(0, 7);
     spoilt[2] ^= 1;
-    const Outcome outcome = say(ID_FLASH_PAGE, spoilt);
+    const ByteResult outcome = say(ID_FLASH_PAGE, spoilt);
     ASSERT_TRUE(outcome.answer);
     EXPECT_THAT(outcome.answer->bytes, ElementsAre(2, 0xDC, 0x2E, 0xA6, 0, 0, 0, 9, 1));
     EXPECT_THAT(i_out.str(), HasSubstr("finding: page 0: bad CRC\n"));
@@ -78,18 +78,18 @@ TEST_F(ConversationTest, CountsTheSendsOfAPage) {
     say(ID_UPGRADE_BEGIN);
     EXPECT_EQ(say(ID_FLASH_PAGE, PageBody(0, 7)).answer->attempt, 1U);
     EXPECT_EQ(say(ID_FLASH_PAGE, PageBody(0, 7)).answer->attempt, 2U);
-    const Outcome next = say(ID_FLASH_PAGE, PageBody(1, 7));
+    const ByteResult next = say(ID_FLASH_PAGE, PageBody(1, 7));
     EXPECT_EQ(next.answer->attempt, 1U);
     EXPECT_EQ(next.answer->page, 1);
-    EXPECT_EQ(i_conversation.tally().goodPages, 3U);
+    EXPECT_EQ(i_conversation.counts().goodPages, 3U);
 }
 
 TEST_F(ConversationTest, DistrustsAPageThatContradictsItself) {
     say(ID_UPGRADE_BEGIN);
     Bytes wrongCount = PageBody(0, 7);
     wrongCount[7] = 1;
-    EXPECT_EQ(verdict(wrongCount), static_cast<int>(PageResult::e_BadSize));
-    EXPECT_EQ(verdict({0, 0}), static_cast<int>(PageResult::e_BadSize));
+    EXPECT_EQ(verdict(wrongCount), static_cast<int>(PageResult::BadSize));
+    EXPECT_EQ(verdict({0, 0}), static_cast<int>(PageResult::BadSize));
 }
 
 struct EndCase {
@@ -116,7 +116,7 @@ TEST_F(ConversationTest, CompletesNothingThatDoesNotFit) {
     }
     say(ID_UPGRADE_BEGIN);
     EXPECT_FALSE(say(ID_UPGRADE_END).upgraded) << "no information";
-    EXPECT_EQ(i_conversation.tally().upgrades, 0U);
+    EXPECT_EQ(i_conversation.counts().upgrades, 0U);
 }
 
 TEST_F(ConversationTest, NotesWhatWasBrokenOff) {
@@ -128,7 +128,7 @@ TEST_F(ConversationTest, NotesWhatWasBrokenOff) {
     i_conversation.close();
     EXPECT_THAT(i_out.str(), HasSubstr("finding: upgrade broken off behind page count 1\n"));
     say(9999);
-    EXPECT_EQ(i_conversation.tally().unknown, 1U);
+    EXPECT_EQ(i_conversation.counts().unknown, 1U);
     EXPECT_EQ(i_journal.findings(), 3U);
 }
 

@@ -6,18 +6,18 @@ namespace controller {
 
 namespace {
 
-bool SameBytePlace(const Place& a, const Place& b) {
+bool SameBytePlace(const BytePosition& a, const BytePosition& b) {
     return a.message == b.message && a.page == b.page && a.attempt == b.attempt && a.byte == b.byte;
 }
 
-bool IsOf(const Fault& fault, const Answer& answer) {
-    return ScopeOf(fault.kind) == FaultScope::e_Answer && fault.place.page == answer.page &&
+bool IsOf(const Fault& fault, const PageAnswer& answer) {
+    return ScopeOf(fault.kind) == FaultScope::Answer && fault.place.page == answer.page &&
            fault.place.attempt == answer.attempt;
 }
 
 /** A fault that takes effect on the way to the host, not in the bytes themselves. */
 bool IsStep(FaultKind kind) {
-    return kind >= FaultKind::e_Late;
+    return kind >= FaultKind::Late;
 }
 
 void PutNumber(std::vector<uint8_t>& bytes, size_t offset, size_t size, uint32_t number) {
@@ -31,31 +31,31 @@ void PutLength(std::vector<uint8_t>& bytes, uint32_t length) {
 }
 
 /** False where there is nothing to spoil. The header is there until something is cut. */
-bool Spoil(std::vector<uint8_t>& bytes, FaultKind kind, uint32_t value) {
+bool Corrupt(std::vector<uint8_t>& bytes, FaultKind kind, uint32_t value) {
     switch (kind) {
-        case FaultKind::e_Body:
+        case FaultKind::Body:
             bytes.resize(HEADER_SIZE + value, 0);
             PutLength(bytes, static_cast<uint32_t>(bytes.size()));
             return true;
-        case FaultKind::e_Result:
+        case FaultKind::Result:
             if (bytes.size() == HEADER_SIZE) {
                 return false;
             }
             bytes[HEADER_SIZE] = static_cast<uint8_t>(value);
             return true;
-        case FaultKind::e_Id:
+        case FaultKind::Id:
             PutNumber(bytes, ID_OFFSET, 2, value);
             return true;
-        case FaultKind::e_Lead:
+        case FaultKind::Lead:
             PutNumber(bytes, 0, 2, value);
             return true;
-        case FaultKind::e_Length:
+        case FaultKind::Length:
             PutLength(bytes, value);
             return true;
-        case FaultKind::e_Extra:
+        case FaultKind::Extra:
             bytes.resize(bytes.size() + value, 0);
             return true;
-        case FaultKind::e_Cut: {
+        case FaultKind::Cut: {
             const bool longer = bytes.size() > value;
             bytes.resize(longer ? value : bytes.size());
             return longer;
@@ -67,28 +67,30 @@ bool Spoil(std::vector<uint8_t>& bytes, FaultKind kind, uint32_t value) {
 }
 
 /** The step in front of the byte at `position`, or for it, that this fault makes; if it does. */
-std::optional<Step> StepAt(const Fault& fault, size_t position, size_t first, size_t size) {
+std::optional<AnswerStep> StepAt(const Fault& fault, size_t position, size_t first, size_t size) {
     const uint32_t value = fault.value.value_or(0);
     const bool here = fault.place.byte == position && position < size;
     switch (fault.kind) {
-        case FaultKind::e_Late:
-            return here ? std::optional<Step>({Step::Kind::e_Wait, value, &fault}) : std::nullopt;
-        case FaultKind::e_Overrun:
-            return here ? std::optional<Step>({Step::Kind::e_Lose, 0, &fault}) : std::nullopt;
+        case FaultKind::Late:
+            return here ? std::optional<AnswerStep>({AnswerStep::Kind::Wait, value, &fault})
+                        : std::nullopt;
+        case FaultKind::Overrun:
+            return here ? std::optional<AnswerStep>({AnswerStep::Kind::Lose, 0, &fault})
+                        : std::nullopt;
         default:
             return value <= size && std::max<size_t>(value, first) == position
-                       ? std::optional<Step>({Step::Kind::e_Die, 0, &fault})
+                       ? std::optional<AnswerStep>({AnswerStep::Kind::Die, 0, &fault})
                        : std::nullopt;
     }
 }
 
 }  // namespace
 
-std::vector<Step> FaultlessSteps(const std::vector<uint8_t>& bytes) {
-    std::vector<Step> steps;
+std::vector<AnswerStep> FaultlessSteps(const std::vector<uint8_t>& bytes) {
+    std::vector<AnswerStep> steps;
     steps.reserve(bytes.size());
     for (const uint8_t byte : bytes) {
-        steps.push_back({Step::Kind::e_Offer, byte, nullptr});
+        steps.push_back({AnswerStep::Kind::Offer, byte, nullptr});
     }
     return steps;
 }
@@ -101,7 +103,7 @@ FaultPlan::FaultPlan(const Schedule& schedule, Journal& journal) : i_journal(jou
                      [](const Entry& a, const Entry& b) { return a.fault.kind < b.fault.kind; });
 }
 
-void FaultPlan::tell(const Fault& fault) {
+void FaultPlan::report(const Fault& fault) {
     for (Entry& entry : i_entries) {
         if (&entry.fault == &fault && !entry.acted) {
             entry.acted = true;
@@ -110,28 +112,28 @@ void FaultPlan::tell(const Fault& fault) {
     }
 }
 
-const Fault* FaultPlan::next(const Place& place) {
+const Fault* FaultPlan::next(const BytePosition& place) {
     for (const Entry& entry : i_entries) {
-        if (!entry.acted && ScopeOf(entry.fault.kind) == FaultScope::e_HostByte &&
+        if (!entry.acted && ScopeOf(entry.fault.kind) == FaultScope::HostByte &&
             SameBytePlace(entry.fault.place, place)) {
-            tell(entry.fault);
+            report(entry.fault);
             return &entry.fault;
         }
     }
     return nullptr;
 }
 
-void FaultPlan::applyTo(std::vector<uint8_t>& bytes, const Answer& answer) {
+void FaultPlan::applyTo(std::vector<uint8_t>& bytes, const PageAnswer& answer) {
     for (const Entry& entry : i_entries) {
         const Fault& fault = entry.fault;
         if (!entry.acted && IsOf(fault, answer) && !IsStep(fault.kind) &&
-            Spoil(bytes, fault.kind, fault.value.value_or(0))) {
-            tell(fault);
+            Corrupt(bytes, fault.kind, fault.value.value_or(0))) {
+            report(fault);
         }
     }
 }
 
-std::vector<const Fault*> FaultPlan::stepFaults(const Answer& answer) {
+std::vector<const Fault*> FaultPlan::stepFaults(const PageAnswer& answer) {
     std::vector<const Fault*> faults;
     for (const Entry& entry : i_entries) {
         if (!entry.acted && IsOf(entry.fault, answer) && IsStep(entry.fault.kind)) {
@@ -143,19 +145,19 @@ std::vector<const Fault*> FaultPlan::stepFaults(const Answer& answer) {
     return faults;
 }
 
-std::vector<Step> FaultPlan::answer(const Answer& answer, size_t early) {
+std::vector<AnswerStep> FaultPlan::answer(const PageAnswer& answer, size_t early) {
     std::vector<uint8_t> bytes = answer.bytes;
     applyTo(bytes, answer);
     const std::vector<const Fault*> faults = stepFaults(answer);
     const size_t first = std::min(early, bytes.size());
-    std::vector<Step> steps;
+    std::vector<AnswerStep> steps;
     steps.reserve(bytes.size() + faults.size());
     for (size_t i = first; i <= bytes.size(); ++i) {
-        Step byte;
+        AnswerStep byte;
         byte.value = i < bytes.size() ? bytes[i] : 0;
         for (const Fault* fault : faults) {
-            const std::optional<Step> step = StepAt(*fault, i, first, bytes.size());
-            if (step && step->kind == Step::Kind::e_Lose) {
+            const std::optional<AnswerStep> step = StepAt(*fault, i, first, bytes.size());
+            if (step && step->kind == AnswerStep::Kind::Lose) {
                 byte.kind = step->kind;
                 byte.cause = fault;
             } else if (step) {
@@ -176,13 +178,13 @@ const Fault* FaultPlan::ofRun(FaultKind kind) {
     if (found == i_entries.end()) {
         return nullptr;
     }
-    tell(found->fault);
+    report(found->fault);
     return &found->fault;
 }
 
 std::optional<uint32_t> FaultPlan::appearsOnPoll() const {
     for (const Entry& entry : i_entries) {
-        if (entry.fault.kind == FaultKind::e_Appear) {
+        if (entry.fault.kind == FaultKind::Appear) {
             return entry.fault.value;
         }
     }

@@ -12,19 +12,19 @@
 namespace controller {
 
 /** One step of giving an answer. */
-struct Step {
+struct AnswerStep {
     enum class Kind {
         /** A byte goes to the host. */
-        e_Offer,
+        Offer,
         /** A byte is written and never offered: the next one takes its place. */
-        e_Lose,
+        Lose,
         /** Nothing for so many milliseconds, from when the next byte could have gone. */
-        e_Wait,
+        Wait,
         /** The controller dies. */
-        e_Die,
+        Die,
     };
 
-    Kind kind = Kind::e_Offer;
+    Kind kind = Kind::Offer;
     /** The byte, or milliseconds. */
     uint32_t value = 0;
     /** To be told when the step is taken; null for the step of a faultless answer. */
@@ -32,7 +32,7 @@ struct Step {
 };
 
 /** The steps that give these bytes without a fault. */
-std::vector<Step> FaultlessSteps(const std::vector<uint8_t>& bytes);
+std::vector<AnswerStep> FaultlessSteps(const std::vector<uint8_t>& bytes);
 
 /**
  * A schedule in use: what the controller is to do wrong now, each fault once, those of a whole run
@@ -47,16 +47,16 @@ class FaultPlan {
     /** The controller is without fault. */
     bool empty() const { return i_entries.empty(); }
     /** The next fault at this byte of the host, which acts now; null when no more are left. */
-    const Fault* next(const Place& place);
+    const Fault* next(const BytePosition& place);
     /** What becomes of an answer whose first `early` bytes have gone out in front of it. */
-    std::vector<Step> answer(const Answer& answer, size_t early);
+    std::vector<AnswerStep> answer(const PageAnswer& answer, size_t early);
     /** The fault of this kind that holds for the whole run, which acts now; null if there is none.
      */
     const Fault* ofRun(FaultKind kind);
     /** On which presence poll of the host the controller is to be there first. */
     std::optional<uint32_t> appearsOnPoll() const;
     /** Says that a fault acts. */
-    void tell(const Fault& fault);
+    void report(const Fault& fault);
 
   private:
     struct Entry {
@@ -64,8 +64,8 @@ class FaultPlan {
         bool acted = false;
     };
 
-    void applyTo(std::vector<uint8_t>& bytes, const Answer& answer);
-    std::vector<const Fault*> stepFaults(const Answer& answer);
+    void applyTo(std::vector<uint8_t>& bytes, const PageAnswer& answer);
+    std::vector<const Fault*> stepFaults(const PageAnswer& answer);
 
     Journal& i_journal;
     /** In the order of kinds, which is the order of acting. */

@@ -31,22 +31,22 @@ void Flash::erase() {
 
 PageResult Flash::judge(const FlashPage& page) const {
     if (!i_erased) {
-        return PageResult::e_NotBegun;
+        return PageResult::NotBegun;
     }
     if (page.data.size() != PAGE_SIZE) {
-        return PageResult::e_BadSize;
+        return PageResult::BadSize;
     }
     if (page.crc != PageCrc(page.data)) {
-        return PageResult::e_BadCrc;
+        return PageResult::BadCrc;
     }
     const bool next = page.number == pages();
     const bool again = page.number + size_t{1} == pages();
-    return next || again ? PageResult::e_Good : PageResult::e_OutOfOrder;
+    return next || again ? PageResult::Good : PageResult::OutOfOrder;
 }
 
 PageResult Flash::program(const FlashPage& page) {
     const PageResult result = judge(page);
-    if (result == PageResult::e_Good) {
+    if (result == PageResult::Good) {
         i_bytes.resize((size_t{page.number} + 1) * PAGE_SIZE);
         std::copy(page.data.begin(), page.data.end(), i_bytes.end() - PAGE_SIZE);
     }

@@ -19,11 +19,11 @@ struct FlashPage {
 
 /** The verdict on a page; the value is the result byte of the answer, and only 0 is good. */
 enum class PageResult : uint8_t {
-    e_Good = 0,
-    e_BadCrc = 1,
-    e_OutOfOrder = 2,
-    e_BadSize = 3,
-    e_NotBegun = 4,
+    Good = 0,
+    BadCrc = 1,
+    OutOfOrder = 2,
+    BadSize = 3,
+    NotBegun = 4,
 };
 
 const char* ResultName(PageResult result);

@@ -34,13 +34,13 @@ TEST(PageCrc, HasTheKnownCheckValues) {
 
 TEST(Flash, KeepsPagesInOrderOnly) {
     Flash flash;
-    EXPECT_EQ(flash.program(GoodPage(0, 1)), PageResult::e_NotBegun);
+    EXPECT_EQ(flash.program(GoodPage(0, 1)), PageResult::NotBegun);
     flash.erase();
-    EXPECT_EQ(flash.program(GoodPage(1, 1)), PageResult::e_OutOfOrder);
-    EXPECT_EQ(flash.program(GoodPage(0, 1)), PageResult::e_Good);
-    EXPECT_EQ(flash.program(GoodPage(1, 2)), PageResult::e_Good);
-    EXPECT_EQ(flash.program(GoodPage(0, 3)), PageResult::e_OutOfOrder);
-    EXPECT_EQ(flash.program(GoodPage(3, 3)), PageResult::e_OutOfOrder);
+    EXPECT_EQ(flash.program(GoodPage(1, 1)), PageResult::OutOfOrder);
+    EXPECT_EQ(flash.program(GoodPage(0, 1)), PageResult::Good);
+    EXPECT_EQ(flash.program(GoodPage(1, 2)), PageResult::Good);
+    EXPECT_EQ(flash.program(GoodPage(0, 3)), PageResult::OutOfOrder);
+    EXPECT_EQ(flash.program(GoodPage(3, 3)), PageResult::OutOfOrder);
     EXPECT_EQ(flash.size(), 2 * PAGE_SIZE);
     flash.erase();
     EXPECT_EQ(flash.pages(), 0U);
@@ -54,8 +54,8 @@ TEST(Flash, RefusesSpoiltPages) {
     FlashPage shortPage = GoodPage(0, 1);
     shortPage.data.pop_back();
     shortPage.crc = PageCrc(shortPage.data);
-    EXPECT_EQ(flash.program(wrongCrc), PageResult::e_BadCrc);
-    EXPECT_EQ(flash.program(shortPage), PageResult::e_BadSize);
+    EXPECT_EQ(flash.program(wrongCrc), PageResult::BadCrc);
+    EXPECT_EQ(flash.program(shortPage), PageResult::BadSize);
     EXPECT_EQ(flash.pages(), 0U);
 }
 
@@ -64,7 +64,7 @@ TEST(Flash, SavesTheLastVersionOfARepeatedPage) {
     flash.erase();
     flash.program(GoodPage(0, 'a'));
     flash.program(GoodPage(1, 'b'));
-    EXPECT_EQ(flash.program(GoodPage(1, 'c')), PageResult::e_Good);
+    EXPECT_EQ(flash.program(GoodPage(1, 'c')), PageResult::Good);
     const std::string name = testing::TempDir() + "flash_test." + std::to_string(getpid());
     ASSERT_TRUE(flash.save(name));
     std::ifstream file(name, std::ios::binary);

@@ -37,7 +37,7 @@ void CatchSignals() {
 }
 
 /** Looks at nothing until it is time to appear. */
-void StayAway(std::chrono::milliseconds time) {
+void DelayAppearance(std::chrono::milliseconds time) {
     Pacer pacer;
     const auto end = Pacer::Clock::now() + time;
     while (stopRequested == 0 && Pacer::Clock::now() < end) {
@@ -66,7 +66,7 @@ Session::Time Now(const FaultPlan& plan) {
 
 void Serve(Session& session, const FaultPlan& plan, Journal& journal, const Settings& settings) {
     Pacer pacer;
-    while (stopRequested == 0 && !(settings.once && session.over())) {
+    while (stopRequested == 0 && !(settings.once && session.finished())) {
         if (session.poll(Now(plan))) {
             pacer.busy();
             continue;
@@ -83,16 +83,16 @@ void Serve(Session& session, const FaultPlan& plan, Journal& journal, const Sett
 
 Report Summary(const Flash& flash, const Conversation& conversation, const Session& session,
                const Journal& journal) {
-    const Tally& tally = conversation.tally();
+    const Counts& counts = conversation.counts();
     return {
         {"flash pages", flash.pages()},        {"flash bytes", flash.size()},
         {"checksum", conversation.checksum()}, {"revision", session.revision()},
 
-        {"resets", session.resets()},          {"begin messages", tally.begins},
-        {"page messages", tally.pages},        {"info messages", tally.infos},
-        {"end messages", tally.ends},          {"unknown messages", tally.unknown},
-        {"good pages", tally.goodPages},       {"bad pages", tally.badPages},
-        {"upgrades", tally.upgrades},          {"faults", journal.faults()},
+        {"resets", session.resets()},          {"begin messages", counts.begins},
+        {"page messages", counts.pages},       {"info messages", counts.infos},
+        {"end messages", counts.ends},         {"unknown messages", counts.unknown},
+        {"good pages", counts.goodPages},      {"bad pages", counts.badPages},
+        {"upgrades", counts.upgrades},         {"faults", journal.faults()},
         {"findings", journal.findings()},
     };
 }
@@ -118,14 +118,14 @@ int Run(const Settings& settings) {
     auto* words =
         reinterpret_cast<uint32_t*>(static_cast<char*>(region.address()) + MAILBOX_OFFSET);
     FaultPlan plan(settings.faults, journal);
-    Session session(MailboxPort(words), conversation, plan, journal, settings.manners,
+    Session session(MailboxPort(words), conversation, plan, journal, settings.behaviour,
                     [&] { Save(flash, journal, settings.flashFile); });
     if (!plan.empty()) {
         journal.event("faults " + ScheduleText(settings.faults));
     }
     session.clear();
     journal.event("waiting at " + settings.object);
-    StayAway(Absence(settings, plan));
+    DelayAppearance(Absence(settings, plan));
     if (stopRequested == 0) {
         session.announce();
         Serve(session, plan, journal, settings);

@@ -4,11 +4,11 @@
 
 namespace controller {
 
-void Outbox::queue(const std::vector<Step>& steps) {
+void Outbox::queue(const std::vector<AnswerStep>& steps) {
     i_steps.insert(i_steps.end(), steps.begin(), steps.end());
 }
 
-void Outbox::queue(const Answer& answer) {
+void Outbox::queue(const PageAnswer& answer) {
     queue(i_plan.answer(answer, i_early));
     i_early = 0;
 }
@@ -18,7 +18,7 @@ void Outbox::queueUnasked(uint8_t result) {
 }
 
 void Outbox::queueEarly(size_t bytes) {
-    std::vector<uint8_t> answer = PackResult(static_cast<uint8_t>(PageResult::e_Good));
+    std::vector<uint8_t> answer = PackResult(static_cast<uint8_t>(PageResult::Good));
     answer.resize(bytes);
     queue(FaultlessSteps(answer));
     i_early = bytes;
@@ -28,11 +28,11 @@ bool Outbox::offer(Time now) {
     bool active = false;
     bool offered = false;
     while (!i_dead && !i_steps.empty() &&
-           (i_steps.front().kind == Step::Kind::e_Die || (!offered && mayOffer(now)))) {
-        const Step step = i_steps.front();
+           (i_steps.front().kind == AnswerStep::Kind::Die || (!offered && mayOffer(now)))) {
+        const AnswerStep step = i_steps.front();
         i_steps.pop_front();
         carryOut(step, now);
-        offered = step.kind == Step::Kind::e_Offer;
+        offered = step.kind == AnswerStep::Kind::Offer;
         active = true;
     }
     return active;
@@ -46,25 +46,25 @@ bool Outbox::mayOffer(Time now) {
     return i_directionNew || i_port.read(MAILBOX_RX_FLAG) == RX_BYTE_TAKEN;
 }
 
-void Outbox::carryOut(const Step& step, Time now) {
+void Outbox::carryOut(const AnswerStep& step, Time now) {
     if (step.cause != nullptr) {
-        i_plan.tell(*step.cause);
+        i_plan.report(*step.cause);
     }
     const auto byte = static_cast<uint8_t>(step.value);
     switch (step.kind) {
-        case Step::Kind::e_Offer:
+        case AnswerStep::Kind::Offer:
             i_port.write(MAILBOX_RX_DATA, byte);
             i_port.write(MAILBOX_RX_FLAG, RX_BYTE_OFFERED);
             i_directionNew = false;
             i_conversation.noteOffered(byte);
             break;
-        case Step::Kind::e_Lose:
+        case AnswerStep::Kind::Lose:
             i_port.write(MAILBOX_RX_DATA, byte);
             break;
-        case Step::Kind::e_Wait:
+        case AnswerStep::Kind::Wait:
             i_offerAt = now + Time(step.value);
             break;
-        case Step::Kind::e_Die:
+        case AnswerStep::Kind::Die:
             i_dead = true;
             break;
     }

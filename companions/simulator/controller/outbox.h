@@ -27,7 +27,7 @@ class Outbox {
         : i_port(port), i_conversation(conversation), i_plan(plan) {}
 
     /** Puts a whole answer behind what is there. */
-    void queue(const Answer& answer);
+    void queue(const PageAnswer& answer);
     /** The same for one without a fault that answers nothing. */
     void queueUnasked(uint8_t result);
     /** The same for the beginning of a good one, which the next answer will lack. */
@@ -46,15 +46,15 @@ class Outbox {
     void drop();
 
   private:
-    void queue(const std::vector<Step>& steps);
+    void queue(const std::vector<AnswerStep>& steps);
     bool mayOffer(Time now);
-    void carryOut(const Step& step, Time now);
+    void carryOut(const AnswerStep& step, Time now);
 
     MailboxPort i_port;
     Conversation& i_conversation;
     FaultPlan& i_plan;
 
-    std::deque<Step> i_steps;
+    std::deque<AnswerStep> i_steps;
     /** So many bytes of the next answer have gone out in front of it. */
     size_t i_early = 0;
     std::optional<Time> i_offerAt;

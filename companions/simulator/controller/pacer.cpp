@@ -10,7 +10,7 @@ namespace {
 
 constexpr unsigned SPINS = 5000;
 constexpr std::chrono::milliseconds YIELDING{20};
-constexpr std::chrono::microseconds NAP{100};
+constexpr std::chrono::microseconds SILENCE_POLL_INTERVAL{100};
 
 }  // namespace
 
@@ -25,7 +25,7 @@ std::chrono::milliseconds Pacer::miss() {
     if (quiet < YIELDING) {
         sched_yield();
     } else {
-        std::this_thread::sleep_for(NAP);
+        std::this_thread::sleep_for(SILENCE_POLL_INTERVAL);
     }
     return quiet;
 }

@@ -6,13 +6,13 @@
 #include <iterator>
 #include <sstream>
 
-#include "companions/simulator/controller/dice.h"
+#include "companions/simulator/controller/random.h"
 
 namespace controller {
 
 namespace {
 
-enum class Need { e_None, e_Optional, e_Value };
+enum class Need { None, Optional, Value };
 
 template <uint32_t low, uint32_t high>
 bool Between(uint32_t value) {
@@ -43,38 +43,38 @@ struct Kind {
     unsigned weight;
 };
 
-constexpr auto HOST_BYTE = FaultScope::e_HostByte;
-constexpr auto ANSWER = FaultScope::e_Answer;
-constexpr auto RUN = FaultScope::e_Run;
+constexpr auto HOST_BYTE = FaultScope::HostByte;
+constexpr auto ANSWER = FaultScope::Answer;
+constexpr auto RUN = FaultScope::Run;
 
 /** In the order of FaultKind. */
 constexpr Kind KINDS[] = {
-    {"slow", HOST_BYTE, Need::e_Value, Anything, "milliseconds", false, 6},
-    {"die", HOST_BYTE, Need::e_None, nullptr, "", false, 4},
-    {"reset", HOST_BYTE, Need::e_Optional, Anything, "milliseconds", false, 5},
-    {"state10", HOST_BYTE, Need::e_Value, FitsState10, "1 or 3 to 255", false, 3},
-    {"state7", HOST_BYTE, Need::e_Value, Between<3, 0xFF>, "3 to 255", false, 3},
-    {"unasked", HOST_BYTE, Need::e_Value, Between<0, 0xFF>, "0 to 255", false, 3},
-    {"early", HOST_BYTE, Need::e_Value, Between<1, 9>, "1 to 9", false, 3},
-    {"body", ANSWER, Need::e_Value, Between<0, 0xFFFF>, "0 to 65535", false, 3},
-    {"result", ANSWER, Need::e_Value, Between<0, 0xFF>, "0 to 255", false, 6},
-    {"id", ANSWER, Need::e_Value, Between<0, 0xFFFF>, "0 to 65535", false, 4},
-    {"lead", ANSWER, Need::e_Value, Between<0, 0xFFFF>, "0 to 0xFFFF", true, 4},
-    {"length", ANSWER, Need::e_Value, Anything, "0 to 0xFFFFFFFF", true, 6},
-    {"extra", ANSWER, Need::e_Value, Between<0, 0xFFFF>, "0 to 65535", false, 3},
-    {"cut", ANSWER, Need::e_Value, Anything, "a count of bytes", false, 4},
-    {"silence", ANSWER, Need::e_None, nullptr, "", false, 5},
-    {"late", ANSWER, Need::e_Value, Anything, "milliseconds", false, 6},
-    {"overrun", ANSWER, Need::e_None, nullptr, "", false, 3},
-    {"stop", ANSWER, Need::e_Value, Anything, "a count of bytes", false, 4},
-    {"norearm", RUN, Need::e_None, nullptr, "", false, 3},
-    {"rearm", RUN, Need::e_Value, Anything, "milliseconds", false, 3},
-    {"dirty", RUN, Need::e_Value, FitsDirty, "a mask whose low byte is 0", true, 3},
-    {"appear", RUN, Need::e_Value, Anything, "the number of a poll", false, 2},
-    {"revise", RUN, Need::e_Value, Between<0, 0xFFFF>, "0 to 65535", false, 2},
+    {"slow", HOST_BYTE, Need::Value, Anything, "milliseconds", false, 6},
+    {"die", HOST_BYTE, Need::None, nullptr, "", false, 4},
+    {"reset", HOST_BYTE, Need::Optional, Anything, "milliseconds", false, 5},
+    {"state10", HOST_BYTE, Need::Value, FitsState10, "1 or 3 to 255", false, 3},
+    {"state7", HOST_BYTE, Need::Value, Between<3, 0xFF>, "3 to 255", false, 3},
+    {"unasked", HOST_BYTE, Need::Value, Between<0, 0xFF>, "0 to 255", false, 3},
+    {"early", HOST_BYTE, Need::Value, Between<1, 9>, "1 to 9", false, 3},
+    {"body", ANSWER, Need::Value, Between<0, 0xFFFF>, "0 to 65535", false, 3},
+    {"result", ANSWER, Need::Value, Between<0, 0xFF>, "0 to 255", false, 6},
+    {"id", ANSWER, Need::Value, Between<0, 0xFFFF>, "0 to 65535", false, 4},
+    {"lead", ANSWER, Need::Value, Between<0, 0xFFFF>, "0 to 0xFFFF", true, 4},
+    {"length", ANSWER, Need::Value, Anything, "0 to 0xFFFFFFFF", true, 6},
+    {"extra", ANSWER, Need::Value, Between<0, 0xFFFF>, "0 to 65535", false, 3},
+    {"cut", ANSWER, Need::Value, Anything, "a count of bytes", false, 4},
+    {"silence", ANSWER, Need::None, nullptr, "", false, 5},
+    {"late", ANSWER, Need::Value, Anything, "milliseconds", false, 6},
+    {"overrun", ANSWER, Need::None, nullptr, "", false, 3},
+    {"stop", ANSWER, Need::Value, Anything, "a count of bytes", false, 4},
+    {"norearm", RUN, Need::None, nullptr, "", false, 3},
+    {"rearm", RUN, Need::Value, Anything, "milliseconds", false, 3},
+    {"dirty", RUN, Need::Value, FitsDirty, "a mask whose low byte is 0", true, 3},
+    {"appear", RUN, Need::Value, Anything, "the number of a poll", false, 2},
+    {"revise", RUN, Need::Value, Between<0, 0xFFFF>, "0 to 65535", false, 2},
 };
 
-static_assert(std::size(KINDS) == static_cast<size_t>(FaultKind::e_Revise) + 1);
+static_assert(std::size(KINDS) == static_cast<size_t>(FaultKind::Revise) + 1);
 
 const Kind& KindOf(FaultKind kind) {
     return KINDS[static_cast<size_t>(kind)];
@@ -153,11 +153,11 @@ class FaultParser {
     }
 
     bool noValue() {
-        return kind().need != Need::e_Value || fail(std::string("needs a value, ") + kind().values);
+        return kind().need != Need::Value || fail(std::string("needs a value, ") + kind().values);
     }
 
     bool value(const std::string& text) {
-        if (kind().need == Need::e_None) {
+        if (kind().need == Need::None) {
             return fail("takes no value");
         }
         i_fault.value = ParseNumber(text);
@@ -166,15 +166,15 @@ class FaultParser {
     }
 
     bool noPlace() {
-        return kind().scope == FaultScope::e_Run || fail("needs a place, such as @3.1");
+        return kind().scope == FaultScope::Run || fail("needs a place, such as @3.1");
     }
 
     bool place(const std::string& text) {
-        if (kind().scope == FaultScope::e_Run) {
+        if (kind().scope == FaultScope::Run) {
             return fail("takes no place, it holds for the whole run");
         }
         const std::vector<std::string> parts = Split(text, '.');
-        Place& place = i_fault.place;
+        BytePosition& place = i_fault.place;
         const auto* named =
             std::find_if(std::begin(MESSAGES), std::end(MESSAGES),
                          [&](const MessageBytes& m) { return parts.front() == m.name; });
@@ -185,9 +185,9 @@ class FaultParser {
             return fail("\"" + text + "\" is no place; PAGE.ATTEMPT, PAGE.ATTEMPT.BYTE, " +
                         "begin.BYTE, info.BYTE and end.BYTE are");
         }
-        return kind().scope == FaultScope::e_HostByte ? hostByte()
-                                                      : place.message == HostMessage::e_Page ||
-                                                            fail("belongs to the answer to a page");
+        return kind().scope == FaultScope::HostByte
+                   ? hostByte()
+                   : place.message == HostMessage::Page || fail("belongs to the answer to a page");
     }
 
     bool readPage(const std::vector<std::string>& parts) {
@@ -200,14 +200,14 @@ class FaultParser {
         if (!page || *page > UINT16_MAX || !attempt || *attempt == 0 || !byte) {
             return false;
         }
-        i_fault.place = {HostMessage::e_Page, static_cast<uint16_t>(*page), *attempt, *byte};
+        i_fault.place = {HostMessage::Page, static_cast<uint16_t>(*page), *attempt, *byte};
         return true;
     }
 
     bool readMessage(const std::vector<std::string>& parts, HostMessage message) {
         const auto byte = parts.size() == 2 ? ParseNumber(parts[1]) : std::nullopt;
         i_fault.place = {message, 0, 1, byte.value_or(0)};
-        return byte && message != HostMessage::e_Page;
+        return byte && message != HostMessage::Page;
     }
 
     bool hostByte() {
@@ -233,21 +233,21 @@ std::string NumberText(uint32_t number, bool hexadecimal) {
     return text;
 }
 
-std::string PlaceText(const Place& place) {
+std::string PlaceText(const BytePosition& place) {
     const std::string byte = "." + std::to_string(place.byte);
-    if (place.message != HostMessage::e_Page) {
+    if (place.message != HostMessage::Page) {
         return BytesOf(place.message).name + byte;
     }
     return std::to_string(place.page) + "." + std::to_string(place.attempt) +
            (place.byte == 0 ? "" : byte);
 }
 
-FaultKind RandomKind(Dice& dice) {
+FaultKind RandomKind(Random& random) {
     unsigned total = 0;
     for (const Kind& kind : KINDS) {
         total += kind.weight;
     }
-    unsigned left = dice.below(total);
+    unsigned left = random.below(total);
     size_t i = 0;
     while (left >= KINDS[i].weight) {
         left -= KINDS[i++].weight;
@@ -256,104 +256,104 @@ FaultKind RandomKind(Dice& dice) {
 }
 
 /** Milliseconds around the host's limits, which are two to three seconds and three to four. */
-uint32_t RandomTime(Dice& dice) {
-    return dice.oneOf({0, 1, 500, 1999, 2000, 2001, 2500, 2999, 3000, 3001, 3500, 3999, 4000, 4001,
-                       dice.below(6000)});
+uint32_t RandomTime(Random& random) {
+    return random.oneOf({0, 1, 500, 1999, 2000, 2001, 2500, 2999, 3000, 3001, 3500, 3999, 4000,
+                         4001, random.below(6000)});
 }
 
-uint32_t RandomAnswerValue(Dice& dice, FaultKind kind) {
+uint32_t RandomAnswerValue(Random& random, FaultKind kind) {
     switch (kind) {
-        case FaultKind::e_Body:
-            return dice.oneOf({0, 1, 2, 3, 255, 300});
-        case FaultKind::e_Id:
-            return dice.oneOf({0, 11938, 11939, 11940, 11941, 11942, 11943, 0xFFFF});
-        case FaultKind::e_Lead:
-            return dice.oneOf({0, 0x02DC, 0x02DD, 0x03DC, 0xDC02, 0xFFFF});
-        case FaultKind::e_Length:
-            return dice.oneOf({0, 7, 8, 9, 10, 272, 0x7FFFFFF, 0x8000000, 0x8000001, 0xFFFFFFFF});
-        case FaultKind::e_Extra:
-            return dice.oneOf({1, 2, 7, 8, 9, 17});
-        case FaultKind::e_Cut:
-        case FaultKind::e_Stop:
-            return dice.below(10);
-        case FaultKind::e_Late:
-            return RandomTime(dice);
+        case FaultKind::Body:
+            return random.oneOf({0, 1, 2, 3, 255, 300});
+        case FaultKind::Id:
+            return random.oneOf({0, 11938, 11939, 11940, 11941, 11942, 11943, 0xFFFF});
+        case FaultKind::Lead:
+            return random.oneOf({0, 0x02DC, 0x02DD, 0x03DC, 0xDC02, 0xFFFF});
+        case FaultKind::Length:
+            return random.oneOf({0, 7, 8, 9, 10, 272, 0x7FFFFFF, 0x8000000, 0x8000001, 0xFFFFFFFF});
+        case FaultKind::Extra:
+            return random.oneOf({1, 2, 7, 8, 9, 17});
+        case FaultKind::Cut:
+        case FaultKind::Stop:
+            return random.below(10);
+        case FaultKind::Late:
+            return RandomTime(random);
         default:
-            return dice.oneOf({0, 1, 2, 127, 255});
+            return random.oneOf({0, 1, 2, 127, 255});
     }
 }
 
-uint32_t RandomValue(Dice& dice, FaultKind kind) {
+uint32_t RandomValue(Random& random, FaultKind kind) {
     switch (kind) {
-        case FaultKind::e_Slow:
-        case FaultKind::e_Reset:
-            return RandomTime(dice);
-        case FaultKind::e_State10:
-            return dice.oneOf({1, 3, 36, 255});
-        case FaultKind::e_State7:
-            return dice.oneOf({3, 4, 243, 255});
-        case FaultKind::e_Early:
-            return 1 + dice.below(9);
-        case FaultKind::e_Rearm:
-            return dice.oneOf({0, 1, 1000, dice.below(4000)});
-        case FaultKind::e_Dirty:
-            return dice.oneOf({0x100, 0xFF00, 0xABCDE100, 0xFFFFFF00});
-        case FaultKind::e_Appear:
-            return dice.oneOf({0, 1, 2, 30, 58, 59, 60});
-        case FaultKind::e_Revise:
-            return dice.oneOf({0, 255, 256, 19524, 19525, 19526, 0xFFFF});
+        case FaultKind::Slow:
+        case FaultKind::Reset:
+            return RandomTime(random);
+        case FaultKind::State10:
+            return random.oneOf({1, 3, 36, 255});
+        case FaultKind::State7:
+            return random.oneOf({3, 4, 243, 255});
+        case FaultKind::Early:
+            return 1 + random.below(9);
+        case FaultKind::Rearm:
+            return random.oneOf({0, 1, 1000, random.below(4000)});
+        case FaultKind::Dirty:
+            return random.oneOf({0x100, 0xFF00, 0xABCDE100, 0xFFFFFF00});
+        case FaultKind::Appear:
+            return random.oneOf({0, 1, 2, 30, 58, 59, 60});
+        case FaultKind::Revise:
+            return random.oneOf({0, 255, 256, 19524, 19525, 19526, 0xFFFF});
         default:
-            return RandomAnswerValue(dice, kind);
+            return RandomAnswerValue(random, kind);
     }
 }
 
 /** `last` is the fault in front, null if there is none. */
-Place RandomPage(Dice& dice, uint16_t pages, const Fault* last) {
-    Place place;
-    if (last != nullptr && ScopeOf(last->kind) != FaultScope::e_Run &&
-        last->place.message == HostMessage::e_Page && dice.oneIn(2)) {
+BytePosition RandomPage(Random& random, uint16_t pages, const Fault* last) {
+    BytePosition place;
+    if (last != nullptr && ScopeOf(last->kind) != FaultScope::Run &&
+        last->place.message == HostMessage::Page && random.oneIn(2)) {
         // Where that one sends the host.
         place.page = last->place.page;
         place.attempt = last->place.attempt + 1;
         return place;
     }
     const auto lastPage = static_cast<uint32_t>(pages - 1);
-    place.page =
-        static_cast<uint16_t>(dice.oneOf({0, lastPage, dice.below(pages), dice.below(pages)}));
-    place.attempt = dice.oneIn(12) ? 2 + dice.below(4) : 1;
+    place.page = static_cast<uint16_t>(
+        random.oneOf({0, lastPage, random.below(pages), random.below(pages)}));
+    place.attempt = random.oneIn(12) ? 2 + random.below(4) : 1;
     return place;
 }
 
-Place RandomPlace(Dice& dice, FaultScope scope, uint16_t pages, const Fault* last) {
-    Place place;
-    if (scope == FaultScope::e_HostByte && (pages == 0 || dice.oneIn(6))) {
-        place.message = dice.oneIn(3)   ? HostMessage::e_Begin
-                        : dice.oneIn(2) ? HostMessage::e_Info
-                                        : HostMessage::e_End;
+BytePosition RandomPlace(Random& random, FaultScope scope, uint16_t pages, const Fault* last) {
+    BytePosition place;
+    if (scope == FaultScope::HostByte && (pages == 0 || random.oneIn(6))) {
+        place.message = random.oneIn(3)   ? HostMessage::Begin
+                        : random.oneIn(2) ? HostMessage::Info
+                                          : HostMessage::End;
         const MessageBytes& bytes = BytesOf(place.message);
-        place.byte = bytes.first + dice.below(bytes.end - bytes.first + 1);
+        place.byte = bytes.first + random.below(bytes.end - bytes.first + 1);
         return place;
     }
-    place = RandomPage(dice, std::max<uint16_t>(pages, 1), last);
+    place = RandomPage(random, std::max<uint16_t>(pages, 1), last);
     place.byte =
-        scope == FaultScope::e_Answer
-            ? dice.below(9)
-            : dice.oneOf({0, 1, 3, 4, 7, 8, 9, 10, 11, 12, 270, 271, 272, dice.below(272)});
+        scope == FaultScope::Answer
+            ? random.below(9)
+            : random.oneOf({0, 1, 3, 4, 7, 8, 9, 10, 11, 12, 270, 271, 272, random.below(272)});
     return place;
 }
 
-Fault RandomFault(Dice& dice, uint16_t pages, const Fault* last) {
+Fault RandomFault(Random& random, uint16_t pages, const Fault* last) {
     Fault fault;
-    fault.kind = RandomKind(dice);
+    fault.kind = RandomKind(random);
     const Kind& kind = KindOf(fault.kind);
-    if (kind.need == Need::e_Value || (kind.need == Need::e_Optional && !dice.oneIn(4))) {
-        fault.value = RandomValue(dice, fault.kind);
+    if (kind.need == Need::Value || (kind.need == Need::Optional && !random.oneIn(4))) {
+        fault.value = RandomValue(random, fault.kind);
     }
-    if (kind.scope != FaultScope::e_Run) {
-        fault.place = RandomPlace(dice, kind.scope, pages, last);
+    if (kind.scope != FaultScope::Run) {
+        fault.place = RandomPlace(random, kind.scope, pages, last);
     }
-    if (kind.scope == FaultScope::e_Answer && fault.kind != FaultKind::e_Late &&
-        fault.kind != FaultKind::e_Overrun) {
+    if (kind.scope == FaultScope::Answer && fault.kind != FaultKind::Late &&
+        fault.kind != FaultKind::Overrun) {
         fault.place.byte = 0;
     }
     return fault;
@@ -375,7 +375,7 @@ std::optional<Schedule> ParseSchedule(const std::string& text, std::string& erro
             return std::nullopt;
         }
         const FaultKind kind = parser.fault().kind;
-        if (ScopeOf(kind) == FaultScope::e_Run && Holds(schedule, kind)) {
+        if (ScopeOf(kind) == FaultScope::Run && Holds(schedule, kind)) {
             error = word + ": holds for the whole run and is given twice";
             return std::nullopt;
         }
@@ -392,7 +392,7 @@ std::string ScheduleText(const Schedule& schedule) {
         if (fault.value) {
             text += "=" + NumberText(*fault.value, kind.hexadecimal);
         }
-        if (kind.scope != FaultScope::e_Run) {
+        if (kind.scope != FaultScope::Run) {
             text += "@" + PlaceText(fault.place);
         }
     }
@@ -400,12 +400,13 @@ std::string ScheduleText(const Schedule& schedule) {
 }
 
 Schedule RandomSchedule(uint64_t seed, uint16_t pages) {
-    Dice dice(seed);
-    const uint32_t faults = dice.oneOf({0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3});
+    Random random(seed);
+    const uint32_t faults = random.oneOf({0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3});
     Schedule schedule;
     while (schedule.size() < faults) {
-        const Fault fault = RandomFault(dice, pages, schedule.empty() ? nullptr : &schedule.back());
-        if (ScopeOf(fault.kind) != FaultScope::e_Run || !Holds(schedule, fault.kind)) {
+        const Fault fault =
+            RandomFault(random, pages, schedule.empty() ? nullptr : &schedule.back());
+        if (ScopeOf(fault.kind) != FaultScope::Run || !Holds(schedule, fault.kind)) {
             schedule.push_back(fault);
         }
     }

@@ -69,40 +69,40 @@ namespace controller {
  *                  before it gets it
  */
 enum class FaultKind {
-    e_Slow,
-    e_Die,
-    e_Reset,
-    e_State10,
-    e_State7,
-    e_Unasked,
-    e_Early,
-    e_Body,
-    e_Result,
-    e_Id,
-    e_Lead,
-    e_Length,
-    e_Extra,
-    e_Cut,
-    e_Silence,
-    e_Late,
-    e_Overrun,
-    e_Stop,
-    e_NoRearm,
-    e_Rearm,
-    e_Dirty,
-    e_Appear,
-    e_Revise,
+    Slow,
+    Die,
+    Reset,
+    State10,
+    State7,
+    Unasked,
+    Early,
+    Body,
+    Result,
+    Id,
+    Lead,
+    Length,
+    Extra,
+    Cut,
+    Silence,
+    Late,
+    Overrun,
+    Stop,
+    NoRearm,
+    Rearm,
+    Dirty,
+    Appear,
+    Revise,
 };
 
 /** What a kind of fault goes with. */
-enum class FaultScope { e_HostByte, e_Answer, e_Run };
+enum class FaultScope { HostByte, Answer, Run };
 
 FaultScope ScopeOf(FaultKind kind);
 
-enum class HostMessage { e_Begin, e_Page, e_Info, e_End };
+enum class HostMessage { Begin, Page, Info, End };
 
-struct Place {
-    HostMessage message = HostMessage::e_Page;
+struct BytePosition {
+    HostMessage message = HostMessage::Page;
     /** Of a page only. */
     uint16_t page = 0;
     unsigned attempt = 1;
@@ -110,10 +110,10 @@ struct Place {
 };
 
 struct Fault {
-    FaultKind kind = FaultKind::e_Silence;
+    FaultKind kind = FaultKind::Silence;
     /** Absent only where the kind takes none, and at a reset for good. */
     std::optional<uint32_t> value;
-    Place place;
+    BytePosition place;
 };
 
 using Schedule = std::vector<Fault>;

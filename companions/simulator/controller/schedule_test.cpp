@@ -67,7 +67,7 @@ TEST(Schedule, IsTheSameForTheSameSeed) {
 
 TEST(Schedule, IsWellFormedHoweverRandom) {
     std::array<unsigned, 4> faults{};
-    std::array<unsigned, static_cast<size_t>(FaultKind::e_Revise) + 1> kinds{};
+    std::array<unsigned, static_cast<size_t>(FaultKind::Revise) + 1> kinds{};
     for (uint64_t seed = 0; seed < 2000; ++seed) {
         const Schedule schedule = RandomSchedule(seed, static_cast<uint16_t>(seed % 5));
         ++faults.at(schedule.size());

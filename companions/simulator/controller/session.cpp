@@ -16,8 +16,8 @@ constexpr std::chrono::milliseconds RESET_TIME{50};
 constexpr std::chrono::milliseconds MESSAGE_TIME{2000};
 
 /** The port as the plan wants its words written. */
-MailboxPort Soiled(MailboxPort port, FaultPlan& plan) {
-    if (const Fault* dirty = plan.ofRun(FaultKind::e_Dirty)) {
+MailboxPort Dirty(MailboxPort port, FaultPlan& plan) {
+    if (const Fault* dirty = plan.ofRun(FaultKind::Dirty)) {
         port.setDirt(*dirty->value);
     }
     return port;
@@ -26,12 +26,12 @@ MailboxPort Soiled(MailboxPort port, FaultPlan& plan) {
 }  // namespace
 
 Session::Session(MailboxPort port, Conversation& conversation, FaultPlan& plan, Journal& journal,
-                 const Manners& manners, std::function<void()> onUpgraded)
-    : i_port(Soiled(port, plan)),
+                 const Behaviour& behaviour, std::function<void()> onUpgraded)
+    : i_port(Dirty(port, plan)),
       i_conversation(conversation),
       i_plan(plan),
       i_journal(journal),
-      i_manners(manners),
+      i_behaviour(behaviour),
       i_onUpgraded(std::move(onUpgraded)),
       i_outbox(i_port, conversation, plan) {}
 
@@ -48,10 +48,10 @@ void Session::writeRevision(uint16_t revision) {
 }
 
 void Session::announce() {
-    writeRevision(i_manners.revision);
+    writeRevision(i_behaviour.revision);
     i_port.write(MAILBOX_TX_STATE, STATE_REQUESTED);
     i_armed = true;
-    i_plan.ofRun(FaultKind::e_Appear);
+    i_plan.ofRun(FaultKind::Appear);
     i_journal.event("announced, revision " + std::to_string(i_revision));
 }
 
@@ -60,7 +60,7 @@ bool Session::poll(Time now) {
     if (dead()) {
         return false;
     }
-    if (i_upAt && comeUp()) {
+    if (i_upAt && bringUp()) {
         return true;
     }
     // In the reverse of the host's order of writing, so that no byte is seen without the state in
@@ -100,25 +100,25 @@ bool Session::reset() {
     ++i_resets;
     i_journal.finding("the host has reset the mailbox");
     i_conversation.breakOff("mailbox reset");
-    goDown();
-    const bool rearm = i_manners.rearm && i_plan.ofRun(FaultKind::e_NoRearm) == nullptr;
-    i_over = !rearm;
+    disarm();
+    const bool rearm = i_behaviour.rearm && i_plan.ofRun(FaultKind::NoRearm) == nullptr;
+    i_finished = !rearm;
     if (rearm) {
-        const Fault* late = i_plan.ofRun(FaultKind::e_Rearm);
+        const Fault* late = i_plan.ofRun(FaultKind::Rearm);
         i_upAt = i_now + Time(late != nullptr ? *late->value : 0);
-        comeUp();
+        bringUp();
     }
     return true;
 }
 
-void Session::goDown() {
+void Session::disarm() {
     dropAnswers();
     i_closing = false;
     i_armed = false;
     i_receiveUp = false;
 }
 
-bool Session::comeUp() {
+bool Session::bringUp() {
     if (!i_upAt || i_now < *i_upAt) {
         return false;
     }
@@ -132,7 +132,7 @@ bool Session::comeUp() {
 
 bool Session::followReceiveState(unsigned char state) {
     if (state == STATE_REQUESTED) {
-        welcomeHost();
+        acceptHost();
         return true;
     }
     if (state == STATE_ABSENT && i_receiveUp) {
@@ -143,13 +143,13 @@ bool Session::followReceiveState(unsigned char state) {
     return false;
 }
 
-void Session::welcomeHost() {
+void Session::acceptHost() {
     i_journal.trace("host asks for the receive direction");
-    i_conversation.welcome();
+    i_conversation.restart();
     dropAnswers();
     i_closing = false;
     i_receiveUp = true;
-    if (const Fault* revise = i_plan.ofRun(FaultKind::e_Revise)) {
+    if (const Fault* revise = i_plan.ofRun(FaultKind::Revise)) {
         writeRevision(static_cast<uint16_t>(*revise->value));
     }
     i_port.write(MAILBOX_RX_STATE, STATE_READY);
@@ -165,10 +165,10 @@ bool Session::takeByte() {
     if (!i_plan.empty() && !goesOn(i_conversation.placeOnOffer())) {
         return false;
     }
-    Outcome outcome = i_conversation.take(i_port.read(MAILBOX_TX_DATA));
+    ByteResult outcome = i_conversation.take(i_port.read(MAILBOX_TX_DATA));
     if (outcome.upgraded) {
         i_onUpgraded();
-        writeRevision(i_manners.newRevision);
+        writeRevision(i_behaviour.newRevision);
         i_journal.event("reports revision " + std::to_string(i_revision));
     }
     if (outcome.complete) {
@@ -182,7 +182,7 @@ bool Session::takeByte() {
 }
 
 bool Session::endMessage() {
-    if (!i_plan.empty() && !goesOn(i_conversation.placeBehind())) {
+    if (!i_plan.empty() && !goesOn(i_conversation.placeAfterMessage())) {
         return false;
     }
     i_ending = false;
@@ -193,7 +193,7 @@ bool Session::endMessage() {
 }
 
 // False while the host's message does not go on from here, now or ever.
-bool Session::goesOn(const std::optional<Place>& place) {
+bool Session::goesOn(const std::optional<BytePosition>& place) {
     while (!i_heldUntil || i_now >= *i_heldUntil) {
         i_heldUntil.reset();
         const Fault* fault = place ? i_plan.next(*place) : nullptr;
@@ -211,22 +211,22 @@ bool Session::goesOn(const std::optional<Place>& place) {
 bool Session::act(const Fault& fault) {
     const uint32_t value = fault.value.value_or(0);
     switch (fault.kind) {
-        case FaultKind::e_Slow:
+        case FaultKind::Slow:
             i_heldUntil = i_now + Time(value);
             return true;
-        case FaultKind::e_Die:
+        case FaultKind::Die:
             i_dead = true;
             return false;
-        case FaultKind::e_Reset:
+        case FaultKind::Reset:
             resetFor(fault.value);
             return false;
-        case FaultKind::e_State10:
+        case FaultKind::State10:
             i_port.write(MAILBOX_TX_STATE, static_cast<unsigned char>(value));
             return true;
-        case FaultKind::e_State7:
+        case FaultKind::State7:
             i_port.write(MAILBOX_RX_STATE, static_cast<unsigned char>(value));
             return true;
-        case FaultKind::e_Unasked:
+        case FaultKind::Unasked:
             i_outbox.queueUnasked(static_cast<uint8_t>(value));
             return true;
         default:
@@ -238,11 +238,11 @@ bool Session::act(const Fault& fault) {
 void Session::resetFor(std::optional<uint32_t> milliseconds) {
     clear();
     i_conversation.forget();
-    goDown();
-    i_over = !milliseconds;
+    disarm();
+    i_finished = !milliseconds;
     if (milliseconds) {
         i_upAt = i_now + Time(*milliseconds);
-        comeUp();
+        bringUp();
     }
 }
 
@@ -252,7 +252,7 @@ void Session::idle(Time quiet) {
     }
     if (i_closing && quiet >= RESET_TIME) {
         i_closing = false;
-        i_over = true;
+        i_finished = true;
         i_journal.trace("host has closed the receive direction");
         finish();
     }

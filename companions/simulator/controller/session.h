@@ -14,7 +14,7 @@
 namespace controller {
 
 /** How the controller behaves at the mailbox. */
-struct Manners {
+struct Behaviour {
     uint16_t revision = 0;
     /** Reported from the first completed upgrade on. */
     uint16_t newRevision = 0;
@@ -46,7 +46,7 @@ class Session {
 
     /** `onUpgraded` runs when an upgrade is complete, in front of the new revision. */
     Session(MailboxPort port, Conversation& conversation, FaultPlan& plan, Journal& journal,
-            const Manners& manners, std::function<void()> onUpgraded);
+            const Behaviour& behaviour, std::function<void()> onUpgraded);
 
     /** Takes what an earlier run left out of the mailbox, presence first. */
     void clear();
@@ -67,23 +67,23 @@ class Session {
     void withdraw();
 
     /** True once a host has come and gone, the mailbox was reset for good, or death came. */
-    bool over() const { return i_over || dead(); }
+    bool finished() const { return i_finished || dead(); }
     unsigned resets() const { return i_resets; }
     uint16_t revision() const { return i_revision; }
 
   private:
     void writeRevision(uint16_t revision);
     bool reset();
-    bool comeUp();
-    void goDown();
+    bool bringUp();
+    void disarm();
     bool followReceiveState(unsigned char state);
-    void welcomeHost();
+    void acceptHost();
     bool takeByte();
     bool endMessage();
     void dropAnswers();
 
     bool dead() const { return i_dead || i_outbox.dead(); }
-    bool goesOn(const std::optional<Place>& place);
+    bool goesOn(const std::optional<BytePosition>& place);
     bool act(const Fault& fault);
     void resetFor(std::optional<uint32_t> milliseconds);
 
@@ -91,7 +91,7 @@ class Session {
     Conversation& i_conversation;
     FaultPlan& i_plan;
     Journal& i_journal;
-    Manners i_manners;
+    Behaviour i_behaviour;
     std::function<void()> i_onUpgraded;
 
     Time i_now{};
@@ -103,14 +103,14 @@ class Session {
     bool i_receiveUp = false;
     /** The host has let the receive direction go; the rest of a reset may still follow. */
     bool i_closing = false;
-    bool i_over = false;
+    bool i_finished = false;
     unsigned i_resets = 0;
 
     /** Nothing more of the host is taken until then. */
     std::optional<Time> i_heldUntil;
     /** A message was taken to its end, and what follows from that is not done yet. */
     bool i_ending = false;
-    std::optional<Answer> i_verdict;
+    std::optional<PageAnswer> i_verdict;
 
     Outbox i_outbox;
 };

@@ -28,7 +28,7 @@ const Bytes STRAY_PAGE = PackFrame(ID_FLASH_PAGE, {});
 class SessionTest : public testing::Test {
   protected:
     explicit SessionTest(bool rearm = true, const Schedule& faults = {})
-        : i_manners{100, 19525, rearm}, i_plan(faults, i_journal) {
+        : i_behaviour{100, 19525, rearm}, i_plan(faults, i_journal) {
         i_words.fill(0);
     }
 
@@ -82,11 +82,11 @@ class SessionTest : public testing::Test {
     Journal i_journal{i_out, false};
     Flash i_flash;
     Conversation i_conversation{i_flash, i_journal, std::nullopt};
-    Manners i_manners;
+    Behaviour i_behaviour;
     unsigned int i_revisionAtUpgrade = 0;
     FaultPlan i_plan;
     Session i_session{
-        MailboxPort(i_words.data()), i_conversation, i_plan, i_journal, i_manners, [this] {
+        MailboxPort(i_words.data()), i_conversation, i_plan, i_journal, i_behaviour, [this] {
             i_revisionAtUpgrade = revision();
         }};
 };
@@ -96,11 +96,11 @@ class DeadAfterReset : public SessionTest {
     DeadAfterReset() : SessionTest(false) {}
 };
 
-class SlowAndMortal : public SessionTest {
+class SlowAndDying : public SessionTest {
   protected:
-    SlowAndMortal()
-        : SessionTest(true, {{FaultKind::e_Slow, 9000, {HostMessage::e_Begin, 0, 1, 2}},
-                             {FaultKind::e_Die, std::nullopt, {HostMessage::e_Begin, 0, 1, 3}}}) {}
+    SlowAndDying()
+        : SessionTest(true, {{FaultKind::Slow, 9000, {HostMessage::Begin, 0, 1, 2}},
+                             {FaultKind::Die, std::nullopt, {HostMessage::Begin, 0, 1, 3}}}) {}
 
     bool offer(uint8_t byte, milliseconds now) {
         i_words[MAILBOX_TX_DATA] = byte;
@@ -140,7 +140,7 @@ TEST_F(SessionTest, OffersTheNextByteOnlyWhenTheLastIsTaken) {
     EXPECT_EQ(word(MAILBOX_RX_DATA), 0x02);
     EXPECT_FALSE(i_session.poll({}));
     EXPECT_EQ(word(MAILBOX_RX_DATA), 0x02);
-    EXPECT_EQ(receive(), PackFrame(ID_PAGE_RESULT, {static_cast<uint8_t>(PageResult::e_NotBegun)}));
+    EXPECT_EQ(receive(), PackFrame(ID_PAGE_RESULT, {static_cast<uint8_t>(PageResult::NotBegun)}));
 }
 
 TEST_F(SessionTest, ComesUpAgainAfterAReset) {
@@ -155,7 +155,7 @@ TEST_F(SessionTest, ComesUpAgainAfterAReset) {
     send(STRAY_PAGE);
     EXPECT_EQ(receive().size(), 9U) << "the first byte waits for no taken one";
     EXPECT_EQ(i_session.resets(), 1U);
-    EXPECT_FALSE(i_session.over());
+    EXPECT_FALSE(i_session.finished());
 }
 
 TEST_F(DeadAfterReset, LeavesTheMailboxAlone) {
@@ -167,7 +167,7 @@ TEST_F(DeadAfterReset, LeavesTheMailboxAlone) {
     EXPECT_EQ(word(MAILBOX_TX_FLAG), TX_BYTE_OFFERED);
     EXPECT_EQ(word(MAILBOX_RX_STATE), 0);
     EXPECT_EQ(word(MAILBOX_TX_STATE), 0);
-    EXPECT_TRUE(i_session.over());
+    EXPECT_TRUE(i_session.finished());
 }
 
 TEST_F(SessionTest, TellsALeavingHostFromAReset) {
@@ -175,9 +175,9 @@ TEST_F(SessionTest, TellsALeavingHostFromAReset) {
     i_words[MAILBOX_RX_STATE] = 0;
     i_session.poll({});
     i_session.idle(milliseconds(49));
-    EXPECT_FALSE(i_session.over());
+    EXPECT_FALSE(i_session.finished());
     i_session.idle(milliseconds(50));
-    EXPECT_TRUE(i_session.over());
+    EXPECT_TRUE(i_session.finished());
     EXPECT_EQ(i_journal.findings(), 0U) << i_out.str();
 }
 
@@ -198,7 +198,7 @@ TEST_F(SessionTest, KeepsTheFirstByteOfAHostThatHasJustAsked) {
     i_words[MAILBOX_RX_STATE] = STATE_REQUESTED;
     i_words[MAILBOX_TX_STATE] = STATE_READY;
     send(BEGIN);
-    EXPECT_EQ(i_conversation.tally().begins, 1U);
+    EXPECT_EQ(i_conversation.counts().begins, 1U);
 }
 
 TEST_F(SessionTest, GivesUpOnAMessageThatStops) {
@@ -209,10 +209,10 @@ TEST_F(SessionTest, GivesUpOnAMessageThatStops) {
     i_session.idle(milliseconds(2000));
     EXPECT_EQ(i_journal.findings(), 1U);
     send(BEGIN);
-    EXPECT_EQ(i_conversation.tally().begins, 1U);
+    EXPECT_EQ(i_conversation.counts().begins, 1U);
 }
 
-TEST_F(SlowAndMortal, BlamesNoHostForItsOwnSilence) {
+TEST_F(SlowAndDying, BlamesNoHostForItsOwnSilence) {
     connect();
     send({BEGIN[0], BEGIN[1]});
     EXPECT_EQ(i_session.due(), std::nullopt);
@@ -225,14 +225,14 @@ TEST_F(SlowAndMortal, BlamesNoHostForItsOwnSilence) {
     EXPECT_EQ(i_journal.findings(), 0U) << i_out.str();
 }
 
-TEST_F(SlowAndMortal, TouchesNothingOnceDead) {
+TEST_F(SlowAndDying, TouchesNothingOnceDead) {
     connect();
     send({BEGIN[0], BEGIN[1]});
     offer(BEGIN[2], milliseconds(0));
     i_session.poll(milliseconds(9000));
     EXPECT_FALSE(offer(BEGIN[3], milliseconds(9000)));
     const auto words = i_words;
-    EXPECT_TRUE(i_session.over());
+    EXPECT_TRUE(i_session.finished());
     EXPECT_FALSE(i_session.poll(milliseconds(20000)));
     i_session.withdraw();
     EXPECT_EQ(i_words, words);

@@ -45,17 +45,17 @@ void AddFaultOptions(const commandline::Options& program, Settings& settings, Ra
 }
 
 void AddOptions(commandline::Program& program, Settings& settings, Raw& raw) {
-    settings.manners.newRevision = TOOL_REVISION;
+    settings.behaviour.newRevision = TOOL_REVISION;
     program.version(TOLMIRA_VERSION);
     program.option("--object", settings.object, "Shared-memory object that holds the mailbox")
         .showDefault();
-    program.option("--revision", settings.manners.revision, "Revision reported at first")
+    program.option("--revision", settings.behaviour.revision, "Revision reported at first")
         .showDefault();
     program
-        .option("--new-revision", settings.manners.newRevision,
+        .option("--new-revision", settings.behaviour.newRevision,
                 "Revision reported after a completed upgrade")
         .showDefault();
-    program.flag("--rearm,!--no-rearm", settings.manners.rearm,
+    program.flag("--rearm,!--no-rearm", settings.behaviour.rearm,
                  "Bring the mailbox up again after the host has reset it (the default), or not");
     program.option("--appear-after-ms", settings.appearAfterMs, "Announce this late; milliseconds");
     program.option("--flash", settings.flashFile,

@@ -12,7 +12,7 @@ namespace controller {
 /** What the command line asks for. */
 struct Settings {
     std::string object = "/resource0";
-    Manners manners;
+    Behaviour behaviour;
     /** Empty: the flash stays in memory. */
     std::string flashFile;
     std::optional<uint16_t> expectedChecksum;

@@ -21,16 +21,16 @@ using testsupport::RunInChild;
 
 namespace {
 
-constexpr size_t MailboxOffset = 0x2800;  // bytes
-constexpr size_t MailboxWords = 32;
-constexpr uint32_t Untouched = 0xDEADBEEF;
+constexpr size_t MAILBOX_OFFSET = 0x2800;  // bytes
+constexpr size_t MAILBOX_WORDS = 32;
+constexpr uint32_t UNTOUCHED = 0xDEADBEEF;
 
 /** A region just large enough to show an access beside the mailbox. */
 class TolmiraCommsTest : public testing::Test {
   protected:
-    uint32_t& mailboxWord(size_t address) { return i_region[MailboxOffset / 4 + address]; }
+    uint32_t& mailboxWord(size_t address) { return i_region[MAILBOX_OFFSET / 4 + address]; }
 
-    std::vector<uint32_t> i_region = std::vector<uint32_t>(0x4000 / 4, Untouched);
+    std::vector<uint32_t> i_region = std::vector<uint32_t>(0x4000 / 4, UNTOUCHED);
 };
 
 template <typename Design>
@@ -46,16 +46,16 @@ TYPED_TEST_SUITE(TolmiraCommsOfDesign, Designs);
 TYPED_TEST(TolmiraCommsOfDesign, ReachesThe32WordsOfTheMailboxAndNothingElse) {
     {
         TolmiraUpgradeComms<TypeParam> comms(this->i_region.data());
-        for (unsigned int address = 0; address < MailboxWords; ++address) {
+        for (unsigned int address = 0; address < MAILBOX_WORDS; ++address) {
             comms.writeAddress(address, static_cast<unsigned char>(address + 100));
             EXPECT_EQ(comms.readAddress(address), address + 100);
         }
     }
     for (size_t i = 0; i < this->i_region.size(); ++i) {
-        const size_t address = i - MailboxOffset / 4;
-        const bool isMailbox = i >= MailboxOffset / 4 && address < MailboxWords;
+        const size_t address = i - MAILBOX_OFFSET / 4;
+        const bool isMailbox = i >= MAILBOX_OFFSET / 4 && address < MAILBOX_WORDS;
         const auto byte = static_cast<uint32_t>(address + 100);
-        EXPECT_EQ(this->i_region[i], isMailbox ? (Untouched & ~0x1FFU) | byte : Untouched) << i;
+        EXPECT_EQ(this->i_region[i], isMailbox ? (UNTOUCHED & ~0x1FFU) | byte : UNTOUCHED) << i;
     }
 }
 
@@ -85,7 +85,7 @@ TEST_F(TolmiraCommsTest, WriteReplacesNineBitsAndReadTakesEight) {
 
 TEST_F(TolmiraCommsTest, AddressBehindTheMailboxStopsUntouched) {
     AnyComms comms(i_region.data());
-    const ChildResult result = RunInChild([&] { comms.readAddress(MailboxWords); });
+    const ChildResult result = RunInChild([&] { comms.readAddress(MAILBOX_WORDS); });
     EXPECT_EQ(result.signal, SIGABRT);
     EXPECT_THAT(result.out, HasSubstr("Assertion \"offset < i_size\" failed."));
 }

@@ -55,10 +55,10 @@ std::string Quoted(const std::string& name) {
 }
 
 std::string Hex(std::uint64_t number) {
-    constexpr char DIGITS[] = "0123456789abcdef";
+    constexpr char digits[] = "0123456789abcdef";
     std::string text;
     do {
-        text.insert(text.begin(), DIGITS[number % 16]);
+        text.insert(text.begin(), digits[number % 16]);
         number /= 16;
     } while (number != 0);
     return "0x" + text;

@@ -1,4 +1,4 @@
-#include "companions/simulator/controller/whereabouts.h"
+#include "companions/simulator/controller/protocolposition.h"
 
 namespace controller {
 
@@ -23,60 +23,60 @@ bool IsGood(const std::vector<uint8_t>& answer) {
 
 }  // namespace
 
-void Whereabouts::look(const std::vector<uint8_t>& begun) {
+void ProtocolPosition::identify(const std::vector<uint8_t>& begun) {
     if (!i_begun) {
         start();
     }
     if (begun.size() == ID_KNOWN) {
         recognise(ReadU16(begun.data() + ID_OFFSET));
-    } else if (begun.size() == NUMBER_KNOWN && i_place.message == HostMessage::e_Page) {
+    } else if (begun.size() == NUMBER_KNOWN && i_place.message == HostMessage::Page) {
         number(ReadU16(begun.data() + HEADER_SIZE));
     }
 }
 
-void Whereabouts::start() {
+void ProtocolPosition::start() {
     i_begun = true;
     i_known = true;
-    i_place = {HostMessage::e_Page, 0, 1, i_place.byte};
+    i_place = {HostMessage::Page, 0, 1, i_place.byte};
     i_good = i_good || i_goodOffered;
     i_goodOffered = false;
     if (!i_opened) {
         i_opened = true;
-        i_place.message = HostMessage::e_Begin;
+        i_place.message = HostMessage::Begin;
         return;
     }
     guessPage();
 }
 
-void Whereabouts::guessPage() {
+void ProtocolPosition::guessPage() {
     number(i_good ? static_cast<uint16_t>(i_lastPage + 1) : i_lastPage);
 }
 
-void Whereabouts::number(uint16_t page) {
+void ProtocolPosition::number(uint16_t page) {
     i_place.page = page;
     i_place.attempt = page == i_lastPage ? i_attempts + 1 : 1;
 }
 
-void Whereabouts::recognise(uint16_t id) {
-    const bool pageGuessed = i_place.message == HostMessage::e_Page;
+void ProtocolPosition::recognise(uint16_t id) {
+    const bool pageGuessed = i_place.message == HostMessage::Page;
     switch (id) {
         case ID_UPGRADE_BEGIN:
-            i_place.message = HostMessage::e_Begin;
+            i_place.message = HostMessage::Begin;
             break;
         case ID_FLASH_PAGE:
-            i_place.message = HostMessage::e_Page;
+            i_place.message = HostMessage::Page;
             break;
         case ID_UPGRADE_INFO:
-            i_place.message = HostMessage::e_Info;
+            i_place.message = HostMessage::Info;
             break;
         case ID_UPGRADE_END:
-            i_place.message = HostMessage::e_End;
+            i_place.message = HostMessage::End;
             break;
         default:
             i_known = false;
             break;
     }
-    const bool page = i_place.message == HostMessage::e_Page;
+    const bool page = i_place.message == HostMessage::Page;
     if (!page) {
         i_place.page = 0;
         i_place.attempt = 1;
@@ -85,26 +85,26 @@ void Whereabouts::recognise(uint16_t id) {
     }
 }
 
-void Whereabouts::over() {
+void ProtocolPosition::endMessage() {
     if (!i_begun) {
         return;
     }
     i_begun = false;
-    if (i_known && i_place.message == HostMessage::e_Page) {
+    if (i_known && i_place.message == HostMessage::Page) {
         i_lastPage = i_place.page;
         i_attempts = i_place.attempt;
         i_good = false;
     }
 }
 
-void Whereabouts::begin() {
+void ProtocolPosition::begin() {
     i_opened = true;
     i_lastPage = 0;
     i_attempts = 0;
     i_good = false;
 }
 
-void Whereabouts::offered(uint8_t byte) {
+void ProtocolPosition::offered(uint8_t byte) {
     i_answer.push_back(byte);
     if (i_answer.size() < HEADER_SIZE || i_answer.size() < BytesRead(i_answer)) {
         return;
@@ -113,16 +113,16 @@ void Whereabouts::offered(uint8_t byte) {
     i_answer.clear();
 }
 
-void Whereabouts::answersLost() {
+void ProtocolPosition::answersLost() {
     i_answer.clear();
     i_goodOffered = false;
 }
 
-std::optional<Place> Whereabouts::behind() const {
+std::optional<BytePosition> ProtocolPosition::afterMessage() const {
     if (!i_known) {
         return std::nullopt;
     }
-    Place place = i_place;
+    BytePosition place = i_place;
     ++place.byte;
     return place;
 }

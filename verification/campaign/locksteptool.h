@@ -27,13 +27,13 @@ struct ToolEnd {
  * The process that holds this object must have no other children, since it learns of the tool's end
  * through SIGCHLD; and one such object at a time. One thread.
  */
-class ToolProcess {
+class LockstepTool {
   public:
     /** `library` is the path of liblockstep.so. Throws std::runtime_error on failure. */
-    ToolProcess(std::string program, const std::string& library);
-    ~ToolProcess();
-    ToolProcess(const ToolProcess&) = delete;
-    ToolProcess& operator=(const ToolProcess&) = delete;
+    LockstepTool(std::string program, const std::string& library);
+    ~LockstepTool();
+    LockstepTool(const LockstepTool&) = delete;
+    LockstepTool& operator=(const LockstepTool&) = delete;
 
     /** What becomes of the tool at the locks that it takes. */
     struct AtLocks {

@@ -1,4 +1,4 @@
-#include "verification/campaign/toolprocess.h"
+#include "verification/campaign/locksteptool.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -61,7 +61,7 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 
 }  // namespace
 
-ToolProcess::ToolProcess(std::string program, const std::string& library)
+LockstepTool::LockstepTool(std::string program, const std::string& library)
     : i_program(std::move(program)),
       // The one descriptor that the tool inherits.
       i_turnsFile(MemoryFile("turns", 0)),
@@ -83,7 +83,7 @@ ToolProcess::ToolProcess(std::string program, const std::string& library)
     sigaction(SIGCHLD, &action, nullptr);
 }
 
-ToolProcess::~ToolProcess() {
+LockstepTool::~LockstepTool() {
     if (i_pid > 0) {
         kill(i_pid, SIGKILL);
         waitpid(i_pid, nullptr, 0);
@@ -95,7 +95,7 @@ ToolProcess::~ToolProcess() {
     }
 }
 
-void ToolProcess::makeEnvironment(const std::string& library) {
+void LockstepTool::makeEnvironment(const std::string& library) {
     // With sanitizers the order of libraries is checked at the start, and ours has to be the first.
     std::string sanitizer = "ASAN_OPTIONS=verify_asan_link_order=0";
     for (char** entry = environ; *entry != nullptr; ++entry) {
@@ -111,8 +111,8 @@ void ToolProcess::makeEnvironment(const std::string& library) {
     i_environment.push_back(LOCKSTEP_VARIABLE + ("=" + std::to_string(i_turnsFile)));
 }
 
-void ToolProcess::start(const std::vector<std::string>& arguments, const std::string& directory,
-                        const AtLocks& atLocks) {
+void LockstepTool::start(const std::vector<std::string>& arguments, const std::string& directory,
+                         const AtLocks& atLocks) {
     Empty(i_outFile);
     Empty(i_errFile);
     i_turns->turn = e_ToolsTurn;
@@ -138,7 +138,7 @@ void ToolProcess::start(const std::vector<std::string>& arguments, const std::st
     }
 }
 
-std::optional<Call> ToolProcess::next() {
+std::optional<Call> LockstepTool::next() {
     // A signal between the look and the wait has changed the word, so the wait ends at once.
     timespec before = {};
     clock_gettime(CLOCK_MONOTONIC, &before);
@@ -156,13 +156,13 @@ std::optional<Call> ToolProcess::next() {
     return std::nullopt;
 }
 
-void ToolProcess::proceed(int64_t now) {
+void LockstepTool::proceed(int64_t now) {
     i_turns->now = now;
     i_turns->turn.store(e_ToolsTurn, std::memory_order_release);
     FutexWake(i_turns->turn);
 }
 
-ToolEnd ToolProcess::end() {
+ToolEnd LockstepTool::end() {
     if (i_hung) {
         kill(i_pid, SIGKILL);
     }

@@ -19,22 +19,22 @@ namespace controller {
  *
  * One thread.
  */
-class Whereabouts {
+class ProtocolPosition {
   public:
     /** A byte is on offer, behind these already taken of its message. For each byte at least once.
      */
     void follow(const std::vector<uint8_t>& begun) {
         i_place.byte = static_cast<unsigned>(begun.size());
         if (!i_begun || begun.size() == ID_KNOWN || begun.size() == NUMBER_KNOWN) {
-            look(begun);
+            identify(begun);
         }
     }
     /** The place of that byte; none if the message is of an unknown kind. */
-    std::optional<Place> place() const {
-        return i_known ? std::optional<Place>(i_place) : std::nullopt;
+    std::optional<BytePosition> place() const {
+        return i_known ? std::optional<BytePosition>(i_place) : std::nullopt;
     }
-    /** The message is complete, or broken off; `behind` and `attempt` still tell of it. */
-    void over();
+    /** The message is complete, or broken off; `afterMessage` and `attempt` still tell of it. */
+    void endMessage();
     /** A transfer begins: its first page is page 0. */
     void begin();
     /** A byte that the host reads, as soon as it reads at all. */
@@ -43,7 +43,7 @@ class Whereabouts {
     void answersLost();
 
     /** The place behind the last byte of the last message. */
-    std::optional<Place> behind() const;
+    std::optional<BytePosition> afterMessage() const;
     unsigned attempt() const { return i_place.attempt; }
 
   private:
@@ -51,7 +51,7 @@ class Whereabouts {
     static constexpr size_t ID_KNOWN = ID_OFFSET + 2;
     static constexpr size_t NUMBER_KNOWN = HEADER_SIZE + 2;
 
-    void look(const std::vector<uint8_t>& begun);
+    void identify(const std::vector<uint8_t>& begun);
     void start();
     void guessPage();
     void recognise(uint16_t id);
@@ -59,7 +59,7 @@ class Whereabouts {
 
     bool i_begun = false;
     bool i_known = true;
-    Place i_place;
+    BytePosition i_place;
 
     bool i_opened = false;
     uint16_t i_lastPage = 0;

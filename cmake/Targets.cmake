@@ -1,0 +1,29 @@
+# add_tolmira_library(NAME SOURCES file... [PUBLIC target...] [PRIVATE target...])
+#
+# A library of hand-written code, or an interface library where no source is compiled. Its users get
+# the include roots and the PUBLIC libraries; how it is compiled stays its own.
+function(add_tolmira_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;PUBLIC;PRIVATE")
+  set(compiled ${arg_SOURCES})
+  list(FILTER compiled INCLUDE REGEX "[.]cpp$")
+  if(compiled)
+    add_library(${name} STATIC ${arg_SOURCES})
+    target_link_libraries(${name}
+      PUBLIC usage_flags ${arg_PUBLIC}
+      PRIVATE $<BUILD_INTERFACE:build_flags> ${arg_PRIVATE})
+  else()
+    add_library(${name} INTERFACE ${arg_SOURCES})
+    target_link_libraries(${name} INTERFACE usage_flags ${arg_PUBLIC})
+  endif()
+endfunction()
+
+# add_companion(NAME SOURCES file... LIBRARIES target...)
+#
+# A program around the tool, with the project's version for its --version.
+function(add_companion name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
+  add_executable(${name} ${arg_SOURCES})
+  target_compile_definitions(${name} PRIVATE TOLMIRA_VERSION="${PROJECT_VERSION}")
+  target_link_libraries(${name} PRIVATE build_flags commandline standarddescriptors ${arg_LIBRARIES})
+  target_link_options(${name} PRIVATE -pie)
+endfunction()
