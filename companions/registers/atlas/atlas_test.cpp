@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 
 #include <nlohmann/json.hpp>
-#include <sstream>
 
+#include "companions/registers/export/foldedlines.h"
 #include "tests/support/process.h"
 #include "tests/support/testdirectory.h"
 
@@ -37,65 +37,11 @@ class VelnorAtlas : public testing::Test {
     testsupport::TestDirectory i_directory;
 };
 
-/** The place of element `i` of something that repeats. */
-unsigned At(const json& object, const char* first, unsigned i) {
-    return object[first].get<unsigned>() + i * object["step"].get<unsigned>();
-}
-
-/** Unfolds the groups into a line for each object. */
-class Lines {
-  public:
-    explicit Lines(const json& map) {
-        for (const json& group : map["groups"]) {
-            for (unsigned i = 0; i < group["count"]; ++i) {
-                i_group = " Domain_" + text(group, "domain") + " Group_" + text(group, "name") +
-                          " " + std::to_string(i);
-                i_text << "group" << i_group << hex(At(group, "address", i)) << '\n';
-                for (const json& member : group["members"]) {
-                    add(member, At(group, "address", i));
-                }
-            }
-        }
-    }
-    std::string str() const { return i_text.str(); }
-
-  private:
-    static std::string text(const json& object, const char* key) {
-        return object[key].get<std::string>();
-    }
-    static std::string hex(unsigned number) {
-        std::ostringstream text;
-        text << " 0x" << std::hex << number;
-        return text.str();
-    }
-    void add(const json& member, unsigned groupAddress) {
-        for (unsigned j = 0; j < member["count"]; ++j) {
-            const std::string owner =
-                i_group + " " + text(member, "name") + " " + std::to_string(j);
-            i_text << (member["memory"] ? "memory" : "register") << owner
-                   << hex(groupAddress + At(member, "offset", j));
-            if (member["memory"]) {
-                i_text << ' ' << member["words"];
-            }
-            i_text << '\n';
-            for (const json& field : member["fields"]) {
-                for (unsigned k = 0; k < field["count"]; ++k) {
-                    i_text << "field" << owner << ' ' << text(field, "name") << ' ' << k
-                           << hex(field["mask"]) << ' ' << At(field, "shift", k) << '\n';
-                }
-            }
-        }
-    }
-
-    std::string i_group;
-    std::ostringstream i_text;
-};
-
 TEST_F(VelnorAtlas, HoldsEveryObjectOfTheDesigns) {
     std::vector<std::string> designs;
     for (const char* name : {"mm_fcfs", "dve", "dve_2_5"}) {
         const json map = dataOf(name);
-        const std::string lines = Lines(map).str();
+        const std::string lines = testsupport::FoldedLines(map["groups"]).str();
         for (const json& design : map["designs"]) {
             designs.push_back(design);
             EXPECT_TRUE(lines == regs({"dump", designs.back()})) << designs.back();

@@ -13,6 +13,7 @@ struct Request {
     std::vector<std::string> operands;
     bool yes = false;
     bool force = false;
+    std::string format;
 };
 
 /** Each has its operands, and throws Failure where it has no answer. */
@@ -25,5 +26,8 @@ Answer Decode(const Request& request);
 Answer Read(const Request& request);
 Answer Write(const Request& request);
 Answer Diff(const Request& request);
+
+/** Writes the text itself, since it is another program's and no Answer. The exit value. */
+int Export(const Request& request);
 
 }  // namespace regs

@@ -1,3 +1,6 @@
+#include <iostream>
+
+#include "companions/registers/export/export.h"
 #include "companions/registers/velnor_regs/commands.h"
 #include "companions/registers/velnor_regs/failure.h"
 #include "companions/registers/velnor_regs/map.h"
@@ -118,6 +121,17 @@ Answer Dump(const Request& request) {
     answer.columns = DumpRows::COLUMNS;
     answer.rows = std::move(dump.rows);
     return answer;
+}
+
+int Export(const Request& request) {
+    const ExportedMap map{request.design, TOLMIRA_VERSION,
+                          OutlineOf(OpenMap(request.design, nullptr))};
+    for (const ExportFormat& format : EXPORT_FORMATS) {
+        if (format.name == request.format) {
+            std::cout << format.write(map);
+        }
+    }
+    return 0;
 }
 
 Answer Diff(const Request& request) {

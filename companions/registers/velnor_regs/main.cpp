@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "companions/commandline/commandline.h"
+#include "companions/registers/export/export.h"
 #include "companions/registers/velnor_regs/commands.h"
 #include "companions/registers/velnor_regs/failure.h"
 #include "cpputils/include/standarddescriptors.h"
@@ -33,6 +34,8 @@ struct Command {
     const char* help;
     bool takesDesign;
     std::vector<Operand> operands;
+    /** In place of `run`, for a command that writes its output itself. */
+    int (*stream)(const Request& request) = nullptr;
 };
 
 const Command COMMANDS[] = {
@@ -73,6 +76,7 @@ const Command COMMANDS[] = {
      "What isn't the same in two designs",
      false,
      {{"DESIGN", DESIGN_HELP}, {"OTHER", DESIGN_HELP}}},
+    {"export", nullptr, "The map of a design as a file for other tools", true, {}, Export},
 };
 
 struct Settings {
@@ -81,10 +85,20 @@ struct Settings {
     bool json = false;
 };
 
+std::vector<std::string> FormatNames() {
+    std::vector<std::string> names;
+    for (const ExportFormat& format : EXPORT_FORMATS) {
+        names.emplace_back(format.name);
+    }
+    return names;
+}
+
 void AddCommand(commandline::Program& program, const Command& command, Settings& settings) {
     const commandline::Options sub = program.subcommand(
         command.name, command.help, [&settings, &command] { settings.command = &command; });
-    sub.flag("--json", settings.json, "Answer as one JSON object, numbers in decimal");
+    if (command.stream == nullptr) {
+        sub.flag("--json", settings.json, "Answer as one JSON object, numbers in decimal");
+    }
     if (command.takesDesign) {
         sub.option("--design", settings.request.design, DESIGN_HELP).showDefault();
     }
@@ -95,6 +109,12 @@ void AddCommand(commandline::Program& program, const Command& command, Settings&
     }
     if (command.run == Read) {
         sub.flag("--force", settings.request.force, "Read even if the read clears bits");
+    }
+    if (command.stream == Export) {
+        sub.option("--format", settings.request.format,
+                   "c (C99 and C++), csv, svd (CMSIS-SVD 1.3) or systemrdl (SystemRDL 2.0)")
+            .required()
+            .oneOf(FormatNames());
     }
     const auto takeOperand = [&settings](const std::string& text) {
         settings.request.operands.push_back(text);
@@ -120,6 +140,9 @@ int Run(int argc, const char* const* argv) {
     }
     if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;
+    }
+    if (settings.command->stream != nullptr) {
+        return settings.command->stream(settings.request);
     }
     const Answer answer = settings.command->run(settings.request);
     (settings.json ? PrintAsJson : PrintAsText)(std::cout, answer);

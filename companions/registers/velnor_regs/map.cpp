@@ -145,11 +145,16 @@ const char* AccessText(hwmap::e_Access access) {
     return texts[access];
 }
 
-std::string BitsOf(const Field& field) {
-    unsigned int high = field.shift;
-    while ((field.mask >> (high - field.shift)) > 1) {
-        ++high;
+unsigned int WidthOf(unsigned int mask) {
+    unsigned int width = 0;
+    for (; mask != 0; mask >>= 1) {
+        ++width;
     }
+    return width;
+}
+
+std::string BitsOf(const Field& field) {
+    const unsigned int high = field.shift + WidthOf(field.mask) - 1;
     const std::string low = std::to_string(field.shift);
     return high == field.shift ? low : std::to_string(high) + ":" + low;
 }

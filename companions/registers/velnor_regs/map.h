@@ -86,6 +86,8 @@ Map OpenMap(const std::string& design, void* base);
 
 /** "ro", "wo" or "rc", as in the hardware tables; "" if the data sheet does not say. */
 const char* AccessText(hwmap::e_Access access);
+/** How many bits a right-aligned mask has. */
+unsigned int WidthOf(unsigned int mask);
 /** "31:22", or "22" for a single bit. */
 std::string BitsOf(const Field& field);
 /** "[3]", or nothing for what doesn't repeat. */
