@@ -39,6 +39,7 @@ class RefPtr {
         }
     }
     RefPtr(const RefPtr& other) : RefPtr(other.i_object) {}
+    RefPtr(RefPtr&& other) noexcept : i_object(std::exchange(other.i_object, nullptr)) {}
     ~RefPtr() {
         if (i_object != nullptr) {
             i_object->release();

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "cpputils/include/clock.h"
 #include "link/mailbox.h"
@@ -50,9 +51,9 @@ bool RouterCommWriter::send(const YAMPMessage& message) {
         return false;
     }
     const unsigned int frameSize = YAMP_HEADER_SIZE + bodySize;
-    const std::unique_ptr<unsigned char[]> frame(new unsigned char[frameSize]);
+    const std::unique_ptr<unsigned char[]> frame(new (std::nothrow) unsigned char[frameSize]);
     unsigned int packedSize = 0;
-    if (YAMPPack(frame.get(), frameSize, message, &packedSize) != 0) {
+    if (frame == nullptr || YAMPPack(frame.get(), frameSize, message, &packedSize) != 0) {
         return false;
     }
     return sendBytes(frame.get(), packedSize);
@@ -115,11 +116,13 @@ std::unique_ptr<SmartBufferReader> RouterCommReader::readMessage(RefPtr<RefBuffe
         return nullptr;
     }
     // Neither zero-filled nor trusted: memory is touched only as bytes arrive.
-    auto* frame = new (std::nothrow) unsigned char[totalLength];
-    if (frame == nullptr) {
+    std::unique_ptr<unsigned char[]> memory(new (std::nothrow) unsigned char[totalLength]);
+    RefPtr<RefBuffer> received(new (std::nothrow) RefBuffer(memory.get(), totalLength));
+    if (memory == nullptr || received.get() == nullptr) {
         return nullptr;
     }
-    buffer = new RefBuffer(frame, totalLength);
+    unsigned char* const frame = memory.release();  // the buffer's from here on
+    buffer = std::move(received);
     memcpy(frame, header, sizeof header);
     const unsigned int bodySize = totalLength - YAMP_HEADER_SIZE;
     if (!readBytes(frame + YAMP_HEADER_SIZE, bodySize, bodySize)) {

@@ -35,7 +35,8 @@ class RouterCommWriter {
     explicit RouterCommWriter(RouterCommsInterface* comms);
     virtual ~RouterCommWriter() = default;
 
-    /** One frame. False also for a message that can't be packed, with nothing sent. */
+    /** One frame. False also without memory and for a message that can't be packed: nothing sent.
+     */
     bool send(const YAMPMessage& message);
 
     /** `count` bytes, up to the first that fails. A null pointer is true with nothing sent. */

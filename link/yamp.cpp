@@ -1,6 +1,7 @@
 #include "link/yamp.h"
 
 #include <algorithm>
+#include <new>
 
 namespace {
 
@@ -50,8 +51,10 @@ std::unique_ptr<SmartBufferReader> YAMPOpenBody(const void* frame, unsigned int 
     if (YAMPParseHeader(frame, size, &totalLength, id) != 0 || totalLength > size) {
         return nullptr;
     }
-    auto reader = std::make_unique<SmartBufferReader>();
-    reader->initBuffer(static_cast<const unsigned char*>(frame) + YAMP_HEADER_SIZE,
-                       std::min(totalLength - YAMP_HEADER_SIZE, YAMP_MAX_BODY));
+    std::unique_ptr<SmartBufferReader> reader(new (std::nothrow) SmartBufferReader);
+    if (reader != nullptr) {
+        reader->initBuffer(static_cast<const unsigned char*>(frame) + YAMP_HEADER_SIZE,
+                           std::min(totalLength - YAMP_HEADER_SIZE, YAMP_MAX_BODY));
+    }
     return reader;
 }

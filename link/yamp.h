@@ -70,7 +70,7 @@ int YAMPParseHeader(const void* bytes, unsigned int size, unsigned int* totalLen
 
 /**
  * A reader over the body of the frame at `frame`, where `size` bytes lie, which it doesn't copy and
- * the caller keeps alive; null if the frame is longer than that or its header is bad. Stores the
- * id.
+ * the caller keeps alive; null if the frame is longer than that, its header is bad, or there is no
+ * memory. Stores the id.
  */
 std::unique_ptr<SmartBufferReader> YAMPOpenBody(const void* frame, unsigned int size, uint16_t* id);

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "link/controllermessages.h"
@@ -15,6 +18,28 @@
 using testsupport::EagerFarSide;
 using testsupport::FakeTime;
 using testsupport::RecordingMailbox;
+
+namespace {
+bool isMemoryOut = false;
+}
+
+// These take the place of the library's, to play a machine without memory for a frame.
+[[gnu::noinline]] void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return isMemoryOut ? nullptr : malloc(size);
+}
+
+[[gnu::noinline]] void* operator new[](std::size_t size) {
+    void* block = operator new[](size, std::nothrow);
+    return block != nullptr ? block : throw std::bad_alloc();
+}
+
+[[gnu::noinline]] void operator delete[](void* block) noexcept {
+    free(block);
+}
+
+void operator delete[](void* block, std::size_t /*size*/) noexcept {
+    operator delete[](block);
+}
 
 namespace {
 
@@ -128,6 +153,9 @@ class Unpackable : public YAMPMessage {
 TEST(RouterCommWriter, SendsNothingOfAMessageThatCannotBePacked) {
     RecordingMailbox mailbox;
     EXPECT_FALSE(RouterCommWriter(&mailbox).send(Unpackable()));
+    isMemoryOut = true;
+    EXPECT_FALSE(RouterCommWriter(&mailbox).send(TolmiraUpgradeBeginMessage()));
+    isMemoryOut = false;
     EXPECT_EQ(mailbox.takeAccesses(), "");
 }
 
@@ -186,6 +214,19 @@ TEST(RouterCommReader, FrameThatEndsEarlyRunsIntoTheTimeOut) {
     EXPECT_EQ(mailbox.bytes[MAILBOX_TX_STATE], 0);
 }
 
+TEST(RouterCommReader, HasNoMessageWithoutMemory) {
+    RecordingMailbox mailbox;
+    EagerFarSide farSide(mailbox);
+    farSide.toHost = std::string("\x02\xDC\x2E\xA6\0\0\0\x09\0", 9);
+    RouterCommReader reader(&mailbox);
+    RefPtr<RefBuffer> buffer;
+    uint16_t id = 0;
+    isMemoryOut = true;
+    EXPECT_EQ(reader.readMessage(buffer, id), nullptr);
+    isMemoryOut = false;
+    EXPECT_EQ(buffer.get(), nullptr);
+}
+
 /** Tells of its end. */
 class Counted : public RefObj {
   public:
@@ -210,6 +251,8 @@ TEST(RefPtr, FreesTheObjectWithTheLastReference) {
         other = RefPtr<Counted>();
         EXPECT_EQ(first, 1);
         EXPECT_EQ(other.get(), nullptr);
+        other = std::move(pointer);
+        EXPECT_EQ(pointer.get(), nullptr);  // NOLINT(bugprone-use-after-move): null afterwards
         EXPECT_EQ(second, 0);
     }
     EXPECT_EQ(second, 1);

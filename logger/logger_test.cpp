@@ -3,9 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
+#include <regex>
 #include <string>
+#include <thread>
 
 #include "logger/loggerconfig.h"
 #include "tests/support/child.h"
@@ -183,6 +187,32 @@ TEST(LoggerConfig, IgnoresThresholdsOutOfRange) {
     EXPECT_FALSE(config.allThreadLogging());
     EXPECT_FALSE(config.printToStdOut());
     EXPECT_TRUE(config.printLogThreadId());
+}
+
+// What the thread sanitizer watches; in every build each line is a whole one.
+TEST(LoggerConfig, MayChangeWhileAnotherThreadLogs) {
+    const std::string output = OutputOf([] {
+        std::atomic<bool> ended{false};
+        std::thread changer([&] {
+            for (bool on = false; !ended; on = !on) {
+                LoggerConfig::instance()->setPrintLogThreadId(on);
+                LoggerConfig::instance()->setMinLogSeverity(on ? 2 : 0);
+                LoggerConfig::instance()->setTimeCritMinLogSeverity(on ? 2 : 0);
+                LoggerConfig::instance()->setAllThreadLogging(on);
+                LoggerConfig::instance()->setPrintToStdOut(on);
+            }
+        });
+        for (int i = 0; i < 500; ++i) {
+            Log(e_LogSeverity_NOTICE, "x");
+            LogBare(e_LogSeverity_NOTICE, "x");
+        }
+        ended = true;
+        changer.join();
+    });
+    const std::regex line(
+        "(C: [0-9]{3} )?S: NOTICE (T: p:[0-9]+ )?\"x\" at dir/file\\.cpp:17\\.\n");
+    const auto lines = std::sregex_iterator(output.begin(), output.end(), line);
+    EXPECT_EQ(std::distance(lines, std::sregex_iterator()), 1000);
 }
 
 TEST(SeverityName, IsEmptyOutsideTheList) {

@@ -35,26 +35,26 @@ LoggerConfig* LoggerConfig::instance() {
 
 void LoggerConfig::setMinLogSeverity(int severity) {
     if (IsSeverity(severity)) {
-        i_minLogSeverity = severity;
+        i_minLogSeverity.store(severity, RELAXED);
     }
 }
 
 void LoggerConfig::setTimeCritMinLogSeverity(int severity) {
     if (IsSeverity(severity)) {
-        i_timeCritMinLogSeverity = severity;
+        i_timeCritMinLogSeverity.store(severity, RELAXED);
     }
 }
 
 void LoggerConfig::setAllThreadLogging(bool on) {
-    i_allThreadLogging = on;
+    i_allThreadLogging.store(on, RELAXED);
 }
 
 void LoggerConfig::setPrintLogThreadId(bool on) {
-    i_printLogThreadId = on;
+    i_printLogThreadId.store(on, RELAXED);
 }
 
 void LoggerConfig::setPrintToStdOut(bool on) {
-    i_printToStdOut = on;
+    i_printToStdOut.store(on, RELAXED);
 }
 
 void LoggerConfig::resetToDefaults() {

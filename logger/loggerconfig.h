@@ -1,12 +1,15 @@
 #pragma once
 
+#include <atomic>
+
 class Configuration;
 
 /**
  * The settings of the logger, one object for the process, built before main. Its constructor also
  * sets the locale of LC_CTYPE to en_US.UTF-8 where the machine has it.
  *
- * Any thread may read or change it; nothing is locked.
+ * Any thread may read or change it at any time. Each setting is atomic by itself, and relaxed:
+ * nothing else is published through it.
  */
 class LoggerConfig {
   public:
@@ -35,16 +38,18 @@ class LoggerConfig {
      */
     void load(const Configuration& configuration);
 
-    int timeCritMinLogSeverity() const { return i_timeCritMinLogSeverity; }
-    int minLogSeverity() const { return i_minLogSeverity; }
-    bool allThreadLogging() const { return i_allThreadLogging; }
-    bool printLogThreadId() const { return i_printLogThreadId; }
-    bool printToStdOut() const { return i_printToStdOut; }
+    int timeCritMinLogSeverity() const { return i_timeCritMinLogSeverity.load(RELAXED); }
+    int minLogSeverity() const { return i_minLogSeverity.load(RELAXED); }
+    bool allThreadLogging() const { return i_allThreadLogging.load(RELAXED); }
+    bool printLogThreadId() const { return i_printLogThreadId.load(RELAXED); }
+    bool printToStdOut() const { return i_printToStdOut.load(RELAXED); }
 
   private:
-    int i_timeCritMinLogSeverity;
-    int i_minLogSeverity;
-    bool i_allThreadLogging;
-    bool i_printLogThreadId;
-    bool i_printToStdOut;
+    static constexpr std::memory_order RELAXED = std::memory_order_relaxed;
+
+    std::atomic<int> i_timeCritMinLogSeverity;
+    std::atomic<int> i_minLogSeverity;
+    std::atomic<bool> i_allThreadLogging;
+    std::atomic<bool> i_printLogThreadId;
+    std::atomic<bool> i_printToStdOut;
 };

@@ -92,7 +92,8 @@ void Options::readCounts(const Configuration& file) {
 void Options::readSwitcherMode(const Configuration& file) {
     const Optional<std::string> text = TextOf(file, SWITCHER_MODE_KEY);
     e_SwitcherMode mode = i_switcherMode;
-    if (text.exists() && EnumConverter::ValToEnum(&mode, fromString<unsigned>(text.data())) &&
+    if (text.exists() &&
+        EnumConverter::ValToEnum(&mode, static_cast<unsigned>(fromString<int>(text.data()))) &&
         i_availableSwitcherModes.count(mode) != 0) {
         i_switcherMode = mode;
     }

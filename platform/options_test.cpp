@@ -136,6 +136,7 @@ TEST_F(OptionsTest, TakeAnAvailableSwitcherModeOnly) {
         {"switcherMode=11\n", 0},
         {"switcherMode=-1\n", 0},
         {"switcherMode=4294967297\n", 0},
+        {"switcherMode=-4294967293\n", 0},
         {"[other]\nswitcherMode=3\navailableMles=2\n", 0},
     };
     for (const auto& c : cases) {

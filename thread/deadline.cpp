@@ -1,5 +1,7 @@
 #include "thread/deadline.h"
 
+#include <limits>
+
 namespace {
 
 constexpr suseconds_t MICROSECONDS_PER_SECOND = 1000000;
@@ -8,7 +10,9 @@ constexpr long NANOSECONDS_PER_MICROSECOND = 1000;
 }  // namespace
 
 bool IsValidTimeout(const timeval& timeout) {
-    return timeout.tv_sec >= 0 && timeout.tv_usec >= 0 && timeout.tv_usec < MICROSECONDS_PER_SECOND;
+    constexpr time_t maxSeconds = std::numeric_limits<time_t>::max() / 2;
+    return timeout.tv_sec >= 0 && timeout.tv_sec <= maxSeconds && timeout.tv_usec >= 0 &&
+           timeout.tv_usec < MICROSECONDS_PER_SECOND;
 }
 
 timespec DeadlineAfter(const timeval& timeout) {

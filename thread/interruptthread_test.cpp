@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <limits>
 #include <string>
 
 #include "cpputils/include/pipeio.h"
@@ -48,6 +49,7 @@ class FarSides : public InterruptAction, public Interrupter {
 TEST(InterruptThread, EndsByTheFirstEvent) {
     constexpr timeval brief = {0, 1000};
     constexpr timeval negative = {0, -1};
+    constexpr timeval endless = {std::numeric_limits<time_t>::max(), 1'000'000};
     const struct {
         int byte;
         const timeval* timeout;
@@ -60,6 +62,7 @@ TEST(InterruptThread, EndsByTheFirstEvent) {
         {'x', nullptr, -1, "Interrupted - Unknown Failure", "interrupt detach"},
         {NO_BYTE, &brief, e_Error_Timeout, "Timeout Occured", "timeout detach"},
         {NO_BYTE, &negative, -1, "Select failed (Invalid argument)", "detach"},
+        {NO_BYTE, &endless, -1, "Select failed (Invalid argument)", "detach"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.message);

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <limits>
 #include <thread>
 #include <type_traits>
 
@@ -121,7 +122,8 @@ TEST(Mutex, FailingCallsAreReportedAndStop) {
     }
 }
 
-const timeval NOT_TIMES[] = {{-1, 0}, {0, -1}, {0, 1000000}};
+const timeval NOT_TIMES[] = {
+    {-1, 0}, {0, -1}, {0, 1000000}, {std::numeric_limits<time_t>::max(), 0}};
 
 TEST(Condition, TimedWait) {
     PMutexWithCondImpl mutex;

@@ -4,46 +4,19 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <memory>
 
 #include "cpputils/include/pipeio.h"
 #include "thread/childprocess.h"
 #include "thread/fdbufferthread.h"
+#include "thread/interruptactions.h"
 #include "thread/interruptthread.h"
 #include "thread/pipeends.h"
 
 namespace {
 
 constexpr pid_t NO_PROCESS = -1;
-
-/** Ends the command's process group, in order and then for good. */
-class InterruptProcess : public InterruptAction {
-  public:
-    void setProcess(pid_t process) { i_process = process; }
-    void interrupt() override { endGroup(); }
-    void timeout() override { endGroup(); }
-
-    void killGroup() const { signalGroup(SIGKILL); }
-
-  private:
-    void endGroup() const {
-        constexpr unsigned graceSeconds = 1;
-        signalGroup(SIGTERM);
-        sleep(graceSeconds);
-        signalGroup(SIGKILL);
-    }
-
-    /** Below 2 there is no command, and the negated number would address far more than one. */
-    void signalGroup(int signal) const {
-        if (i_process >= 2) {
-            kill(-i_process, signal);
-        }
-    }
-
-    pid_t i_process = NO_PROCESS;
-};
 
 /** One output of the command: the pipe that it writes to, and the thread that drains it. */
 struct Capture {
@@ -55,9 +28,8 @@ struct Capture {
         thread = std::make_unique<FDBufferThread>(pipe.readEnd());
         return thread->start();
     }
-    bool joinFails() const {
-        return thread != nullptr && thread->isCreated() && thread->join(nullptr) != 0;
-    }
+    bool isRunning() const { return thread != nullptr && thread->isCreated(); }
+    bool joinFails() const { return isRunning() && thread->join(nullptr) != 0; }
 };
 
 /** One command under way. A step that fails notes why; `finish` is right after any of them. */
@@ -71,7 +43,7 @@ class ShellCommand {
             if (startCapture() && startInterrupt()) {
                 waitForShell();
             } else {
-                killShell();
+                letShellEnd();
             }
         }
         finish();
@@ -85,7 +57,7 @@ class ShellCommand {
     bool startCapture();
     bool startInterrupt();
     void waitForShell();
-    void killShell();
+    void letShellEnd();
     void finish();
     void collect();
     bool fail(const std::string& text);
@@ -160,9 +132,13 @@ void ShellCommand::waitForShell() {
     }
 }
 
-/** Nobody could interrupt it, and its output would have nobody to end it: it must not run on. */
-void ShellCommand::killShell() {
-    i_action.killGroup();
+/** Nobody can interrupt it: an output without a reader is closed, so that it cannot block on it. */
+void ShellCommand::letShellEnd() {
+    for (Capture* capture : {&i_output, &i_error}) {
+        if (!capture->isRunning()) {
+            capture->pipe.closeRead();
+        }
+    }
     waitpid(i_child, nullptr, 0);
 }
 

@@ -11,5 +11,8 @@
  *
  * A mark on `interruptFd`, which is borrowed, or its end of file, ends the group: SIGTERM, a second
  * later SIGKILL. Then localRC is -1, or e_Error_Timeout for the mark of a time-out.
+ *
+ * If a thread cannot be started the command runs to its end, uninterruptible; an output that nobody
+ * can collect is closed. Then localRC is -1, and the status is not reported.
  */
 SystemCaller::RC RunShellCommand(const std::string& command, int interruptFd, bool capture);

@@ -8,6 +8,7 @@
 #include "cpputils/include/pipeio.h"
 #include "tests/support/child.h"
 #include "tests/support/descriptors.h"
+#include "tests/support/testdirectory.h"
 #include "tests/support/threadstarts.h"
 #include "thread/childprocess.h"
 #include "thread/pipeends.h"
@@ -84,27 +85,34 @@ TEST(SyscallSlave, SpeaksTheProtocolAndDropsLateMarks) {
     EXPECT_EQ(slave.wait(), 1);
 }
 
-TEST(SyscallSlave, EndsACommandThatItCannotWatch) {
+TEST(SyscallSlave, LetsACommandEndThatItCannotWatch) {
     const struct {
         int threads;
+        const char* stdout;
         const char* failure;
     } cases[] = {
-        {0, "Could not start the capture threads"},
-        {1, "Could not start the capture threads"},
-        {2, "Could not start the interrupt thread"},
+        {0, "", "Could not start the capture threads"},
+        {1, "begun\nended\n", "Could not start the capture threads"},
+        {2, "begun\nended\n", "Could not start the interrupt thread"},
     };
+    const testsupport::TestDirectory directory;
     PipeEnds marks;
     ASSERT_EQ(marks.create(), 0);
     const auto descriptors = testsupport::CountDescriptors();
     for (const auto& c : cases) {
         SCOPED_TRACE(c.threads);
+        const std::string ended = std::to_string(c.threads);
+        // More than a pipe holds, to an output that may have no reader.
+        const std::string command = "trap '' PIPE; echo begun; head -c 100000 /dev/zero >&2; " +
+                                    ("echo ended; echo >" + directory.path(ended));
         testsupport::LimitThreadStarts(c.threads);
-        const SystemCaller::RC result =
-            RunShellCommand("sleep 60 & sleep 60", marks.readEnd(), true);
+        const SystemCaller::RC result = RunShellCommand(command, marks.readEnd(), true);
         testsupport::AllowThreadStarts();
         EXPECT_EQ(result.localRC, -1);
         EXPECT_EQ(result.commandRC, 0);
+        EXPECT_EQ(result.stdout, c.stdout);
         EXPECT_EQ(result.stderr, c.failure);
+        EXPECT_EQ(directory.read(ended), "\n");
         EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);  // no child, living or dead
         EXPECT_EQ(testsupport::CountDescriptors(), descriptors);
     }

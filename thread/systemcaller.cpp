@@ -21,17 +21,6 @@ constexpr char NICE[] = "/bin/nice";
 constexpr char LOWEST_PRIORITY[] = "19";
 constexpr unsigned GRACE_SECONDS = 1;
 
-/** Passes an interrupt on to the slave, down the command pipe. */
-class InterruptForwarder : public InterruptAction {
-  public:
-    explicit InterruptForwarder(int writeFd) : i_writeFd(writeFd) {}
-    void interrupt() override { (void)WriteByte(i_writeFd, INTERRUPT_MARK); }
-    void timeout() override { (void)WriteByte(i_writeFd, TIMEOUT_MARK); }
-
-  private:
-    const int i_writeFd;
-};
-
 /** Reports a failure of the link and keeps its text as the result's description. */
 int Fail(SystemCaller::RC& result, int code, const std::string& text) {
     LOG_MESSAGE(CRITICAL, "%s", text.c_str());

@@ -7,6 +7,7 @@
 
 #include "cpputils/include/thread/annotations.h"
 #include "cpputils/include/thread/policies.h"
+#include "thread/interruptactions.h"
 #include "thread/interruptthread.h"
 #include "thread/pipeends.h"
 #include "thread/pmutex.h"

@@ -29,11 +29,12 @@ int WaitReadable(int first, int second, const timeval* timeout, ReadableEnds& re
     }
     timespec limit = {0, 0};
     if (timeout != nullptr) {
-        if (timeout->tv_sec < 0 || timeout->tv_usec < 0) {
+        if (timeout->tv_sec < 0 || timeout->tv_usec < 0 ||
+            __builtin_add_overflow(timeout->tv_sec, timeout->tv_usec / MICROSECONDS_PER_SECOND,
+                                   &limit.tv_sec)) {
             errno = EINVAL;
             return -1;
         }
-        limit.tv_sec = timeout->tv_sec + timeout->tv_usec / MICROSECONDS_PER_SECOND;
         limit.tv_nsec = timeout->tv_usec % MICROSECONDS_PER_SECOND * NANOSECONDS_PER_MICROSECOND;
     }
     pollfd entries[] = {{first, POLLIN, 0}, {second, POLLIN, 0}};

@@ -87,6 +87,9 @@ Recognised Recognise(const std::string& severity, const std::string& message) {
 }
 
 std::string Message(e_LogText text, const std::vector<std::string>& values) {
+    if (text < 0 || text >= e_LogText_Other) {
+        return "";
+    }
     const Pieces pieces = Cut(ROWS[text].format);
     std::string message = pieces.literals[0];
     for (std::size_t i = 0; i < values.size(); ++i) {

@@ -48,7 +48,10 @@ struct Recognised {
 /** Severity and message have to fit as a whole; the first text that does is it. */
 Recognised Recognise(const std::string& severity, const std::string& message);
 
-/** The message with these values at its conversions, as the tool would write them. */
+/**
+ * The message with these values at its conversions, as the tool would write them; empty for a text
+ * that isn't in the list.
+ */
 std::string Message(e_LogText text, const std::vector<std::string>& values = {});
 
 }  // namespace toollog

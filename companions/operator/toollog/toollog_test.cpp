@@ -51,6 +51,7 @@ TEST(Texts, AreTakenApartAsTheyArePutTogether) {
     EXPECT_EQ(found.text, toollog::e_LogText_FileName);
     EXPECT_EQ(found.values, std::vector<std::string>{"Page 7\nDone\n"});
     EXPECT_EQ(toollog::Message(found.text, found.values), "File name is Page 7\nDone\n\n");
+    EXPECT_EQ(toollog::Message(toollog::e_LogText_Other), "");
     for (const char* other : {"Done", "Done\nx", "Controller is \n", "Controller is 7 \n",
                               "Page 7 sent successfully", " Done\n", ""}) {
         EXPECT_EQ(toollog::Recognise("NOTICE", other).text, toollog::e_LogText_Other) << other;

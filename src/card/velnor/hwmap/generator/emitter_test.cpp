@@ -159,8 +159,9 @@ TEST_F(GenerateTest, ReportsAndWritesNothing) {
     const ChildResult unknown = generate("x", "2");
     EXPECT_EQ(unknown.exitValue, 1);
     EXPECT_EQ(unknown.err, "hwmap_generate: no placement names the design 'x'\n");
-    EXPECT_EQ(generate("d", "0").exitValue, 2);
-    EXPECT_EQ(generate("d", "many").exitValue, 2);
+    for (const char* units : {"0", "many", "2x", "-1", "65"}) {
+        EXPECT_EQ(generate("d", units).exitValue, 2) << units;
+    }
 
     write("c.catalogue", std::string(CATALOGUE) + "0 R_a v[0:1]\n");
     const ChildResult refused = generate("d", "2");

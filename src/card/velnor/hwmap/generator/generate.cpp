@@ -1,11 +1,13 @@
 // hwmap_generate: writes the sources of one design's register map, or of the meanings of all
 // designs, from the tables.
 
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cpputils/include/standarddescriptors.h"
@@ -79,10 +81,11 @@ bool ReadOrder(int argc, char** argv, Order& order) {
     if (isMeanings) {
         return true;
     }
-    const unsigned long units = strtoul(argv[2], nullptr, 10);
     order.design = argv[1];
-    order.units = static_cast<unsigned int>(units);
-    return units > 0 && units <= MAX_UNITS;
+    const std::string_view units = argv[2];
+    const char* const end = units.data() + units.size();
+    const auto [stop, error] = std::from_chars(units.data(), end, order.units);
+    return error == std::errc() && stop == end && order.units > 0 && order.units <= MAX_UNITS;
 }
 
 int Generate(const Tables& tables, const Order& order) {

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include "thread/interruptthread.h"
+
+/**
+ * Ends a command's process group: SIGTERM, and a second later SIGKILL. An interrupt and a time-out
+ * are the same.
+ */
+class InterruptProcess : public InterruptAction {
+  public:
+    InterruptProcess() = default;
+
+    /** The leader of the group. Until it is set, and for any number below 2, nothing is signalled.
+     */
+    void setProcess(pid_t process) { i_process = process; }
+    void interrupt() override;
+    void timeout() override;
+
+  private:
+    void endGroup() const;
+    void signalGroup(int signal) const;
+
+    pid_t i_process = -1;
+};
+
+/** Passes a break-off on, as its mark, down the borrowed end of the command pipe. */
+class InterruptForwarder : public InterruptAction {
+  public:
+    explicit InterruptForwarder(int writeFd) : i_writeFd(writeFd) {}
+    void interrupt() override;
+    void timeout() override;
+
+  private:
+    const int i_writeFd;
+};
