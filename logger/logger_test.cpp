@@ -191,7 +191,7 @@ TEST(LoggerConfig, IgnoresThresholdsOutOfRange) {
 
 // What the thread sanitizer watches; in every build each line is a whole one.
 TEST(LoggerConfig, MayChangeWhileAnotherThreadLogs) {
-    const std::string output = OutputOf([] {
+    const auto result = testsupport::RunInChild([] {
         std::atomic<bool> ended{false};
         std::thread changer([&] {
             for (bool on = false; !ended; on = !on) {
@@ -211,7 +211,8 @@ TEST(LoggerConfig, MayChangeWhileAnotherThreadLogs) {
     });
     const std::regex line(
         "(C: [0-9]{3} )?S: NOTICE (T: p:[0-9]+ )?\"x\" at dir/file\\.cpp:17\\.\n");
-    const auto lines = std::sregex_iterator(output.begin(), output.end(), line);
+    const auto lines = std::sregex_iterator(result.out.begin(), result.out.end(), line);
+    EXPECT_EQ(result.err, "");
     EXPECT_EQ(std::distance(lines, std::sregex_iterator()), 1000);
 }
 
