@@ -1,8 +1,15 @@
 /** The companions' own command lines. */
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 
+#include "link/mailbox.h"
+#include "memory/hostlock.h"
+#include "tests/support/privateshm.h"
+#include "tests/support/region.h"
 #include "tests/upgradefixture.h"
 
 using testing::HasSubstr;
@@ -81,12 +88,50 @@ TEST_F(CompanionsTest, EndWhenTheHostHasGone) {
     testsupport::Process controller(TOLMIRA_CONTROLLER,
                                     {"--once", "--trace", "--json", "--idle-timeout", "100"},
                                     i_directory.path(), "controller");
-    ASSERT_TRUE(controller.waitForOutput("announced"));
     EXPECT_EQ(upgrade().exitValue, 0);
     const ProcessResult result = controller.wait();
     EXPECT_EQ(result.exitValue, 0);
-    EXPECT_THAT(result.out, HasSubstr("trace: host sends page 1, attempt 1, CRC "));
-    EXPECT_THAT(result.out, HasSubstr("\"flash_pages\": 2, \"flash_bytes\": 512, "));
+    EXPECT_THAT(result.err, HasSubstr("trace: host sends page 1, attempt 1, CRC "));
+    EXPECT_THAT(
+        result.out,
+        StartsWith("{\"format\": 1, \"flash_pages\": 2, \"flash_bytes\": 512, \"checksum\": \""));
+}
+
+TEST_F(CompanionsTest, ServeNoObjectThatIsInUse) {
+    testsupport::Region region;
+    const std::string own = "pid " + std::to_string(getpid());
+    const int fd = shm_open("/resource0", O_RDWR, 0);
+    LockAsHost(fd);
+    region.setWord(MAILBOX_RX_FLAG, RX_BYTE_OFFERED);
+    Controller(i_directory).stop();  // the host only waits for a controller
+    EXPECT_EQ(region.word(MAILBOX_RX_FLAG), 0U);
+
+    region.setWord(MAILBOX_TX_STATE, STATE_READY);
+    const ProcessResult atWork = RunProcess(TOLMIRA_CONTROLLER, {"--json"}, i_directory.path());
+    EXPECT_EQ(atWork.exitValue, 1);
+    EXPECT_THAT(atWork.err, HasSubstr("a tolmira_upgrade is at work on it, " + own + "; "));
+    EXPECT_THAT(atWork.out, StartsWith("{\"format\":1,\"error\":\"shared memory /resource0: a "));
+    EXPECT_EQ(region.word(MAILBOX_TX_STATE), STATE_READY) << "nothing was touched";
+    Controller(i_directory, {"--force"}).stop();
+
+    ASSERT_TRUE(LockAsController(fd));
+    EXPECT_THAT(RunProcess(TOLMIRA_CONTROLLER, {}, i_directory.path()).err,
+                HasSubstr("another tolmira_controller serves it, " + own + "; "));
+    close(fd);
+    region.setWord(MAILBOX_TX_STATE, STATE_READY);
+    Controller(i_directory).stop();  // a dead controller has left the mailbox
+}
+
+// A store into memory that isn't there would end the controller with SIGBUS.
+TEST_F(CompanionsTest, TellAFullSharedMemory) {
+    const testsupport::FullSharedMemory memory;
+    if (!memory.full()) {
+        GTEST_SKIP() << "this machine permits no /dev/shm of its own";
+    }
+    const ProcessResult result = RunProcess(TOLMIRA_CONTROLLER, {}, i_directory.path());
+    EXPECT_EQ(result.exitValue, 1);
+    EXPECT_THAT(result.err,
+                HasSubstr("cannot allocate the mailbox in it: No space left on device; "));
 }
 
 TEST_F(CompanionsTest, TellTheFaultsOfASeed) {

@@ -20,4 +20,10 @@ std::string Printable(const std::string& bytes) {
     return text;
 }
 
+std::string ChecksumText(uint16_t checksum) {
+    char text[8];
+    snprintf(text, sizeof text, "%04X", checksum);
+    return text;
+}
+
 }  // namespace commandline

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace commandline {
@@ -9,5 +10,8 @@ namespace commandline {
  * doubled, every other byte as \xNN.
  */
 std::string Printable(const std::string& bytes);
+
+/** A checksum as the tool's log has it: four hexadecimal digits in upper case. */
+std::string ChecksumText(uint16_t checksum);
 
 }  // namespace commandline

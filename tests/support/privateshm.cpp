@@ -5,6 +5,7 @@
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -15,9 +16,23 @@ namespace testsupport {
 
 namespace {
 
+constexpr char SIZE[] = "size=256m";
+constexpr char FILLING[] = "/dev/shm/filling";
+
+/** Takes all free pages. */
+bool Fill() {
+    const int fd = open(FILLING, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    struct statvfs space = {};
+    const bool filled =
+        fstatvfs(fd, &space) == 0 &&
+        posix_fallocate(fd, 0, static_cast<off_t>(space.f_bavail * space.f_bsize)) == 0;
+    close(fd);
+    return filled;
+}
+
 bool MountOverSharedMemory() {
     return mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0 &&
-           mount("tmpfs", "/dev/shm", "tmpfs", 0, "size=256m") == 0;
+           mount("tmpfs", "/dev/shm", "tmpfs", 0, SIZE) == 0;
 }
 
 void WriteTo(const char* fileName, const std::string& text) {
@@ -53,6 +68,14 @@ void LockAndClean() {
 }
 
 }  // namespace
+
+// Only an own one can be mounted anew.
+FullSharedMemory::FullSharedMemory()
+    : i_full(mount("tmpfs", "/dev/shm", "tmpfs", MS_REMOUNT, SIZE) == 0 && Fill()) {}
+
+FullSharedMemory::~FullSharedMemory() {
+    unlink(FILLING);
+}
 
 void UsePrivateSharedMemory() {
     const bool entered = unshare(CLONE_NEWNS) == 0 || EnterUserNamespace();

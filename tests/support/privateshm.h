@@ -12,4 +12,21 @@ namespace testsupport {
  */
 void UsePrivateSharedMemory();
 
+/**
+ * While it lives, this process's own /dev/shm has no free page. Without one of its own nothing is
+ * filled, since others use it, and `full()` is false.
+ */
+class FullSharedMemory {
+  public:
+    FullSharedMemory();
+    ~FullSharedMemory();
+    FullSharedMemory(const FullSharedMemory&) = delete;
+    FullSharedMemory& operator=(const FullSharedMemory&) = delete;
+
+    bool full() const { return i_full; }
+
+  private:
+    bool i_full;
+};
+
 }  // namespace testsupport

@@ -1,6 +1,5 @@
 #include "companions/operator/inspect/answer.h"
 
-#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
@@ -10,6 +9,7 @@ namespace inspect {
 
 namespace {
 
+using commandline::ChecksumText;
 using commandline::Printable;
 using Json = nlohmann::ordered_json;
 
@@ -18,10 +18,8 @@ bool HasLastPage(const Layout& layout) {
 }
 
 void PrintLayout(std::ostream& out, const Layout& layout) {
-    char checksum[8];
-    snprintf(checksum, sizeof checksum, "%04X", layout.checksum);
     out << "payload start: " << layout.payloadStart << "\npayload size: " << layout.payloadSize
-        << "\npages: " << layout.pages << "\nchecksum: " << checksum << '\n';
+        << "\npages: " << layout.pages << "\nchecksum: " << ChecksumText(layout.checksum) << '\n';
     if (HasLastPage(layout)) {
         out << "content of the last page: " << layout.lastPageContent << '\n';
     }
@@ -70,7 +68,7 @@ Json JsonOf(const Inspection& inspection) {
         object["payload_start"] = layout.payloadStart;
         object["payload_size"] = layout.payloadSize;
         object["pages"] = layout.pages;
-        object["checksum"] = layout.checksum;
+        object["checksum"] = ChecksumText(layout.checksum);
         if (HasLastPage(layout)) {
             object["last_page_content"] = layout.lastPageContent;
         }

@@ -5,10 +5,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <fstream>
 #include <system_error>
 
+#include "companions/commandline/printable.h"
 #include "companions/commandline/regularfile.h"
 #include "companions/digest/sha256.h"
 #include "companions/operator/toollog/runrecord.h"
@@ -148,9 +148,8 @@ void TakeImage(std::ifstream& image, long payloadStart, Inspection& inspection) 
         forecast.log.push_back(Message(toollog::e_LogText_TooManyPages, {pages}));
         return;
     }
-    char checksum[8];
-    snprintf(checksum, sizeof checksum, "%04X", layout.checksum);
-    forecast.log.push_back(Message(toollog::e_LogText_Checksum, {checksum}));
+    forecast.log.push_back(
+        Message(toollog::e_LogText_Checksum, {commandline::ChecksumText(layout.checksum)}));
     forecast.log.push_back(
         Message(toollog::e_LogText_FileOpen, {std::to_string(*inspection.size), pages}));
     if (inspection.verdict == e_Verdict_Sendable) {

@@ -2,7 +2,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/mman.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -234,22 +233,18 @@ TEST_F(VelnorRegs, WritesBesideAHostOnlyWhenForced) {
 
 // A store into memory that isn't there would end the program with SIGBUS.
 TEST_F(VelnorRegs, AFullSharedMemoryIsToldAndReadAllTheSame) {
-    testsupport::Region region;
-    (void)region.word(0);
-    const int fd = open("/dev/shm/fill", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-    struct statvfs space = {};
-    fstatvfs(fd, &space);
-    if (space.f_blocks * space.f_frsize > 1UL << 30) {
-        GTEST_SKIP() << "this machine permits no /dev/shm of its own, and others use this one";
-    }
-    ASSERT_EQ(posix_fallocate(fd, 0, static_cast<off_t>(space.f_bavail * space.f_bsize)), 0);
+    const testsupport::Region region;
     const std::string path = "sbuf.chip_misc.R_debug";
-    const ProcessResult write = run({"write", path, "1", "--yes"});
-    EXPECT_EQ(write.exitValue, 1);
-    EXPECT_THAT(write.err, HasSubstr("No space left on device; check /dev/shm\n"));
-    EXPECT_EQ(answer({"read", path})["word"], 0);
-    close(fd);
-    remove("/dev/shm/fill");
+    {
+        const testsupport::FullSharedMemory memory;
+        if (!memory.full()) {
+            GTEST_SKIP() << "this machine permits no /dev/shm of its own";
+        }
+        const ProcessResult write = run({"write", path, "1", "--yes"});
+        EXPECT_EQ(write.exitValue, 1);
+        EXPECT_THAT(write.err, HasSubstr("No space left on device; check /dev/shm\n"));
+        EXPECT_EQ(answer({"read", path})["word"], 0);
+    }
     EXPECT_EQ(run({"write", path, "1", "--yes"}).exitValue, 0);
     shm_unlink("/resource0");
 }

@@ -1,21 +1,18 @@
 #include "companions/simulator/controller/conversation.h"
 
-#include <cstdio>
 #include <string>
+
+#include "companions/commandline/printable.h"
 
 namespace controller {
 
 namespace {
 
+using commandline::ChecksumText;
+
 /** In front of a page's data: number, CRC and the count of the data's bytes. */
 constexpr size_t PAGE_PREFIX = 8;
 constexpr size_t INFO_SIZE = 4;
-
-std::string Hex(uint16_t number) {
-    char text[8];
-    snprintf(text, sizeof text, "%04X", number);
-    return text;
-}
 
 /** A page from its body; empty data, and so a bad size, where the body contradicts itself. */
 FlashPage UnpackPage(const std::vector<uint8_t>& body) {
@@ -103,7 +100,7 @@ PageAnswer Conversation::page(const std::vector<uint8_t>& body) {
     const PageResult result = judge(page);
     if (i_journal.tracing()) {
         i_journal.trace("host sends page " + std::to_string(page.number) + ", attempt " +
-                        std::to_string(attempt) + ", CRC " + Hex(page.crc) + ", answer " +
+                        std::to_string(attempt) + ", CRC " + ChecksumText(page.crc) + ", answer " +
                         ResultName(result));
     }
     return {page.number, attempt, PackResult(static_cast<uint8_t>(result))};
@@ -117,7 +114,8 @@ void Conversation::info(const std::vector<uint8_t>& body) {
     }
     const uint16_t pages = ReadU16(body.data());
     i_checksum = ReadU16(body.data() + 2);
-    i_journal.trace("host tells " + std::to_string(pages) + " pages, checksum " + Hex(i_checksum));
+    i_journal.trace("host tells " + std::to_string(pages) + " pages, checksum " +
+                    ChecksumText(i_checksum));
     i_fits = pages == i_flash.pages();
     if (!i_fits) {
         i_journal.finding(std::to_string(pages) + " pages told, " +
@@ -125,7 +123,8 @@ void Conversation::info(const std::vector<uint8_t>& body) {
     }
     if (i_expectedChecksum && *i_expectedChecksum != i_checksum) {
         i_fits = false;
-        i_journal.finding("checksum " + Hex(i_checksum) + ", expected " + Hex(*i_expectedChecksum));
+        i_journal.finding("checksum " + ChecksumText(i_checksum) + ", expected " +
+                          ChecksumText(*i_expectedChecksum));
     }
 }
 
@@ -136,7 +135,7 @@ bool Conversation::end() {
     if (upgraded) {
         ++i_counts.upgrades;
         i_journal.event("upgrade complete, " + std::to_string(i_flash.pages()) +
-                        " pages, checksum " + Hex(i_checksum));
+                        " pages, checksum " + ChecksumText(i_checksum));
     } else {
         i_journal.finding("upgrade ended without a transfer that fits");
     }

@@ -55,7 +55,9 @@ PageResult Flash::program(const FlashPage& page) {
 
 bool Flash::save(const std::string& fileName) const {
     const std::string draft = fileName + ".new";
-    FILE* file = fopen(draft.c_str(), "wb");
+    // Whatever has the name already, a link or a FIFO, is not opened.
+    remove(draft.c_str());
+    FILE* file = fopen(draft.c_str(), "wbxe");
     if (file == nullptr) {
         return false;
     }

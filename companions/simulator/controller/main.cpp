@@ -3,25 +3,32 @@
  * It announces itself, receives an upgrade into its flash, answers each page, and tells at its end
  * what it holds. A signal to terminate or interrupt ends it in order.
  */
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
 
+#include "companions/commandline/failure.h"
+#include "companions/commandline/printable.h"
 #include "companions/simulator/controller/conversation.h"
 #include "companions/simulator/controller/faultplan.h"
 #include "companions/simulator/controller/flash.h"
 #include "companions/simulator/controller/journal.h"
+#include "companions/simulator/controller/occupant.h"
 #include "companions/simulator/controller/pacer.h"
 #include "companions/simulator/controller/report.h"
 #include "companions/simulator/controller/session.h"
 #include "companions/simulator/controller/settings.h"
 #include "companions/simulator/controller/sharedregion.h"
 #include "cpputils/include/standarddescriptors.h"
+#include "link/mailbox.h"
 
 namespace controller {
 
 namespace {
+
+constexpr char NAME[] = "tolmira_controller";
 
 volatile sig_atomic_t stopRequested = 0;
 
@@ -64,7 +71,7 @@ Session::Time Now(const FaultPlan& plan) {
                : std::chrono::duration_cast<Session::Time>(Pacer::Clock::now().time_since_epoch());
 }
 
-void Serve(Session& session, const FaultPlan& plan, Journal& journal, const Settings& settings) {
+void Converse(Session& session, const FaultPlan& plan, Journal& journal, const Settings& settings) {
     Pacer pacer;
     while (stopRequested == 0 && !(settings.once && session.finished())) {
         if (session.poll(Now(plan))) {
@@ -85,50 +92,68 @@ Report Summary(const Flash& flash, const Conversation& conversation, const Sessi
                const Journal& journal) {
     const Counts& counts = conversation.counts();
     return {
-        {"flash pages", flash.pages()},        {"flash bytes", flash.size()},
-        {"checksum", conversation.checksum()}, {"revision", session.revision()},
+        {"flash pages", flash.pages()},
+        {"flash bytes", flash.size()},
+        {"checksum", commandline::ChecksumText(conversation.checksum())},
+        {"revision", session.revision()},
 
-        {"resets", session.resets()},          {"begin messages", counts.begins},
-        {"page messages", counts.pages},       {"info messages", counts.infos},
-        {"end messages", counts.ends},         {"unknown messages", counts.unknown},
-        {"good pages", counts.goodPages},      {"bad pages", counts.badPages},
-        {"upgrades", counts.upgrades},         {"faults", journal.faults()},
+        {"resets", session.resets()},
+        {"begin messages", counts.begins},
+        {"page messages", counts.pages},
+        {"info messages", counts.infos},
+        {"end messages", counts.ends},
+        {"unknown messages", counts.unknown},
+        {"good pages", counts.goodPages},
+        {"bad pages", counts.badPages},
+        {"upgrades", counts.upgrades},
+        {"faults", journal.faults()},
         {"findings", journal.findings()},
     };
 }
 
 void Save(const Flash& flash, Journal& journal, const std::string& fileName) {
     if (!fileName.empty() && !flash.save(fileName)) {
-        fprintf(stderr, "tolmira_controller: cannot write %s: %s; give --flash another place\n",
-                fileName.c_str(), strerror(errno));
+        // The report is still to come, so that this is no JSON object.
+        commandline::ReportFailure(
+            NAME,
+            "cannot write " + fileName + ": " + strerror(errno) + "; give --flash another place",
+            EXIT_FAILURE, false);
         journal.finding("flash not saved");
     }
 }
 
-int Run(const Settings& settings) {
-    SharedRegion region;
+MailboxPort MailboxOf(const SharedRegion& region) {
+    return MailboxPort(
+        reinterpret_cast<uint32_t*>(static_cast<char*>(region.address()) + MAILBOX_OFFSET));
+}
+
+/** Opens and takes the object; what is wrong, if anything. */
+std::string TakeObject(SharedRegion& region, const Settings& settings) {
     if (!region.open(settings.object, REGION_SIZE)) {
-        fprintf(stderr, "tolmira_controller: shared memory %s: %s; check the name and /dev/shm\n",
-                settings.object.c_str(), region.error().c_str());
-        return EXIT_FAILURE;
+        return region.error() + "; check the name and /dev/shm";
     }
-    Journal journal(std::cout, settings.trace);
+    const std::string occupant =
+        OccupantOf(region.descriptor(), MailboxOf(region).read(MAILBOX_TX_STATE));
+    return settings.force ? "" : occupant;
+}
+
+int Serve(const SharedRegion& region, const Settings& settings) {
+    // With JSON, standard output has the report and nothing else.
+    Journal journal(settings.json ? std::cerr : std::cout, settings.trace);
     Flash flash;
     Conversation conversation(flash, journal, settings.expectedChecksum);
-    auto* words =
-        reinterpret_cast<uint32_t*>(static_cast<char*>(region.address()) + MAILBOX_OFFSET);
     FaultPlan plan(settings.faults, journal);
-    Session session(MailboxPort(words), conversation, plan, journal, settings.behaviour,
+    Session session(MailboxOf(region), conversation, plan, journal, settings.behaviour,
                     [&] { Save(flash, journal, settings.flashFile); });
     if (!plan.empty()) {
         journal.event("faults " + ScheduleText(settings.faults));
     }
     session.clear();
-    journal.event("waiting at " + settings.object);
+    journal.event("waiting at " + commandline::Printable(settings.object));
     DelayAppearance(Absence(settings, plan));
     if (stopRequested == 0) {
         session.announce();
-        Serve(session, plan, journal, settings);
+        Converse(session, plan, journal, settings);
         session.finish();
         session.withdraw();
     }
@@ -136,6 +161,17 @@ int Run(const Settings& settings) {
     const Report report = Summary(flash, conversation, session, journal);
     (settings.json ? PrintReportAsJson : PrintReport)(std::cout, report);
     return journal.findings() == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+int Run(const Settings& settings) {
+    SharedRegion region;
+    const std::string wrong = TakeObject(region, settings);
+    if (!wrong.empty()) {
+        commandline::ReportFailure(NAME, "shared memory " + settings.object + ": " + wrong,
+                                   EXIT_FAILURE, settings.json);
+        return EXIT_FAILURE;
+    }
+    return Serve(region, settings);
 }
 
 }  // namespace

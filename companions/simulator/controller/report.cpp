@@ -5,18 +5,22 @@
 namespace controller {
 
 void PrintReport(std::ostream& out, const Report& report) {
-    for (const auto& [name, number] : report) {
-        out << name << ": " << number << '\n';
+    for (const auto& [name, value] : report) {
+        out << name << ": ";
+        std::visit([&](const auto& shown) { out << shown; }, value);
+        out << '\n';
     }
 }
 
 void PrintReportAsJson(std::ostream& out, const Report& report) {
-    const char* separator = "{";
-    for (const auto& [name, number] : report) {
+    out << "{\"format\": 1";
+    for (const auto& [name, value] : report) {
         std::string key = name;
         std::replace(key.begin(), key.end(), ' ', '_');
-        out << separator << '"' << key << "\": " << number;
-        separator = ", ";
+        const char* quote = std::holds_alternative<std::string>(value) ? "\"" : "";
+        out << ", \"" << key << "\": " << quote;
+        std::visit([&](const auto& shown) { out << shown; }, value);
+        out << quote;
     }
     out << "}\n";
 }

@@ -3,17 +3,18 @@
 #include <ostream>
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
 
 namespace controller {
 
-/** The closing report: names and numbers, in the order of printing. */
-using Report = std::vector<std::pair<std::string, unsigned long>>;
+/** The closing report: names, and numbers or texts, in the order of printing. */
+using Report = std::vector<std::pair<std::string, std::variant<unsigned long, std::string>>>;
 
-/** One line "name: number" for each entry. */
+/** One line "name: value" for each entry. */
 void PrintReport(std::ostream& out, const Report& report);
 
-/** One JSON object on one line; blanks in the names become underscores. */
+/** One JSON object on one line; blanks in the names become underscores. No text needs an escape. */
 void PrintReportAsJson(std::ostream& out, const Report& report);
 
 }  // namespace controller

@@ -55,6 +55,8 @@ void AddOptions(commandline::Program& program, Settings& settings, Raw& raw) {
         .option("--new-revision", settings.behaviour.newRevision,
                 "Revision reported after a completed upgrade")
         .showDefault();
+    program.flag("--force", settings.force,
+                 "Serve even while another controller does, or a host is at work");
     program.flag("--rearm,!--no-rearm", settings.behaviour.rearm,
                  "Bring the mailbox up again after the host has reset it (the default), or not");
     program.option("--appear-after-ms", settings.appearAfterMs, "Announce this late; milliseconds");
@@ -76,7 +78,8 @@ void AddOptions(commandline::Program& program, Settings& settings, Raw& raw) {
     program.option("--idle-timeout", settings.idleTimeoutS,
                    "End after so many seconds without a host's doing; 0 is never");
     program.flag("--trace", settings.trace, "Write the decoded conversation to standard output");
-    program.flag("--json", settings.json, "Write the closing report as one JSON object");
+    program.flag("--json", settings.json,
+                 "Write the closing report as one JSON object, and all else to standard error");
 }
 
 }  // namespace

@@ -21,6 +21,8 @@ struct Settings {
     /** 0: wait for ever. */
     unsigned idleTimeoutS = 0;
     bool once = false;
+    /** Serve even an object that is in use. */
+    bool force = false;
     bool trace = false;
     bool json = false;
 };

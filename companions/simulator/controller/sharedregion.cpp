@@ -8,48 +8,52 @@
 #include <cerrno>
 #include <system_error>
 
+#include "companions/simulator/controller/mailboxport.h"
+
 namespace controller {
 
 SharedRegion::~SharedRegion() {
     if (i_address != nullptr) {
         munmap(i_address, i_size);
     }
+    if (i_fd >= 0) {
+        close(i_fd);
+    }
 }
 
 bool SharedRegion::open(const std::string& name, size_t size) {
-    const int fd = shm_open(name.c_str(), O_RDWR | O_CREAT, 0666);
-    if (fd < 0) {
-        return fail("open");
+    i_fd = shm_open(name.c_str(), O_RDWR | O_CREAT | O_NONBLOCK, 0666);
+    if (i_fd < 0) {
+        return fail("open", errno);
     }
-    bool mapped = false;
-    if (grow(fd, size)) {
-        void* address = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-        mapped = address != MAP_FAILED;
-        if (mapped) {
-            i_address = address;
-            i_size = size;
-        } else {
-            fail("map");
-        }
+    if (!prepare(size)) {
+        return false;
     }
-    close(fd);
-    return mapped;
-}
-
-bool SharedRegion::grow(int fd, size_t size) {
-    struct stat status = {};
-    if (fstat(fd, &status) != 0) {
-        return fail("examine");
+    void* address = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, i_fd, 0);
+    if (address == MAP_FAILED) {
+        return fail("map", errno);
     }
-    if (static_cast<size_t>(status.st_size) < size &&
-        ftruncate(fd, static_cast<off_t>(size)) != 0) {
-        return fail("grow");
-    }
+    i_address = address;
+    i_size = size;
     return true;
 }
 
-bool SharedRegion::fail(const char* step) {
-    i_error = std::string("cannot ") + step + " it: " + std::generic_category().message(errno);
+/** Gives it its size, and the mailbox its memory. */
+bool SharedRegion::prepare(size_t size) {
+    struct stat status = {};
+    if (fstat(i_fd, &status) != 0) {
+        return fail("examine", errno);
+    }
+    if (static_cast<size_t>(status.st_size) < size &&
+        ftruncate(i_fd, static_cast<off_t>(size)) != 0) {
+        return fail("grow", errno);
+    }
+    const int error = posix_fallocate(i_fd, MAILBOX_OFFSET, MAILBOX_SIZE);
+    return error == 0 || fail("allocate the mailbox in", error);
+}
+
+bool SharedRegion::fail(const char* step, int error) {
+    i_error = std::string("cannot ") + step + " it: " + std::generic_category().message(error);
     return false;
 }
 

@@ -8,9 +8,10 @@ namespace controller {
 /**
  * A mapped POSIX shared-memory object: the address space of the card, seen from its far side.
  *
- * Opening creates the object where it is missing and grows it where it is smaller than `size`; it
- * never shrinks, clears or removes one, since the host may hold it at the same time. The mapping
- * lives as long as this object; the name outlives both.
+ * Opening creates the object where it is missing, grows it where it is smaller than `size`, and
+ * allocates the mailbox's page, since a store without memory would end the process. It never
+ * shrinks, clears or removes an object: the host may hold it at the same time. Mapping and
+ * descriptor live as long as this object; the name outlives both.
  */
 class SharedRegion {
   public:
@@ -25,11 +26,14 @@ class SharedRegion {
     /** The first byte of the mapping, null before a successful `open`. */
     void* address() const { return i_address; }
     const std::string& error() const { return i_error; }
+    /** Of the object, for locks on it; -1 before a successful `open`. */
+    int descriptor() const { return i_fd; }
 
   private:
-    bool grow(int fd, size_t size);
-    bool fail(const char* step);
+    bool prepare(size_t size);
+    bool fail(const char* step, int error);
 
+    int i_fd = -1;
     void* i_address = nullptr;
     size_t i_size = 0;
     std::string i_error;
