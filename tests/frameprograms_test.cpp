@@ -1,4 +1,5 @@
 /** The programs for people at a frame, held against the tool itself. */
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -12,6 +13,7 @@
 #include "companions/operator/toollog/logreader.h"
 #include "companions/operator/toollog/texts.h"
 #include "link/mailbox.h"
+#include "memory/hostlock.h"
 #include "tests/support/region.h"
 #include "tests/upgradefixture.h"
 
@@ -152,6 +154,10 @@ TEST_F(FrameProgramsTest, TheInspectorTakesAnyFile) {
     EXPECT_EQ(answers[2]["verdict"], "not a file");
 }
 
+#define LEFT_BEHIND                                                                        \
+    "host: left by a killed run; use tolmira_run, or first run tolmira_upgrade once with " \
+    "the path of a missing image\n"
+
 TEST_F(FrameProgramsTest, TheStatusNamesWhatTheMailboxHolds) {
     const struct {
         uint32_t words[6];
@@ -162,26 +168,26 @@ TEST_F(FrameProgramsTest, TheStatusNamesWhatTheMailboxHolds) {
         {{0, 0, 0, 0, 0, 0},
          7,
          3,
-         "controller: absent\nrevision: 7, the tool's is 19525\n"
+         "controller: absent\nrevision: 7, the tool's is 19525\nhost: none\n"
          "receive: off; flag: none; data: 0x00\nsend: absent; flag: none; data: 0x00\n"
          "upper bits: none\n"},
         {{0x12, 243, 1, 0xFE, 36, 1},
          19525,
          0,
-         "controller: present\nrevision: 19525, the tool's is 19525\n"
+         "controller: present\nrevision: 19525, the tool's is 19525\n" LEFT_BEHIND
          "receive: requested; flag: byte offered; data: 0x12\n"
          "send: announced; flag: byte offered; data: 0xFE\nupper bits: none\n"},
         {{0, 63, 0x502, 0, 35, 0xFFFFFF02},
          19526,
          1,
-         "controller: present\nrevision: 19526, the tool's is 19525\n"
+         "controller: present\nrevision: 19526, the tool's is 19525\n" LEFT_BEHIND
          "receive: up; flag: byte taken; data: 0x00\n"
          "send: taken over; flag: byte taken; data: 0x00\n"
          "upper bits: 0x00000500 at 7, 0xFFFFFF00 at 10\n"},
         {{0, 36, 3, 0, 243, 0x80},
          0x4C00,
          1,
-         "controller: present\nrevision: 19456, the tool's is 19525\n"
+         "controller: present\nrevision: 19456, the tool's is 19525\n" LEFT_BEHIND
          "receive: odd value 3; flag: odd value 36; data: 0x00\n"
          "send: odd value 128; flag: odd value 243; data: 0x00\nupper bits: none\n"},
     };
@@ -202,6 +208,18 @@ TEST_F(FrameProgramsTest, TheStatusNamesWhatTheMailboxHolds) {
     const ProcessResult line = runProgram(TOLMIRA_STATUS, {"--watch", "--json", "--count", "1"});
     EXPECT_EQ(line.exitValue, 1);
     EXPECT_EQ(json::parse(line.out)["receive"], "odd value 3");
+    EXPECT_THAT(json::parse(line.out)["host"]["next_step"], HasSubstr("tolmira_run"));
+
+    const int fd = shm_open("/resource0", O_RDWR, 0);
+    LockAsHost(fd);
+    const std::string own = "pid " + std::to_string(getpid());
+    EXPECT_THAT(runProgram(TOLMIRA_STATUS, {}).out, HasSubstr("\nhost: at work, " + own + "\n"));
+    region.setWord(MAILBOX_RX_STATE, STATE_ABSENT);
+    region.setWord(MAILBOX_RX_FLAG, RX_BYTE_OFFERED);
+    EXPECT_EQ(json::parse(runProgram(TOLMIRA_STATUS, {"--json"}).out)["host"]["pid"], getpid());
+    close(fd);
+    EXPECT_THAT(runProgram(TOLMIRA_STATUS, {}).out, HasSubstr("left by a killed run"))
+        << "an answer that nobody has read";
 }
 
 TEST_F(FrameProgramsTest, TheStatusMakesNoObjectAndEndsNoneTooEarly) {

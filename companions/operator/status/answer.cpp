@@ -8,6 +8,7 @@
 
 #include "companions/commandline/failure.h"
 #include "link/mailbox.h"
+#include "memory/hostlock.h"
 #include "tool/versioninfo.h"
 
 namespace status {
@@ -43,6 +44,31 @@ std::string NameOf(const Snapshot& snapshot, unsigned address) {
         return word.address == address && word.value == value;
     });
     return found != std::end(WORDS) ? found->name : "odd value " + std::to_string(value);
+}
+
+constexpr char LEFT[] = "left by a killed run";
+constexpr char NEXT_STEP[] =
+    "use tolmira_run, or first run tolmira_upgrade once with the path of a missing image";
+
+const char* HostState(const Snapshot& snapshot) {
+    if (snapshot.host) {
+        return "at work";
+    }
+    return snapshot.leftByAKilledRun() ? LEFT : "none";
+}
+
+std::string Host(const Snapshot& snapshot) {
+    return HostState(snapshot) + (snapshot.host ? ", " + ProcessText(*snapshot.host) : "");
+}
+
+JsonObject HostObject(const Snapshot& snapshot) {
+    const pid_t pid = snapshot.host.value_or(0);
+    JsonObject object = {{"state", HostState(snapshot)},
+                         {"pid", pid != 0 ? JsonObject(pid) : JsonObject(nullptr)}};
+    if (snapshot.leftByAKilledRun()) {
+        object["next_step"] = NEXT_STEP;
+    }
+    return object;
 }
 
 std::string Hex(uint32_t number, int digits) {
@@ -95,7 +121,8 @@ JsonObject Opening(const Snapshot& snapshot) {
     return {{"format", 1},
             {"present", snapshot.present()},
             {"revision", snapshot.revision()},
-            {"tool_revision", ToolRevision()}};
+            {"tool_revision", ToolRevision()},
+            {"host", HostObject(snapshot)}};
 }
 
 }  // namespace
@@ -113,7 +140,8 @@ e_Exit ExitValue(const Snapshot& snapshot) {
 
 std::string Text(const Snapshot& snapshot) {
     return std::string("controller: ") + (snapshot.present() ? "present" : "absent") +
-           "\nrevision: " + Revisions(snapshot) +
+           "\nrevision: " + Revisions(snapshot) + "\nhost: " + Host(snapshot) +
+           (snapshot.leftByAKilledRun() ? std::string("; ") + NEXT_STEP : "") +
            "\nreceive: " + Direction(snapshot, MAILBOX_RX_STATE, MAILBOX_RX_FLAG, MAILBOX_RX_DATA) +
            "\nsend: " + Direction(snapshot, MAILBOX_TX_STATE, MAILBOX_TX_FLAG, MAILBOX_TX_DATA) +
            "\nupper bits: " + UpperBits(snapshot);
@@ -133,7 +161,8 @@ std::string ShortText(const Snapshot& snapshot) {
         return snapshot.failure;
     }
     return std::string(snapshot.present() ? "present" : "absent") + "; revision " +
-           Revisions(snapshot) + "; receive: " + NameOf(snapshot, MAILBOX_RX_STATE) +
+           Revisions(snapshot) + "; host: " + Host(snapshot) +
+           "; receive: " + NameOf(snapshot, MAILBOX_RX_STATE) +
            "; send: " + NameOf(snapshot, MAILBOX_TX_STATE) + "; upper bits: " + UpperBits(snapshot);
 }
 

@@ -21,8 +21,8 @@ std::string Text(const Snapshot& snapshot);
 std::string Json(const Snapshot& snapshot);
 
 /**
- * One line with what changes slowly: presence, revision, the two states and the upper bits. Two
- * looks with the same line show no change; a transfer changes flags and data all the time.
+ * One line with what changes slowly: presence, revision, host, the two states and the upper bits.
+ * Two snapshots with the same line show no change; a transfer changes flags and data all the time.
  */
 std::string ShortText(const Snapshot& snapshot);
 std::string ShortJson(const Snapshot& snapshot);

@@ -27,6 +27,11 @@ unsigned Snapshot::revision() const {
     return byte(MAILBOX_REVISION_HIGH) * 256U + byte(MAILBOX_REVISION_LOW);
 }
 
+bool Snapshot::leftByAKilledRun() const {
+    return !host &&
+           (byte(MAILBOX_RX_STATE) != STATE_ABSENT || byte(MAILBOX_RX_FLAG) == RX_BYTE_OFFERED);
+}
+
 std::map<unsigned, uint32_t> Snapshot::upperBits() const {
     std::map<unsigned, uint32_t> bits;
     for (const auto& [address, word] : words) {
@@ -44,6 +49,7 @@ Snapshot Look() {
     if (!snapshot.failure.empty()) {
         return snapshot;
     }
+    snapshot.host = card.host();
     for (const unsigned address : ADDRESSES) {
         const std::optional<uint32_t> word = card.mailboxWord(address);
         if (!word) {
@@ -52,6 +58,8 @@ Snapshot Look() {
         }
         snapshot.words[address] = *word;
     }
+    // What was read may be of a host that had only just begun.
+    snapshot.host = snapshot.host ? snapshot.host : card.host();
     return snapshot;
 }
 
