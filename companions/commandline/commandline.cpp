@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "companions/commandline/failure.h"
+#include "companions/commandline/nearest.h"
 
 namespace commandline {
 
@@ -36,6 +37,21 @@ bool AsksForJson(const CLI::App& app, int argc, const char* const* argv) {
     const std::vector<const CLI::App*> commands = app.get_subcommands({});
     const bool known = knows(&app) || std::any_of(commands.begin(), commands.end(), knows);
     return known && std::find(argv, argv + argc, std::string("--json")) != argv + argc;
+}
+
+/** A first word that is no command explains whatever the library makes of it. */
+std::string ReasonOf(const CLI::App& program, const CLI::Error& error, int argc,
+                     const char* const* argv) {
+    std::vector<std::string> commands;
+    for (const CLI::App* command : program.get_subcommands([](const CLI::App*) { return true; })) {
+        commands.push_back(command->get_name());
+    }
+    const auto* const word =
+        std::find_if(argv + 1, argv + argc, [](const char* text) { return text[0] != '-'; });
+    if (commands.empty() || word == argv + argc || !program.get_subcommands().empty()) {
+        return error.what();
+    }
+    return "there is no command " + std::string(*word) + SuggestionFor(*word, commands);
 }
 
 template <typename Value>
@@ -194,7 +210,8 @@ std::optional<int> Program::read(int argc, const char* const* argv) {
     } catch (const CLI::Success& request) {
         return i_program->exit(request);
     } catch (const CLI::Error& error) {
-        ReportFailure(i_program->get_name(), error.what() + std::string(" (--help tells how)"),
+        ReportFailure(i_program->get_name(),
+                      ReasonOf(*i_program, error, argc, argv) + " (--help tells how)",
                       EXIT_WRONG_USAGE, AsksForJson(*i_program, argc, argv));
         return EXIT_WRONG_USAGE;
     }

@@ -1,6 +1,7 @@
 #include "companions/registers/velnor_regs/answer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iomanip>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -72,6 +73,22 @@ void PrintColumns(std::ostream& out, const Answer& answer) {
 }
 
 }  // namespace
+
+void PrintChange(std::ostream& out, const Change& change) {
+    out << std::fixed << std::setprecision(3) << change.seconds << "  " << change.path << "  "
+        << (change.before ? HexText(*change.before) + " -> " : "") << HexText(change.value) << '\n';
+}
+
+void PrintChangeAsJson(std::ostream& out, const Change& change) {
+    Json line = {{"format", 1},
+                 {"seconds", std::round(change.seconds * 1000) / 1000},
+                 {"path", change.path},
+                 {"value", change.value}};
+    if (change.before) {
+        line["before"] = *change.before;
+    }
+    out << line.dump() << '\n';
+}
 
 void PrintAsText(std::ostream& out, const Answer& answer) {
     for (const auto& [name, cell] : answer.facts) {

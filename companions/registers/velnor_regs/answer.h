@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -35,6 +36,20 @@ struct Answer {
     std::vector<Row> rows;
     int exitValue = 0;
 };
+
+/** A value that isn't what it was. */
+struct Change {
+    /** Since the start. */
+    double seconds;
+    std::string path;
+    std::uint32_t value;
+    /** Nothing at the first look. */
+    std::optional<std::uint32_t> before;
+};
+
+/** One line each. */
+void PrintChange(std::ostream& out, const Change& change);
+void PrintChangeAsJson(std::ostream& out, const Change& change);
 
 void PrintAsText(std::ostream& out, const Answer& answer);
 

@@ -14,6 +14,10 @@ struct Request {
     bool yes = false;
     bool force = false;
     std::string format;
+    bool json = false;
+    /** Of a watch: milliseconds between looks, and lines to write; 0 is no end. */
+    std::uint32_t interval = 100;
+    std::uint64_t count = 0;
 };
 
 /** Each has its operands, and throws Failure where it has no answer. */
@@ -25,9 +29,11 @@ Answer Show(const Request& request);
 Answer Decode(const Request& request);
 Answer Read(const Request& request);
 Answer Write(const Request& request);
+Answer Paths(const Request& request);
 Answer Diff(const Request& request);
 
-/** Writes the text itself, since it is another program's and no Answer. The exit value. */
+/** These write their output themselves, and give the exit value. */
 int Export(const Request& request);
+int Watch(const Request& request);
 
 }  // namespace regs

@@ -1,3 +1,7 @@
+#include <chrono>
+#include <iostream>
+#include <thread>
+
 #include "companions/registers/velnor_regs/access.h"
 #include "companions/registers/velnor_regs/commands.h"
 #include "companions/registers/velnor_regs/failure.h"
@@ -11,6 +15,9 @@
 namespace regs {
 
 namespace {
+
+/** More than any group has that the card's address space holds. */
+constexpr std::size_t MOST_WORDS = 65536;
 
 /** Refuses what isn't one word of the card, before the card is touched. */
 void CheckLocation(const MapLocation& place) {
@@ -68,19 +75,82 @@ void Store(const MapLocation& place, std::uint32_t value) {
     }
 }
 
+/** A group is all its words. */
+std::vector<MapLocation> WordsToRead(const std::variant<MapLocation, GroupLocation>& location,
+                                     bool forced) {
+    std::vector<MapLocation> words;
+    if (const auto* word = std::get_if<MapLocation>(&location)) {
+        words.push_back(*word);
+    } else {
+        words = WordsOf(std::get<GroupLocation>(location), MOST_WORDS);
+    }
+    for (const MapLocation& word : words) {
+        CheckLocation(word);
+        CheckRead(word, forced);
+    }
+    return words;
+}
+
+std::uint32_t WordOf(const CardView& card, const MapLocation& location) {
+    const std::optional<std::uint32_t> word = card.word(location.address());
+    if (!word) {
+        throw Failure(EXIT_FINDING, location.path + " can't be read; check /dev/shm");
+    }
+    return *word;
+}
+
+/** The field's value, or the word's. */
+std::uint32_t ValueOf(const CardView& card, const MapLocation& location) {
+    const std::uint32_t word = WordOf(card, location);
+    return location.field == nullptr
+               ? word
+               : FieldOfWord(word, location.field->mask, location.field->shift);
+}
+
 }  // namespace
 
 Answer Read(const Request& request) {
     const Map map = OpenMap(request.design, nullptr);
-    const MapLocation place = LocationOf(map, request);
-    CheckRead(place, request.force);
+    const auto location = ResolveOperand(map, request.operands[0]);
+    const std::vector<MapLocation> words = WordsToRead(location, request.force);
     const CardView card;
     CheckCard(card);
-    const std::optional<std::uint32_t> word = card.word(place.address());
-    if (!word) {
-        throw Failure(EXIT_FINDING, place.path + " can't be read; check /dev/shm");
+    std::vector<std::uint32_t> values;
+    for (const MapLocation& word : words) {
+        values.push_back(WordOf(card, word));
     }
-    return DescribeWord(request.design, place, *word);
+    const auto* group = std::get_if<GroupLocation>(&location);
+    return group != nullptr ? DescribeValues(request.design, *group, values)
+                            : DescribeWord(request.design, words[0], values[0]);
+}
+
+int Watch(const Request& request) {
+    const Map map = OpenMap(request.design, nullptr);
+    std::vector<MapLocation> words;
+    for (const std::string& operand : request.operands) {
+        const auto more = WordsToRead(ResolveOperand(map, operand), request.force);
+        words.insert(words.end(), more.begin(), more.end());
+    }
+    const auto start = std::chrono::steady_clock::now();
+    std::vector<std::optional<std::uint32_t>> last(words.size());
+    for (std::uint64_t lines = 0;;) {
+        // Opened for each look, so that an object made anew is seen.
+        const CardView card;
+        CheckCard(card);
+        const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+        for (std::size_t i = 0; i < words.size(); ++i) {
+            const Change change{time.count(), words[i].path, ValueOf(card, words[i]), last[i]};
+            if (change.value == last[i]) {
+                continue;
+            }
+            (request.json ? PrintChangeAsJson : PrintChange)(std::cout, change);
+            last[i] = change.value;
+            if (++lines == request.count) {
+                return 0;
+            }
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(request.interval));
+    }
 }
 
 Answer Write(const Request& request) {

@@ -19,6 +19,9 @@ namespace {
 constexpr char DEFAULT_DESIGN[] = "mm_fcfs";
 
 constexpr char PATH_HELP[] = "A path as the code reads: sbuf.chip_misc[0].R_debug.value";
+constexpr char PLACE_HELP[] = "Such a path, one that ends at a group, or an address";
+constexpr char VALUES_HELP[] =
+    "The whole word, decimal or 0x and hexadecimal; for a group one after the other";
 constexpr char VALUE_HELP[] = "A number, decimal or 0x and hexadecimal";
 constexpr char DESIGN_HELP[] = "One of the designs that list shows";
 
@@ -26,6 +29,7 @@ struct Operand {
     const char* name;
     const char* help;
     bool required = true;
+    bool repeats = false;
 };
 
 struct Command {
@@ -55,17 +59,21 @@ const Command COMMANDS[] = {
      "What lies at an address",
      true,
      {{"ADDRESS", "Bytes from the design's base, decimal or 0x and hexadecimal"}}},
-    {"show", Show, "A word as a row of bits with its fields", true, {{"PATH", PATH_HELP}}},
+    {"show",
+     Show,
+     "A word as a row of bits with its fields, or the members of a group",
+     true,
+     {{"PLACE", PLACE_HELP}}},
     {"decode",
      Decode,
      "What a word's value says in each field",
      true,
-     {{"PATH", PATH_HELP}, {"VALUE", "The whole word, decimal or 0x and hexadecimal"}}},
+     {{"PLACE", PLACE_HELP}, {"VALUE", VALUES_HELP, true, true}}},
     {"read",
      Read,
-     "A word of the live card, /resource0, with its fields",
+     "A word or a group of the live card, /resource0, with the fields",
      true,
-     {{"PATH", PATH_HELP}}},
+     {{"PLACE", PLACE_HELP}}},
     {"write",
      Write,
      "Stores into a word or a field of the live card, /resource0",
@@ -76,13 +84,25 @@ const Command COMMANDS[] = {
      "What isn't the same in two designs",
      false,
      {{"DESIGN", DESIGN_HELP}, {"OTHER", DESIGN_HELP}}},
+    {"watch",
+     nullptr,
+     "A line for each change of words or fields of the live card, /resource0",
+     true,
+     {{"PLACE", PLACE_HELP, true, true}},
+     Watch},
     {"export", nullptr, "The map of a design as a file for other tools", true, {}, Export},
+    {"paths",
+     Paths,
+     "How a path can go on; for completion",
+     true,
+     {{"BEGINNING", "What of the path is written", false}}},
 };
 
 struct Settings {
     const Command* command = nullptr;
     Request request;
-    bool json = false;
+    /** The operands of the last kind, if it repeats. */
+    std::vector<std::string> more;
 };
 
 std::vector<std::string> FormatNames() {
@@ -97,7 +117,7 @@ void AddCommand(commandline::Program& program, const Command& command, Settings&
     const commandline::Options sub = program.subcommand(
         command.name, command.help, [&settings, &command] { settings.command = &command; });
     if (command.stream == nullptr) {
-        sub.flag("--json", settings.json, "Answer as one JSON object, numbers in decimal");
+        sub.flag("--json", settings.request.json, "Answer as one JSON object, numbers in decimal");
     }
     if (command.takesDesign) {
         sub.option("--design", settings.request.design, DESIGN_HELP).showDefault();
@@ -107,7 +127,14 @@ void AddCommand(commandline::Program& program, const Command& command, Settings&
         sub.flag("--force", settings.request.force,
                  "Write even while a tolmira_upgrade is at work, or if the place is read-only");
     }
-    if (command.run == Read) {
+    if (command.stream == Watch) {
+        sub.flag("--json", settings.request.json, "A JSON object a line, numbers in decimal");
+        sub.option("--interval", settings.request.interval, "Milliseconds between two looks")
+            .showDefault()
+            .inRange(1, 3600000);
+        sub.option("--count", settings.request.count, "Stop after so many lines; 0: never");
+    }
+    if (command.run == Read || command.stream == Watch) {
         sub.flag("--force", settings.request.force, "Read even if the read clears bits");
     }
     if (command.stream == Export) {
@@ -120,7 +147,11 @@ void AddCommand(commandline::Program& program, const Command& command, Settings&
         settings.request.operands.push_back(text);
     };
     for (const Operand& operand : command.operands) {
-        sub.option(operand.name, takeOperand, operand.help).required(operand.required);
+        if (operand.repeats) {
+            sub.option(operand.name, settings.more, operand.help).required(operand.required);
+        } else {
+            sub.option(operand.name, takeOperand, operand.help).required(operand.required);
+        }
     }
 }
 
@@ -141,11 +172,13 @@ int Run(int argc, const char* const* argv) {
     if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;
     }
+    settings.request.operands.insert(settings.request.operands.end(), settings.more.begin(),
+                                     settings.more.end());
     if (settings.command->stream != nullptr) {
         return settings.command->stream(settings.request);
     }
     const Answer answer = settings.command->run(settings.request);
-    (settings.json ? PrintAsJson : PrintAsText)(std::cout, answer);
+    (settings.request.json ? PrintAsJson : PrintAsText)(std::cout, answer);
     return answer.exitValue;
 }
 

@@ -4,8 +4,8 @@
 #include <string_view>
 #include <tuple>
 
+#include "companions/commandline/nearest.h"
 #include "companions/registers/velnor_regs/failure.h"
-#include "companions/registers/velnor_regs/nearest.h"
 #include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_2_5_walk.h"
 #include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_2_5_walk.h"
 #include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_walk.h"
@@ -136,8 +136,25 @@ Map OpenMap(const std::string& design, void* base) {
             return known.open(known.name, base);
         }
     }
-    throw Failure(EXIT_FINDING, "there is no design " + design + "; " +
-                                    NearestOf(design, DesignNames()) + " (list shows all)");
+    throw Failure(EXIT_FINDING, "there is no design " + design +
+                                    commandline::SuggestionFor(design, DesignNames()) +
+                                    " (list shows all)");
+}
+
+void ForEachMember(const Map& map,
+                   const std::function<void(const std::string& path, const Member& member)>& call) {
+    for (const Domain& domain : map.domains) {
+        for (const auto& group : domain.groups) {
+            for (std::size_t i = 0; i < group.elements.size(); ++i) {
+                const std::string path = domain.name + "." + group.name + IndexOf(true, i) + ".";
+                for (const auto& member : group.elements[i].members) {
+                    for (std::size_t j = 0; j < member.elements.size(); ++j) {
+                        call(path + member.name + IndexOf(member.repeats(), j), member.elements[j]);
+                    }
+                }
+            }
+        }
+    }
 }
 
 const char* AccessText(hwmap::e_Access access) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -86,6 +87,10 @@ Map OpenMap(const std::string& design, void* base);
 
 /** "ro", "wo" or "rc", as in the hardware tables; "" if the data sheet does not say. */
 const char* AccessText(hwmap::e_Access access);
+/** Calls for each register and memory object in order of construction, with its path. */
+void ForEachMember(const Map& map,
+                   const std::function<void(const std::string& path, const Member& member)>& call);
+
 /** How many bits a right-aligned mask has. */
 unsigned int WidthOf(unsigned int mask);
 /** "31:22", or "22" for a single bit. */

@@ -7,8 +7,9 @@
 #include <sstream>
 #include <system_error>
 
+#include "companions/commandline/nearest.h"
 #include "companions/registers/velnor_regs/failure.h"
-#include "companions/registers/velnor_regs/nearest.h"
+#include "companions/registers/velnor_regs/number.h"
 
 namespace regs {
 
@@ -86,36 +87,45 @@ class Walker {
   public:
     Walker(const Map& map, const std::string& text) : i_map(map), i_steps(StepsOf(text)) {}
 
-    MapLocation follow() {
+    std::variant<MapLocation, GroupLocation> follow() {
         const Domain& domain = named(i_map.domains);
         if (!current().indices.empty()) {
             throw Failure(EXIT_FINDING, i_path + " is a domain and takes no index");
         }
         const auto& groups = named(next(domain.groups));
         const Group& group = element(groups, true);
-        const auto& members = named(next(group.members));
-        const Member& member = element(members, members.repeats());
-        MapLocation place{{}, &member, {}, nullptr, nullptr, &groups.said, &members.said};
-        takeWord(*place.member, place.word);
-        if (i_step + 1 < i_steps.size()) {
-            const auto& fields = named(next(place.member->fields));
-            place.field = &element(fields, fields.repeats());
-            place.series = &fields;
+        if (i_step + 1 == i_steps.size()) {
+            return GroupLocation{i_path, &group, &groups.said};
         }
-        place.path = i_path;
-        return place;
+        return word(named(next(group.members)), groups.said);
+    }
+
+    [[noreturn]] static void refuseToEnd(const std::string& path, const std::string& next) {
+        throw Failure(EXIT_FINDING, path + " is no word; go on" +
+                                        (next.empty() ? " elsewhere, it is empty"
+                                                      : " as in " + path + "." + next));
     }
 
   private:
     PathStep& current() { return i_steps[i_step]; }
 
+    MapLocation word(const Series<Member>& members, const Said& group) {
+        const Member& member = element(members, members.repeats());
+        MapLocation location{{}, &member, {}, nullptr, nullptr, &group, &members.said};
+        takeWord(member, location.word);
+        if (i_step + 1 < i_steps.size()) {
+            const auto& fields = named(next(member.fields));
+            location.field = &element(fields, fields.repeats());
+            location.series = &fields;
+        }
+        location.path = i_path;
+        return location;
+    }
+
     template <class List>
     const List& next(const List& list) {
         if (++i_step == i_steps.size()) {
-            throw Failure(EXIT_FINDING,
-                          i_path + " is no word; go on" +
-                              (list.empty() ? " elsewhere, it is empty"
-                                            : " as in " + i_path + "." + list.front().name));
+            refuseToEnd(i_path, list.front().name);
         }
         i_path += ".";
         return list;
@@ -138,8 +148,8 @@ class Walker {
         for (const PathStep& step : i_steps) {
             written += (written.empty() ? "" : ".") + step.name;
         }
-        throw Failure(EXIT_FINDING,
-                      "there is no " + written + "; " + NearestOf(written, AllNames(i_map)));
+        throw Failure(EXIT_FINDING, "there is no " + written +
+                                        commandline::SuggestionFor(written, AllNames(i_map)));
     }
 
     /** Takes the step's first index; a memory that doesn't repeat leaves a lone one for its word.
@@ -196,10 +206,87 @@ class Walker {
     std::string i_path;
 };
 
+/** Where the search went past the last thing below the address and the first one above. */
+struct Neighbours {
+    std::uint64_t address;
+    std::string below = "nothing";
+    std::string above = "nothing";
+    std::uint64_t belowAt = 0;
+    std::uint64_t aboveAt = UINT64_MAX;
+
+    void see(const std::string& path, const Member& member) {
+        const std::uint64_t last = member.address + 4 * (member.words - 1);
+        if (last < address && last >= belowAt) {
+            belowAt = last;
+            below = path;
+        }
+        if (member.address > address && member.address < aboveAt) {
+            aboveAt = member.address;
+            above = path;
+        }
+    }
+};
+
 }  // namespace
 
 MapLocation ResolvePath(const Map& map, const std::string& text) {
+    const auto location = Walker(map, text).follow();
+    if (const auto* group = std::get_if<GroupLocation>(&location)) {
+        const auto& members = group->group->members;
+        Walker::refuseToEnd(group->path, members.empty() ? "" : members[0].name);
+    }
+    return std::get<MapLocation>(location);
+}
+
+std::variant<MapLocation, GroupLocation> ResolveOperand(const Map& map, const std::string& text) {
+    if (!text.empty() && std::isdigit(static_cast<unsigned char>(text[0])) != 0) {
+        return ResolvePath(map, PathsAt(map, WordAddress(text)).front());
+    }
     return Walker(map, text).follow();
+}
+
+std::vector<MapLocation> WordsOf(const GroupLocation& location, std::size_t most) {
+    std::vector<MapLocation> words;
+    for (const auto& series : location.group->members) {
+        for (std::size_t i = 0; i < series.elements.size(); ++i) {
+            const Member& member = series.elements[i];
+            const std::string path =
+                location.path + "." + series.name + IndexOf(series.repeats(), i);
+            for (std::size_t word = 0; word < member.words && words.size() < most; ++word) {
+                words.push_back({path + IndexOf(member.isMemory(), word),
+                                 &member,
+                                 {},
+                                 nullptr,
+                                 nullptr,
+                                 location.said,
+                                 &series.said});
+                if (member.isMemory()) {
+                    words.back().word = word;
+                }
+            }
+        }
+    }
+    return words;
+}
+
+std::uint64_t WordAddress(const std::string& text) {
+    return NumberOf(text, UINT32_MAX) & ~std::uint64_t{3};
+}
+
+std::vector<std::string> PathsAt(const Map& map, std::uint64_t address) {
+    std::vector<std::string> paths;
+    Neighbours neighbours{address};
+    ForEachMember(map, [&](const std::string& path, const Member& member) {
+        neighbours.see(path, member);
+        if (address >= member.address && (address - member.address) / 4 < member.words) {
+            paths.push_back(path + IndexOf(member.isMemory(), (address - member.address) / 4));
+        }
+    });
+    if (paths.empty()) {
+        throw Failure(EXIT_FINDING, "nothing lies at " + HexText(address) + "; below is " +
+                                        neighbours.below + ", above " + neighbours.above);
+    }
+    return paths;
 }
 
 }  // namespace regs

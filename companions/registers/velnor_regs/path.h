@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <variant>
+#include <vector>
 
 #include "companions/registers/velnor_regs/map.h"
 
@@ -33,5 +35,24 @@ struct MapLocation {
  * Throws Failure: for what is no path, and for one that leads nowhere, with the nearest ones.
  */
 MapLocation ResolvePath(const Map& map, const std::string& text);
+
+/** An instance of a group; it points into the map. */
+struct GroupLocation {
+    std::string path;
+    const Group* group;
+    const Said* said;
+};
+
+/** As ResolvePath(), but the path may end at a group, or be the address of a word. */
+std::variant<MapLocation, GroupLocation> ResolveOperand(const Map& map, const std::string& text);
+
+/** The words of a group in order of construction, of those the first `most`. */
+std::vector<MapLocation> WordsOf(const GroupLocation& location, std::size_t most);
+
+/** The address of the word that a byte address belongs to. Throws Failure for what is no number. */
+std::uint64_t WordAddress(const std::string& text);
+
+/** The paths of the words at an address. Throws Failure if there is none, with the nearest ones. */
+std::vector<std::string> PathsAt(const Map& map, std::uint64_t address);
 
 }  // namespace regs

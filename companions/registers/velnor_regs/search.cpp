@@ -1,18 +1,20 @@
 #include <algorithm>
 #include <cctype>
-#include <functional>
 
+#include "companions/commandline/nearest.h"
 #include "companions/registers/velnor_regs/commands.h"
 #include "companions/registers/velnor_regs/failure.h"
 #include "companions/registers/velnor_regs/map.h"
-#include "companions/registers/velnor_regs/nearest.h"
-#include "companions/registers/velnor_regs/number.h"
+#include "companions/registers/velnor_regs/path.h"
 
 namespace regs {
 
 namespace {
 
 const std::vector<std::string> COLUMNS = {"kind", "path", "address", "bits"};
+
+/** Of a memory that are listed; the one that has more is out of reach. */
+constexpr std::size_t MOST_WORDS = 1024;
 
 const char* KindOf(const Member& member) {
     return member.isMemory() ? "memory" : "register";
@@ -72,24 +74,6 @@ class Finder {
     const std::string i_text;
 };
 
-using MemberCaller = std::function<void(const std::string& path, const Member& member)>;
-
-/** Calls for each register and memory object, with its path. */
-void ForEachMember(const Map& map, const MemberCaller& call) {
-    for (const Domain& domain : map.domains) {
-        for (const auto& group : domain.groups) {
-            for (std::size_t i = 0; i < group.elements.size(); ++i) {
-                const std::string path = domain.name + "." + group.name + IndexOf(true, i) + ".";
-                for (const auto& member : group.elements[i].members) {
-                    for (std::size_t j = 0; j < member.elements.size(); ++j) {
-                        call(path + member.name + IndexOf(member.repeats(), j), member.elements[j]);
-                    }
-                }
-            }
-        }
-    }
-}
-
 void AddFields(const std::string& path, const Member& member, std::uint64_t address,
                std::vector<Row>& rows) {
     for (const auto& field : member.fields) {
@@ -100,26 +84,70 @@ void AddFields(const std::string& path, const Member& member, std::uint64_t addr
     }
 }
 
-/** Where the search went past the last thing below the address and the first one above. */
-struct Neighbours {
-    std::uint64_t address;
-    std::string below = "nothing";
-    std::string above = "nothing";
-    std::uint64_t belowAt = 0;
-    std::uint64_t aboveAt = UINT64_MAX;
+void AddElements(const std::string& name, std::size_t count, std::vector<std::string>& paths) {
+    for (std::size_t i = 0; i < count; ++i) {
+        paths.push_back(name + IndexOf(true, i));
+    }
+}
 
-    void see(const std::string& path, const Member& member) {
-        const std::uint64_t last = member.address + 4 * (member.words - 1);
-        if (last < address && last >= belowAt) {
-            belowAt = last;
-            below = path;
-        }
-        if (member.address > address && member.address < aboveAt) {
-            aboveAt = member.address;
-            above = path;
+void AddFieldPaths(const std::string& path, const Member& member, std::vector<std::string>& paths) {
+    for (const auto& field : member.fields) {
+        for (std::size_t i = 0; i < field.elements.size(); ++i) {
+            paths.push_back(path + "." + field.name + IndexOf(field.repeats(), i));
         }
     }
-};
+}
+
+/** A memory's words come once its bracket is there, and fields once the name is whole. */
+void AddMemberPaths(const std::string& group, const Series<Member>& series,
+                    const std::string& beginning, std::vector<std::string>& paths) {
+    for (std::size_t i = 0; i < series.elements.size(); ++i) {
+        const Member& member = series.elements[i];
+        const std::string path = group + "." + series.name + IndexOf(series.repeats(), i);
+        paths.push_back(path);
+        if (member.isMemory() && beginning.rfind(path + "[", 0) == 0) {
+            AddElements(path, std::min(member.words, MOST_WORDS), paths);
+        }
+        if (beginning == path) {
+            AddFieldPaths(path, member, paths);
+        }
+    }
+}
+
+void AddGroupPaths(const Domain& domain, std::vector<std::string>& paths) {
+    for (const auto& group : domain.groups) {
+        for (std::size_t i = 0; i < group.elements.size(); ++i) {
+            paths.push_back(domain.name + "." + group.name + IndexOf(group.repeats(), i) +
+                            (group.elements[i].members.empty() ? "" : "."));
+        }
+    }
+}
+
+/** What the part after the last dot can become, and what it cannot. */
+std::vector<std::string> Continuations(const Map& map, const std::string& beginning) {
+    std::vector<std::string> paths;
+    const std::size_t dot = beginning.rfind('.');
+    const std::string head = beginning.substr(0, dot == std::string::npos ? 0 : dot);
+    for (const Domain& domain : map.domains) {
+        if (head.empty()) {
+            paths.push_back(domain.name + ".");
+        } else if (domain.name == head) {
+            AddGroupPaths(domain, paths);
+        }
+    }
+    if (!paths.empty()) {
+        return paths;
+    }
+    const auto location = ResolveOperand(map, head);
+    if (const auto* word = std::get_if<MapLocation>(&location)) {
+        AddFieldPaths(head, *word->member, paths);
+        return paths;
+    }
+    for (const auto& series : std::get<GroupLocation>(location).group->members) {
+        AddMemberPaths(head, series, beginning, paths);
+    }
+    return paths;
+}
 
 }  // namespace
 
@@ -131,8 +159,8 @@ Answer Find(const Request& request) {
         finder.look(domain);
     }
     if (finder.rows.empty()) {
-        throw Failure(EXIT_FINDING, "no name in " + request.design + " has \"" + text + "\"; " +
-                                        NearestOf(text, finder.names));
+        throw Failure(EXIT_FINDING, "no name in " + request.design + " has \"" + text + "\"" +
+                                        commandline::SuggestionFor(text, finder.names));
     }
     Answer answer;
     answer.facts = {{"design", request.design}};
@@ -143,27 +171,31 @@ Answer Find(const Request& request) {
 }
 
 Answer At(const Request& request) {
-    // Any byte of a word stands for the word.
-    const std::uint64_t address = NumberOf(request.operands[0], UINT32_MAX) & ~std::uint64_t{3};
+    const std::uint64_t address = WordAddress(request.operands[0]);
     const Map map = OpenMap(request.design, nullptr);
     Answer answer;
     answer.facts = {{"design", request.design}, {"address", Hex{address}}};
     answer.subject = "found";
     answer.columns = COLUMNS;
-    Neighbours neighbours{address};
-    ForEachMember(map, [&](const std::string& path, const Member& member) {
-        neighbours.see(path, member);
-        if (address >= member.address && (address - member.address) / 4 < member.words) {
-            const std::size_t word = (address - member.address) / 4;
-            const std::string wordPath = path + IndexOf(member.isMemory(), word);
-            answer.rows.push_back({KindOf(member), wordPath, Hex{address}, {}});
-            AddFields(wordPath, member, address, answer.rows);
+    for (const std::string& path : PathsAt(map, address)) {
+        const Member& member = *ResolvePath(map, path).member;
+        answer.rows.push_back({KindOf(member), path, Hex{address}, {}});
+        AddFields(path, member, address, answer.rows);
+    }
+    return answer;
+}
+
+Answer Paths(const Request& request) {
+    const Map map = OpenMap(request.design, nullptr);
+    const std::string beginning = request.operands.empty() ? "" : request.operands[0];
+    Answer answer;
+    answer.layout = e_Layout_Lines;
+    answer.subject = "paths";
+    answer.columns = {"path"};
+    for (const std::string& path : Continuations(map, beginning)) {
+        if (path.compare(0, beginning.size(), beginning) == 0) {
+            answer.rows.push_back({path});
         }
-    });
-    if (answer.rows.empty()) {
-        throw Failure(EXIT_FINDING, "nothing of " + request.design + " lies at " +
-                                        request.operands[0] + "; below is " + neighbours.below +
-                                        ", above " + neighbours.above);
     }
     return answer;
 }

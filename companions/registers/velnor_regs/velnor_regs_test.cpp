@@ -112,7 +112,8 @@ const RunCase RUN_CASES[] = {
     {{"find", "vid_start.line", "--design", "dve"},
      0,
      "field  sbuf.format_det_ctl[0..5].R_vid_start.line[0..1]         0x7a4    10:0\n"},
-    {{"find", "shelf_statsu"}, 1, "did you mean sbuf.shelf_status, "},
+    {{"find", "shelf_statsu"}, 1, "\"; did you mean sbuf.shelf_status?\n"},
+    {{"find", "zebra"}, 1, "no name in mm_fcfs has \"zebra\"\n"},
     {{"at", "--design", "dve", "0x2b596"},
      0,
      "memory  dbuf.dve_hcoef[2].hor_chroma_coef_dve[3][5]        0x2b594\n"},
@@ -146,14 +147,47 @@ const RunCase RUN_CASES[] = {
      "letter  field        bits  mask  shift  value\n"
      "a       k_bypass[2]  5     0x1   5      0x1\n"},
     {{"diff", "dve", "dve_3g"}, 0, ""},
-    {{"show", "sbuf.mixertree[0]"}, 1, "no sbuf.mixertree; did you mean dbuf.mixertree, "},
-    {{"show", "R_xpt_contrl"}, 1, "did you mean sbuf.shelf_status.R_xpt_control, "},
+    {{"show", "sbuf.mixertree[0]"}, 1, "no sbuf.mixertree; did you mean dbuf.mixertree?\n"},
+    {{"show", "R_xpt_contrl"}, 1, "did you mean sbuf.shelf_status.R_xpt_control?\n"},
     {{"show", "dbuf.mixertree.R_pgm_bypass"}, 1, "dbuf.mixertree takes one of [0] to [1]\n"},
     {{"show", "sbuf.shelf_status[1].R_xpt_control"}, 1, "sbuf.shelf_status has only [0]\n"},
     {{"show", "sbuf.shelf_status.R_xpt_control[0][0]"}, 1, "takes fewer indices\n"},
     {{"show", "sbuf.shelf_status.shelf_status_spi_values[32]"}, 1, "one of [0] to [31]\n"},
     {{"show", "dbuf.dve_hcoef[2].hor_chroma_coef_dve[3][32]"}, 1, "[3] takes one of [0] to [31]"},
-    {{"show", "sbuf.chip_misc"}, 1, "go on as in sbuf.chip_misc[0].R_fpgaRevision\n"},
+    {{"show", "sbuf.ltc_rx"},
+     0,
+     "path: sbuf.ltc_rx[0]\n"
+     "address: 0x180\n"
+     "group: linear time code receiver: four time codes with binary groups, control, status\n"
+     "member                kind      address  words  about\n"
+     "R_time_code[0..3]     register  0x180\n"},
+    {{"show", "dbuf.mixertree"}, 1, "dbuf.mixertree takes one of [0] to [1]\n"},
+    {{"show", "sbuf"}, 1, "go on as in sbuf.chip_misc\n"},
+    {{"show", "--design", "dve", "0x2b596"},
+     0,
+     "path: dbuf.dve_hcoef[2].hor_chroma_coef_dve[3][5]\n"},
+    {{"decode", "0x6400080", "7"}, 0, "path: ddr2.ddr2_memory[0].sodim[32]\n"},
+    {{"decode", "sbuf.spg_top", "0x1000fff", "3"},
+     0,
+     "path                         address  word       field    bits   value\n"
+     "sbuf.spg_top[0].R_SpgHPhase  0x100    0x1000fff  h_phase  11:0   0xfff\n"
+     "sbuf.spg_top[0].R_SpgHPhase  0x100    0x1000fff  h_align  27:16  0x100\n"
+     "sbuf.spg_top[0].R_SpgVPhase  0x104    0x3        v_align  10:0   0x3\n"},
+    {{"decode", "sbuf.chip_misc.R_debug", "1", "2"}, 2, "give fewer values\n"},
+    {{"decode", "sbuf.DDR_control[1]", "1", "2", "3", "4"}, 2, "no more than 3 of these words"},
+    {{"read", "ddr2.ddr2_memory[0]"}, 1, "past the end of the mapped space"},
+    {{"write", "sbuf.chip_misc", "1", "--yes"}, 1, "as in sbuf.chip_misc[0].R_fpgaRevision\n"},
+    {{"paths"}, 0, "sbuf.\ndbuf.\nddr2.\n"},
+    {{"paths", "dbuf.mi"}, 0, "dbuf.mixertree[0].\ndbuf.mixertree[1].\n"},
+    {{"paths", "sbuf.sbuf"}, 0, "sbuf.sbuf_empty\n"},
+    {{"paths", "sbuf.ltc_rx.R_t"}, 0, "sbuf.ltc_rx.R_time_code[0]\nsbuf.ltc_rx.R_time_code[1]\n"},
+    {{"paths", "sbuf.shelf_status.shelf_status_spi_values[3"},
+     0,
+     "_values[3]\nsbuf.shelf_status.shelf_status_spi_values[30]\n"},
+    {{"paths", "sbuf.clocks.R_ClkSelect.c"}, 0, "sbuf.clocks.R_ClkSelect.clk_switch\n"},
+    {{"paths", "sbuf.chip_misc.R_debug"}, 0, "R_debug\nsbuf.chip_misc.R_debug.value\n"},
+    {{"lst"}, 2, "there is no command lst; did you mean list? (--help tells how)\n"},
+    {{"zebra"}, 2, "there is no command zebra (--help"},
     {{"show", "sbuf..x"}, 2, "is no path"},
     {{"show", "sbuf.chip_misc.R_debug.value.x"}, 2, "is no path"},
     {{"show", "sbuf.chip_misc[-1].R_debug"}, 2, "is no path"},
@@ -161,7 +195,7 @@ const RunCase RUN_CASES[] = {
     {{"show", "sbuf.chip_misc]"}, 2, "is no path"},
     {{"show", "sbuf.chip_misc."}, 2, "is no path"},
     {{"show"}, 2, "--help"},
-    {{"dump", "dvx"}, 1, "did you mean dve, "},
+    {{"dump", "dvx"}, 1, "no design dvx; did you mean dve? (list"},
     {{"write", "sbuf.chip_misc.R_debug", "1"}, 2, "say --yes"},
     {{"read", "sbuf.chip_misc.R_debug"}, 1, "start what drives the card first\n"},
     {{"write", "sbuf.chip_misc.R_debug", "1", "--yes"}, 1, "start what drives the card first\n"},
@@ -212,6 +246,42 @@ TEST_F(VelnorRegs, ReadsAndWritesTheLiveCard) {
     ASSERT_EQ(truncate("/dev/shm/resource0", 0x2000), 0);
     EXPECT_EQ(run({"read", word}).exitValue, 1) << "an object that is too short";
     shm_unlink("/resource0");
+}
+
+TEST_F(VelnorRegs, ReadsAGroupAndWatchesForChanges) {
+    testsupport::Region region;
+    region.setWord(5, 0xfffffe00);
+    region.setWord(32, 0x11);
+    const nlohmann::json fields = answer({"read", "sbuf.shelf_status"})["fields"];
+    ASSERT_EQ(fields.size(), 33U);
+    EXPECT_EQ(fields[0]["path"], "sbuf.shelf_status[0].R_xpt_control");
+    EXPECT_EQ(fields[0]["value"], 0x11);
+    EXPECT_EQ(fields[6]["word"], 0xfffffe00);
+
+    testsupport::Process watch(
+        VELNOR_REGS,
+        {"watch", "0x2880", "sbuf.shelf_status.shelf_status_spi_values[5].value", "--json",
+         "--interval", "1", "--count", "3"},
+        i_directory.path(""), "watch");
+    ASSERT_TRUE(watch.waitForOutput("[5].value"));
+    region.setWord(5, 0xab);
+    const ProcessResult result = watch.wait();
+    EXPECT_EQ(result.exitValue, 0);
+    std::vector<nlohmann::json> lines;
+    std::istringstream stream(result.out);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(nlohmann::json::parse(line));
+    }
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_EQ(lines[0]["path"], "sbuf.shelf_status[0].R_xpt_control");
+    EXPECT_EQ(lines[0]["value"], 0x11);
+    EXPECT_FALSE(lines[0].contains("before"));
+    EXPECT_EQ(lines[2]["value"], 0xab);
+    EXPECT_EQ(lines[2]["before"], 0);
+    EXPECT_THAT(run({"watch", "sbuf.chip_misc.R_debug", "--count", "1"}).out,
+                HasSubstr("  sbuf.chip_misc[0].R_debug  0x0\n"));
+    shm_unlink("/resource0");
+    EXPECT_EQ(run({"watch", "sbuf.chip_misc.R_debug", "--count", "1"}).exitValue, 1);
 }
 
 TEST_F(VelnorRegs, WritesBesideAHostOnlyWhenForced) {

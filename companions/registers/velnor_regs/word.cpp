@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "companions/registers/velnor_regs/commands.h"
+#include "companions/registers/velnor_regs/failure.h"
 #include "companions/registers/velnor_regs/number.h"
 
 namespace regs {
@@ -137,15 +138,69 @@ Answer DescribeWord(const std::string& design, const MapLocation& place,
     return answer;
 }
 
+Answer DescribeGroup(const std::string& design, const GroupLocation& location) {
+    Answer answer;
+    answer.facts = {
+        {"design", design}, {"path", location.path}, {"address", Hex{location.group->address}}};
+    AddFact("group", location.said->about, answer);
+    answer.subject = "members";
+    answer.columns = {"member", "kind", "address", "words", "about"};
+    for (const auto& series : location.group->members) {
+        const Member& member = series.elements[0];
+        answer.rows.push_back({series.name + RangeOf(series),
+                               member.isMemory() ? "memory" : "register", Hex{member.address},
+                               member.isMemory() ? Cell(member.words) : Cell(),
+                               series.said.about.empty() ? Cell() : Cell(series.said.about)});
+    }
+    return answer;
+}
+
+Answer DescribeValues(const std::string& design, const GroupLocation& location,
+                      const std::vector<std::uint32_t>& values) {
+    Answer answer;
+    answer.facts = {
+        {"design", design}, {"path", location.path}, {"address", Hex{location.group->address}}};
+    answer.subject = "fields";
+    answer.columns = {"path", "address", "word", "field", "bits", "value"};
+    const std::vector<MapLocation> words = WordsOf(location, values.size());
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        for (const auto& series : words[i].member->fields) {
+            for (std::size_t j = 0; j < series.elements.size(); ++j) {
+                const Field& field = series.elements[j];
+                answer.rows.push_back({words[i].path, Hex{words[i].address()}, Hex{values[i]},
+                                       series.name + IndexOf(series.repeats(), j), BitsOf(field),
+                                       Hex{FieldOfWord(values[i], field.mask, field.shift)}});
+            }
+        }
+    }
+    return answer;
+}
+
 Answer Show(const Request& request) {
     const Map map = OpenMap(request.design, nullptr);
-    return DescribeWord(request.design, ResolvePath(map, request.operands[0]), {});
+    const auto location = ResolveOperand(map, request.operands[0]);
+    const auto* group = std::get_if<GroupLocation>(&location);
+    return group != nullptr ? DescribeGroup(request.design, *group)
+                            : DescribeWord(request.design, std::get<MapLocation>(location), {});
 }
 
 Answer Decode(const Request& request) {
     const Map map = OpenMap(request.design, nullptr);
-    return DescribeWord(request.design, ResolvePath(map, request.operands[0]),
-                        static_cast<std::uint32_t>(NumberOf(request.operands[1], UINT32_MAX)));
+    const auto location = ResolveOperand(map, request.operands[0]);
+    std::vector<std::uint32_t> values;
+    for (std::size_t i = 1; i < request.operands.size(); ++i) {
+        values.push_back(static_cast<std::uint32_t>(NumberOf(request.operands[i], UINT32_MAX)));
+    }
+    const auto* group = std::get_if<GroupLocation>(&location);
+    const std::size_t words = group == nullptr ? 1 : WordsOf(*group, values.size()).size();
+    if (values.size() > words) {
+        throw Failure(EXIT_WRONG_USAGE, request.operands[0] + " has no more than " +
+                                            std::to_string(words) + " of these words; give " +
+                                            "fewer values");
+    }
+    return group != nullptr
+               ? DescribeValues(request.design, *group, values)
+               : DescribeWord(request.design, std::get<MapLocation>(location), values[0]);
 }
 
 }  // namespace regs

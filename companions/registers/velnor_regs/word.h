@@ -14,4 +14,11 @@ namespace regs {
 Answer DescribeWord(const std::string& design, const MapLocation& place,
                     const std::optional<std::uint32_t>& value);
 
+/** A group's members. */
+Answer DescribeGroup(const std::string& design, const GroupLocation& location);
+
+/** The fields of the group's first words, of as many as there are values. */
+Answer DescribeValues(const std::string& design, const GroupLocation& location,
+                      const std::vector<std::uint32_t>& values);
+
 }  // namespace regs

@@ -1,9 +1,9 @@
-#include "companions/registers/velnor_regs/nearest.h"
+#include "companions/commandline/nearest.h"
 
 #include <algorithm>
 #include <numeric>
 
-namespace regs {
+namespace commandline {
 
 namespace {
 
@@ -39,20 +39,27 @@ std::size_t EditDistance(const std::string& one, const std::string& other) {
 
 }  // namespace
 
-std::string NearestOf(const std::string& written, const std::vector<std::string>& candidates) {
+std::string SuggestionFor(const std::string& written, const std::vector<std::string>& candidates) {
+    const std::size_t most = std::max<std::size_t>(1, written.size() / 3);
     std::vector<std::pair<std::size_t, std::string>> ranked;
-    ranked.reserve(candidates.size());
     for (const std::string& candidate : candidates) {
-        ranked.emplace_back(EditDistance(written, EndAlike(candidate, written)), candidate);
+        const std::size_t distance = EditDistance(written, EndAlike(candidate, written));
+        if (distance <= most) {
+            ranked.emplace_back(distance, candidate);
+        }
     }
-    const std::size_t count = std::min(SUGGESTIONS, ranked.size());
-    std::partial_sort(ranked.begin(), ranked.begin() + static_cast<std::ptrdiff_t>(count),
-                      ranked.end());
-    std::string text = "did you mean ";
+    std::sort(ranked.begin(), ranked.end());
+    // What is much further away than the best is no help beside it.
+    std::size_t count = 0;
+    while (count < std::min(SUGGESTIONS, ranked.size()) &&
+           ranked[count].first <= ranked[0].first + 1) {
+        ++count;
+    }
+    std::string text = count == 0 ? "" : "; did you mean ";
     for (std::size_t i = 0; i < count; ++i) {
         text += (i == 0 ? "" : i + 1 == count ? " or " : ", ") + ranked[i].second;
     }
-    return text + "?";
+    return text + (count == 0 ? "" : "?");
 }
 
-}  // namespace regs
+}  // namespace commandline
