@@ -22,8 +22,6 @@ add_library(common_flags INTERFACE)
 target_link_libraries(common_flags INTERFACE usage_flags)
 target_compile_options(common_flags INTERFACE
   -fPIE
-  # Prefetch cache lines for writing; CPUs without the instruction treat it as a no-op.
-  -mprfchw
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
   -fmacro-prefix-map=${PROJECT_BINARY_DIR}/=)
 

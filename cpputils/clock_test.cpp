@@ -7,7 +7,7 @@
 namespace {
 
 constexpr uint32_t RATE = 666;
-const Clock& theClock = *Clock::instance();
+const Clock& theClock = Clock::instance();
 
 timeval Time(long seconds, long microseconds) {
     timeval time = {};
@@ -46,16 +46,16 @@ TEST(Clock, YieldsNothingWithoutARate) {
 }
 
 TEST(Clock, ConvertsInBothWidths) {
-    Clock::instance()->setRate(1);
+    Clock::instance().setRate(1);
     EXPECT_EQ(theClock.ticksToMicroseconds(uint32_t{7}), 7U);
-    Clock::instance()->setRate(RATE);
-    Clock::instance()->setRate(0);
+    Clock::instance().setRate(RATE);
+    Clock::instance().setRate(0);
     ExpectConversions<uint32_t>();
     ExpectConversions<uint64_t>();
 }
 
 TEST(Clock, WrapsIn32BitsOnly) {
-    Clock::instance()->setRate(RATE);
+    Clock::instance().setRate(RATE);
     EXPECT_EQ(theClock.microsecondsToTicks(uint32_t{10000000}), 2365032704U);
     EXPECT_EQ(theClock.microsecondsToTicks(uint64_t{10000000}), 6660000000U);
     EXPECT_EQ(theClock.timevalToTicks(Time(10, 0)), 2365032704U);

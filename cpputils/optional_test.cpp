@@ -37,7 +37,7 @@ OptionalString Unpacked(const Bytes& bytes, OptionalString value, bool fails = f
 TEST(Optional, IsAbsentOrHoldsItsValue) {
     OptionalString optional;
     EXPECT_FALSE(optional.exists());
-    optional = OptionalString("");
+    optional = std::string();
     EXPECT_TRUE(optional.exists());
     EXPECT_EQ(optional.data(), "");
     optional = OptionalString("text");

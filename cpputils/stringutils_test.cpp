@@ -84,7 +84,7 @@ TEST(EscapeForUrl, EscapesItsFourteenCharactersOnce) {
 TEST(ApplyReplacements, WorksPairAfterPair) {
     const struct {
         const char* text;
-        Replacements pairs;
+        std::list<std::pair<std::string, std::string>> pairs;
         const char* result;
     } cases[] = {
         {"aaa", {}, "aaa"},

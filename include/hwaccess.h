@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #include "logger/assertion.h"
 
@@ -28,13 +29,14 @@
 class VolatileAccessor {
   public:
     template <class T>
-    T read(const T* address) const {
-        return *static_cast<const volatile T*>(address);
+    T read(const volatile T* address) const {
+        return *address;
     }
 
+    /** The value becomes what the address points at. */
     template <class T>
-    void write(T* address, T value) const {
-        *static_cast<volatile T*>(address) = value;
+    void write(volatile T* address, std::remove_cv_t<T> value) const {
+        *address = value;
     }
 };
 
@@ -59,6 +61,8 @@ class Register {
         : i_word(0),
           i_accessor(accessor),
           i_address(reinterpret_cast<T*>(address)) {}  // NOLINT(performance-no-int-to-ptr)
+    Register(A& accessor, volatile T* address)
+        : Register(accessor, reinterpret_cast<std::uintptr_t>(address)) {}
     virtual ~Register() = default;
     Register(const Register&) = delete;
     Register& operator=(const Register&) = delete;
@@ -108,6 +112,8 @@ class Memory {
         : i_accessor(accessor),
           i_base(reinterpret_cast<T*>(base)),  // NOLINT(performance-no-int-to-ptr)
           i_size(size) {}
+    Memory(A& accessor, volatile T* base, std::size_t size)
+        : Memory(accessor, reinterpret_cast<std::uintptr_t>(base), size) {}
     virtual ~Memory() = default;
     Memory(const Memory&) = delete;
     Memory& operator=(const Memory&) = delete;
@@ -121,15 +127,6 @@ class Memory {
     void setraw(std::size_t offset, T value) {
         ASSERT(offset < i_size);
         i_accessor.write(i_base + offset, value);
-    }
-
-    /**
-     * Tells the processor that a set of the word at `offset` is near, so that it has the cache line
-     * to itself by then. No access, and no fault; a bad offset is for the set to refuse.
-     */
-    void announceSet(std::size_t offset) const {
-        constexpr int forWrite = 1;
-        __builtin_prefetch(i_base + offset, forWrite);
     }
 
     std::uintptr_t absoluteAddress() const { return reinterpret_cast<std::uintptr_t>(i_base); }

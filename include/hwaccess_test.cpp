@@ -150,8 +150,7 @@ TEST(Memory, StopsBeforeAnAccessPastItsEnd) {
 TEST(VolatileAccessor, LeavesTheNeighboursAlone) {
     std::array<Word, 4> words = {1, 2, 3, 4};
     VolatileAccessor accessor;
-    Memory<VolatileAccessor, Word> memory(accessor, reinterpret_cast<std::uintptr_t>(words.data()),
-                                          words.size());
+    Memory<VolatileAccessor, Word> memory(accessor, words.data(), words.size());
     SingleMemoryField<VolatileAccessor, Word> field(&memory, 0x1ff, 0);
     words[1] = 0xffffffff;
     field.set(1, 0xff);
@@ -159,6 +158,36 @@ TEST(VolatileAccessor, LeavesTheNeighboursAlone) {
     EXPECT_THAT(words, ElementsAre(1, 0xfffffeff, 3, 0xa5a5a5a5));
     EXPECT_EQ(field.get(1), 0xffU);
     EXPECT_EQ(memory.getraw(3), 0xa5a5a5a5U);
+}
+
+/** A word that notes how it is accessed. */
+struct NotingWord {
+    NotingWord() = default;
+    NotingWord(const NotingWord& /*other*/) { accesses += "load "; }
+    NotingWord(const volatile NotingWord& /*other*/) { accesses += "volatile load "; }
+    void operator=(const NotingWord& /*other*/) { accesses += "store "; }
+    void operator=(const NotingWord& /*other*/) volatile { accesses += "volatile store "; }
+
+    static std::string accesses;
+};
+
+std::string NotingWord::accesses;
+
+// The compiler may merge or drop any access that is not volatile.
+TEST(VolatileAccessor, MakesEachAccessVolatile) {
+    const VolatileAccessor accessor;
+    NotingWord word;
+    const NotingWord value;
+    (void)accessor.read(&word);
+    EXPECT_EQ(NotingWord::accesses, "volatile load ");
+    NotingWord::accesses.clear();
+    accessor.write(&word, value);
+    EXPECT_EQ(NotingWord::accesses, "load volatile store ");
+
+    volatile Word number = 0;
+    accessor.write(&number, 5);
+    Register<VolatileAccessor, Word>(const_cast<VolatileAccessor&>(accessor), &number).set(6);
+    EXPECT_EQ(accessor.read(&number), 6U);
 }
 
 // The addresses are in no mapping: an access would end the test.

@@ -14,7 +14,7 @@ constexpr time_t SEND_LIMIT_SECONDS = 2;
 constexpr time_t RECEIVE_LIMIT_SECONDS = 3;
 
 time_t SecondsNow() {
-    return Clock::instance()->secondsNow();
+    return Clock::instance().secondsNow();
 }
 
 /**

@@ -6,7 +6,7 @@
 #include <string>
 
 /** The section of the keys that stand before any header. It has no header of its own. */
-inline constexpr char defaultSection[] = "default";
+inline const std::string defaultSection = "default";
 
 /**
  * Named settings: sections of keys with string values, read from and written to a text file. It

@@ -17,5 +17,5 @@ void CpuRateFromConfiguration(const Configuration& configuration) {
         // 32 bits, so that a larger number becomes the largest and not, cut, perhaps 0.
         stream >> rate;
     }
-    Clock::instance()->setRate(rate);
+    Clock::instance().setRate(rate);
 }

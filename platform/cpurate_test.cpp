@@ -23,7 +23,7 @@ std::string RateAfter(std::initializer_list<const char*> values) {
                    }
                    CpuRateFromConfiguration(configuration);
                }
-               printf("%u", Clock::instance()->microsecondsToTicks(ONE_MICROSECOND));
+               printf("%u", Clock::instance().microsecondsToTicks(ONE_MICROSECOND));
            })
         .out;
 }

@@ -13,6 +13,7 @@
 #include <fstream>
 #include <string>
 #include <thread>
+#include <type_traits>
 
 #include "cpputils/include/pipeio.h"
 #include "cpputils/include/returncodes.h"
@@ -30,6 +31,10 @@ using testsupport::RunInChild;
 using testsupport::TestDirectory;
 
 namespace {
+
+// Both come with the caller's header.
+static_assert(std::is_base_of_v<InterruptAction, InterruptProcess>);
+static_assert(std::is_base_of_v<InterruptAction, InterruptForwarder>);
 
 // These come first: they are about a caller that has no slave yet.
 

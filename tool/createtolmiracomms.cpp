@@ -6,11 +6,11 @@
 #include "logger/assertion.h"
 #include "platform/options.h"
 #include "src/card/velnor/hw/tolmiracomms_impl.h"
-#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve.h"
-#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_2_5.h"
-#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g.h"
-#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_2_5.h"
-#include "src/card/velnor/hwmap/genfpga_velnor_vp_mm_fcfs.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_2_5_lean.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_2_5_lean.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_lean.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_lean.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_mm_fcfs_lean.h"
 
 namespace {
 

@@ -19,9 +19,9 @@ class Clock {
     Clock& operator=(const Clock&) = delete;
 
     // Inline, and constant-initialised, so that a polling loop meets neither a call nor a guard.
-    static Clock* instance() {
+    static Clock& instance() {
         static Clock clock;
-        return &clock;
+        return clock;
     }
 
     /** Ticks per microsecond, that is the clock rate in MHz; 0 is ignored. */

@@ -11,8 +11,9 @@ class BaseOptional {
   public:
     /** Absent, the value default-constructed. */
     BaseOptional() : i_exists(false), i_value() {}
-    /** Present. */
-    explicit BaseOptional(T value) : i_exists(true), i_value(std::move(value)) {}
+    /** Present; implicit, so that a value can be given where it may be absent. */
+    BaseOptional(T value)  // NOLINT(google-explicit-constructor)
+        : i_exists(true), i_value(std::move(value)) {}
     BaseOptional(const BaseOptional&) = default;
     BaseOptional& operator=(const BaseOptional&) = default;
     virtual ~BaseOptional() = default;

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <list>
 #include <string>
 #include <utility>
-#include <vector>
 
 /**
  * Small string functions. Plain functions on their arguments, for any thread; none of them fails.
@@ -33,7 +33,7 @@ bool IsDirectChild(const std::string& path, const std::string& directory);
 void EscapeForUrl(std::string& text);
 
 /** Search text and its replacement. */
-using Replacements = std::vector<std::pair<std::string, std::string>>;
+using Replacements = std::list<std::pair<std::string, std::string>>;
 
 /**
  * A copy of `text` with all occurrences of each pair's first string replaced by its second: pair

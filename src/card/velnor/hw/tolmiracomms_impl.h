@@ -32,22 +32,12 @@ class TolmiraComms final : public RouterCommsInterface {
     }
 
     [[gnu::always_inline]] void writeAddress(unsigned int address, unsigned char value) override {
-        announceWrite(address);
         const AutoLockT<Mutex> lock(i_mutex);
         mailboxByte().set(address, value);
     }
 
   private:
     using Mutex = PMutexT<CriticalThreadCantBlockPolicy>;
-
-    /**
-     * The line is on its way while the lock is taken: the far side polls the same line and would
-     * share it up to the store. Without the lock, since only the map is looked at, which stays as
-     * it was built.
-     */
-    void announceWrite(unsigned int address) NO_THREAD_SAFETY_ANALYSIS {
-        i_altera->sbuf().shelf_status(0).shelf_status_spi_values().announceSet(address);
-    }
 
     auto& mailboxByte() REQUIRES(i_mutex) {
         return i_altera->sbuf().shelf_status(0).shelf_status_spi_values().value();

@@ -7,11 +7,11 @@
 #include <cstdint>
 #include <vector>
 
-#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve.h"
-#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_2_5.h"
-#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g.h"
-#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_2_5.h"
-#include "src/card/velnor/hwmap/genfpga_velnor_vp_mm_fcfs.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_2_5_lean.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_2_5_lean.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_lean.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_lean.h"
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_mm_fcfs_lean.h"
 #include "tests/support/child.h"
 #include "thread/threadregistrar.h"
 
@@ -61,6 +61,11 @@ TYPED_TEST(TolmiraCommsOfDesign, ReachesThe32WordsOfTheMailboxAndNothingElse) {
 
 using AnyComms = TolmiraUpgradeComms<hwmap::Design_velnor_vp_dve<VolatileAccessor>>;
 
+void (*const ACCESSES[])(AnyComms& comms, unsigned int address) = {
+    [](AnyComms& comms, unsigned int address) { (void)comms.readAddress(address); },
+    [](AnyComms& comms, unsigned int address) { comms.writeAddress(address, 1); },
+};
+
 struct WordCase {
     uint32_t before;
     unsigned char byte;
@@ -85,19 +90,45 @@ TEST_F(TolmiraCommsTest, WriteReplacesNineBitsAndReadTakesEight) {
 
 TEST_F(TolmiraCommsTest, AddressBehindTheMailboxStopsUntouched) {
     AnyComms comms(i_region.data());
-    const ChildResult result = RunInChild([&] { comms.readAddress(MAILBOX_WORDS); });
-    EXPECT_EQ(result.signal, SIGABRT);
-    EXPECT_THAT(result.out, HasSubstr("Assertion \"offset < i_size\" failed."));
+    for (const auto& access : ACCESSES) {
+        const ChildResult result = RunInChild([&] { access(comms, MAILBOX_WORDS); });
+        EXPECT_EQ(result.signal, SIGABRT);
+        EXPECT_THAT(result.out, HasSubstr("Assertion \"offset < i_size\" failed."));
+    }
 }
 
 TEST_F(TolmiraCommsTest, ACriticalThreadIsStopped) {
     AnyComms comms(i_region.data());
-    const ChildResult result = RunInChild([&] {
-        ThreadRegistrar::instance().registerFieldMain(0);
-        comms.writeAddress(5, 1);
-    });
-    EXPECT_EQ(result.signal, SIGABRT);
-    EXPECT_THAT(result.out, HasSubstr("ASSERT_BLOCKABLE_THREAD Failed"));
+    for (const auto& access : ACCESSES) {
+        const ChildResult result = RunInChild([&] {
+            ThreadRegistrar::instance().registerFieldMain(0);
+            access(comms, 5);
+        });
+        EXPECT_EQ(result.signal, SIGABRT);
+        EXPECT_THAT(result.out, HasSubstr("ASSERT_BLOCKABLE_THREAD Failed"));
+    }
+}
+
+/** A design of the members that the mailbox uses, and no others. */
+class DoubleOfADesign {
+  public:
+    DoubleOfADesign& sbuf() { return *this; }
+    DoubleOfADesign& shelf_status(unsigned int /*instance*/) { return *this; }
+    DoubleOfADesign& shelf_status_spi_values() { return *this; }
+    DoubleOfADesign& value() { return *this; }
+    unsigned int get(size_t offset) const { return i_words[offset]; }
+    void set(size_t offset, unsigned int value) { i_words[offset] = value; }
+
+  private:
+    unsigned int i_words[MAILBOX_WORDS] = {};
+};
+
+TEST(TolmiraComms, NeedsNoMoreOfADesignThanTheWalkToTheMailbox) {
+    DoubleOfADesign design;
+    TolmiraComms<DoubleOfADesign> comms(&design);
+    comms.writeAddress(31, 200);
+    EXPECT_EQ(design.get(31), 200U);
+    EXPECT_EQ(comms.readAddress(31), 200);
 }
 
 }  // namespace

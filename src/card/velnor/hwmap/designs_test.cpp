@@ -9,10 +9,10 @@
 #include <set>
 #include <type_traits>
 
+#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve.h"
 #include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_2_5_walk.h"
 #include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_2_5_walk.h"
 #include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_walk.h"
-#include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_groups.h"
 #include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_walk.h"
 #include "src/card/velnor/hwmap/genfpga_velnor_vp_mm_fcfs_walk.h"
 #include "tests/support/child.h"
@@ -308,7 +308,7 @@ TEST(Designs, StopOnAnInstanceThatIsNotThere) {
         EXPECT_EQ(result.signal, SIGABRT);
         EXPECT_THAT(result.out, HasSubstr(std::string("Assertion \"") + c.condition +
                                           "\" failed.\" at src/card/velnor/hwmap/"));
-        EXPECT_THAT(result.err, HasSubstr("src/card/velnor/hwmap/genfpga_velnor_vp_dve.h:"));
+        EXPECT_THAT(result.err, HasSubstr("src/card/velnor/hwmap/genfpga_velnor_vp_dve_lean.h:"));
         EXPECT_THAT(result.err, HasSubstr(std::string(": ") + c.function + ": Assertion `" +
                                           c.condition + "' failed"));
     }

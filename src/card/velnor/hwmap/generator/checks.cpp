@@ -47,8 +47,7 @@ const std::set<std::string> MEMBERS_OF_GROUP = {"A", "NUM_INSTANCES", "absoluteA
 const std::set<std::string> MEMBERS_OF_REGISTER = {"A",   "Register", "RegisterField",
                                                    "get", "set",      "absoluteAddress"};
 const std::set<std::string> MEMBERS_OF_MEMORY = {
-    "A",      "Memory",      "SingleMemoryField", "getraw",
-    "setraw", "announceSet", "absoluteAddress",   "sizeInWords"};
+    "A", "Memory", "SingleMemoryField", "getraw", "setraw", "absoluteAddress", "sizeInWords"};
 
 std::string Quoted(const std::string& name) {
     return "'" + name + "'";

@@ -98,8 +98,13 @@ const char* const LINT_ON =
     "// NOLINT"
     "END";
 
-void OpenHeader(const DesignModel& design, Source& out) {
+/** `about`, lines of a comment, may be empty. */
+void OpenHeader(const DesignModel& design, Source& out, const std::string& about = "") {
     Banner(design, out);
+    if (!about.empty()) {
+        out.plain(about, {design.stem});
+        out.plain("");
+    }
     out.plain("#pragma once");
     out.plain("");
     out.plain(LINT_OFF);
@@ -406,9 +411,12 @@ std::string UnitName(const DesignModel& design, std::size_t unit) {
     return design.stem + "_" + std::to_string(unit + 1);
 }
 
-std::string DesignHeader(const DesignModel& design) {
+std::string LeanHeader(const DesignModel& design) {
     Source out;
-    OpenHeader(design, out);
+    OpenHeader(
+        design, out,
+        "// The design with the groups marked inline alone, which is what the mailbox needs;\n"
+        "// the others are only declared. All of them: $1.h.");
     out.plain("#include <cstddef>");
     out.plain("#include <cstdint>");
     out.plain("");
@@ -427,9 +435,11 @@ std::string DesignHeader(const DesignModel& design) {
     return out.text();
 }
 
-std::string GroupsHeader(const DesignModel& design) {
+std::string DesignHeader(const DesignModel& design) {
     Source out;
-    OpenHeader(design, out);
+    OpenHeader(design, out,
+               "// The whole design, every group navigable. $1_lean.h has the\n"
+               "// groups marked inline alone and compiles faster.");
     for (std::size_t unit = 0; unit < design.units.size(); ++unit) {
         Include(UnitName(design, unit) + ".h", out);
     }
@@ -440,7 +450,7 @@ std::string GroupsHeader(const DesignModel& design) {
 std::string UnitHeader(const DesignModel& design, std::size_t unit) {
     Source out;
     OpenHeader(design, out);
-    Include(design.stem + ".h", out);
+    Include(design.stem + "_lean.h", out);
     OpenNamespace(out);
     for (std::size_t i = design.units[unit].first; i < design.units[unit].second; ++i) {
         if (!design.groups[i].placement->isInline) {
@@ -466,7 +476,7 @@ std::string UnitSource(const DesignModel& design, std::size_t unit) {
 std::string DomainsSource(const DesignModel& design) {
     Source out;
     Banner(design, out);
-    Include(design.stem + "_groups.h", out);
+    Include(design.stem + ".h", out);
     OpenNamespace(out);
     for (const Domain& domain : design.map->domains) {
         DomainBodies(design, domain, out);
@@ -479,7 +489,7 @@ std::string DomainsSource(const DesignModel& design) {
 std::string WalkHeader(const DesignModel& design) {
     Source out;
     OpenHeader(design, out);
-    Include(design.stem + ".h", out);
+    Include(design.stem + "_lean.h", out);
     Include("mapvisitor.h", out);
     OpenNamespace(out);
     out.plain("/** Shows the visitor each object of the design, in the order of construction. */");
@@ -494,7 +504,7 @@ std::string WalkSource(const DesignModel& design) {
     Banner(design, out);
     Include(design.stem + "_walk.h", out);
     out.plain("");
-    Include(design.stem + "_groups.h", out);
+    Include(design.stem + ".h", out);
     OpenNamespace(out);
     out.plain("namespace {");
     out.plain("");
@@ -517,7 +527,7 @@ std::vector<GeneratedFile> EmitDesign(const Tables& tables, const std::string& d
     const DesignModel model = ModelOf(tables, design, units);
     std::vector<GeneratedFile> files = {
         {model.stem + ".h", DesignHeader(model)},
-        {model.stem + "_groups.h", GroupsHeader(model)},
+        {model.stem + "_lean.h", LeanHeader(model)},
         {model.stem + "_domains.cpp", DomainsSource(model)},
         {model.stem + "_walk.h", WalkHeader(model)},
         {model.stem + "_walk.cpp", WalkSource(model)},

@@ -16,9 +16,9 @@ struct GeneratedFile {
  * The sources of one design's register map, from tables without findings. For the design `x`, with
  * the stem genfpga_velnor_vp_x:
  *
- *   STEM.h             the design and its domains; of the groups only those marked inline, the
- *                      others are declared. All that a program needs which uses these alone.
- *   STEM_groups.h      all groups
+ *   STEM.h             the whole design, every group navigable
+ *   STEM_lean.h        the design and its domains, but of the groups only those marked inline; the
+ *                      others are declared. It compiles faster.
  *   STEM_domains.cpp   construction and teardown of design and domains
  *   STEM_1.h, _1.cpp   classes, and their construction and teardown, of a share of the groups;
  *                      so on up to `units`

@@ -85,9 +85,9 @@ TEST(Emitter, ChangesOneUnitForAMovedBit) {
                 testing::ElementsAre("genfpga_velnor_vp_d_1.cpp"));
 }
 
-TEST(Emitter, ShowsOnlyInlineGroupsInTheDesignHeader) {
+TEST(Emitter, ShowsOnlyInlineGroupsInTheLeanHeader) {
     const std::vector<GeneratedFile> files = Emit(CATALOGUE);
-    const std::string header = TextOf(files, "genfpga_velnor_vp_d.h");
+    const std::string header = TextOf(files, "genfpga_velnor_vp_d_lean.h");
     EXPECT_THAT(header, HasSubstr("class Memory_box"));
     EXPECT_THAT(header, HasSubstr("class Group_g;"));
     EXPECT_THAT(header, Not(HasSubstr("Register_R_b")));
