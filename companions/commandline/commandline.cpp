@@ -54,6 +54,26 @@ std::string ReasonOf(const CLI::App& program, const CLI::Error& error, int argc,
     return "there is no command " + std::string(*word) + SuggestionFor(*word, commands);
 }
 
+template <typename Number>
+std::string RangeText(Number least, Number greatest) {
+    return std::to_string(least) + " to " + std::to_string(greatest);
+}
+
+/** The help tells the kind of an option's value, and of a word by its place its name alone. */
+void NameValues(CLI::App& app) {
+    for (CLI::Option* option : app.get_options()) {
+        const std::string type = option->get_type_name();
+        if (!option->nonpositional()) {
+            option->type_name("");
+        } else if (type.compare(0, 4, "UINT") == 0 || type.compare(0, 3, "INT") == 0) {
+            option->type_name("N");
+        }
+    }
+    for (CLI::App* part : app.get_subcommands({})) {
+        NameValues(*part);
+    }
+}
+
 template <typename Value>
 Option Add(CLI::App& app, const std::string& name, Value& value, const std::string& help) {
     return Option(*app.add_option(name, value, help));
@@ -78,11 +98,11 @@ Option Option::excludes(Option other) const {
 }
 
 Option Option::inRange(int least, int greatest) const {
-    return Option(*i_option->check(CLI::Range(least, greatest)));
+    return Option(*i_option->check(CLI::Range(least, greatest, RangeText(least, greatest))));
 }
 
 Option Option::inRange(uint64_t least, uint64_t greatest) const {
-    return Option(*i_option->check(CLI::Range(least, greatest)));
+    return Option(*i_option->check(CLI::Range(least, greatest, RangeText(least, greatest))));
 }
 
 Option Option::oneOf(const std::vector<std::string>& words) const {
@@ -155,7 +175,7 @@ Option Options::repeatable(const std::string& name, std::vector<std::string>& va
 Option Options::choice(const std::string& name, int& value, const std::map<std::string, int>& names,
                        const std::string& help) const {
     return Option(*i_app->add_option(name, value, help)
-                       ->type_name("ENUM")
+                       ->type_name("NAME")
                        ->transform(CLI::CheckedTransformer(names)));
 }
 
@@ -166,12 +186,15 @@ Option Options::flag(const std::string& name, bool& value, const std::string& he
 Program::Program(const std::string& description, const std::string& name)
     : Program(std::make_unique<CLI::App>(description, name)) {}
 
-Program::Program(std::unique_ptr<CLI::App> app) : Options(*app), i_program(std::move(app)) {}
+Program::Program(std::unique_ptr<CLI::App> app) : Options(*app), i_program(std::move(app)) {
+    i_program->set_help_flag("-h,--help", "Print this help and exit");
+}
 
 Program::~Program() = default;
 
 void Program::version(const std::string& version) {
-    i_program->set_version_flag("--version", i_program->get_name() + " " + version);
+    i_program->set_version_flag("--version", i_program->get_name() + " " + version,
+                                "Print the version and exit");
 }
 
 Options Program::oneOfGroup(const std::string& name, const std::string& help) {
@@ -205,6 +228,7 @@ void Program::takeWordsOfAnother() {
 
 std::optional<int> Program::read(int argc, const char* const* argv) {
     try {
+        NameValues(*i_program);
         i_program->parse(argc, argv);
         takeWordsOfAnother();
     } catch (const CLI::Success& request) {

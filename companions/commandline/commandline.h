@@ -54,7 +54,10 @@ class Option {
     /** Refused with what the rule says. The help has the rule's name, if any, behind the type's. */
     Option obeys(const Rule& rule, const std::string& name = "") const;
 
-    /** What the help calls the value, in place of its type. */
+    /**
+     * What the help calls the value: FILE, HEX, SECONDS and the like. Without it a number is N and
+     * everything else is TEXT.
+     */
     Option typeName(const std::string& name) const;
 
   private:

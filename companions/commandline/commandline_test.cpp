@@ -92,6 +92,11 @@ TEST(OpenRegularFile, TakesFilesAloneAndNeverWaits) {
         EXPECT_FALSE(OpenRegularFile(path, why)) << path;
         EXPECT_EQ(why, reason) << path;
     }
+    for (const char* path : {fifo.c_str(), "/dev/null"}) {
+        std::string why;
+        EXPECT_FALSE(commandline::CreateRegularFile(path, why)) << path;
+        EXPECT_EQ(why, "not a regular file") << path;
+    }
     for (const std::string& path : {file, link}) {
         std::string why;
         char bytes[8];

@@ -15,11 +15,15 @@ Descriptor::~Descriptor() {
     }
 }
 
-Descriptor OpenRegularFile(const std::string& path, std::string& why) {
-    Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+namespace {
+
+Descriptor OpenRegular(const std::string& path, int flags, std::string& why) {
+    constexpr mode_t readableForAll = 0666;
+    Descriptor file(open(path.c_str(), flags | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, readableForAll));
     struct stat status = {};
     if (!file || fstat(file.get(), &status) != 0) {
-        why = std::generic_category().message(errno);
+        // What a FIFO without a reader answers to a writer.
+        why = errno == ENXIO ? "not a regular file" : std::generic_category().message(errno);
         return Descriptor();
     }
     if (!S_ISREG(status.st_mode)) {
@@ -27,6 +31,16 @@ Descriptor OpenRegularFile(const std::string& path, std::string& why) {
         return Descriptor();
     }
     return file;
+}
+
+}  // namespace
+
+Descriptor OpenRegularFile(const std::string& path, std::string& why) {
+    return OpenRegular(path, O_RDONLY, why);
+}
+
+Descriptor CreateRegularFile(const std::string& path, std::string& why) {
+    return OpenRegular(path, O_WRONLY | O_CREAT | O_TRUNC, why);
 }
 
 }  // namespace commandline

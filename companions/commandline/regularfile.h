@@ -17,6 +17,8 @@ class Descriptor {
     }
 
     int get() const { return i_fd; }
+    /** A name that opens the same file again, for streams; while the descriptor is open. */
+    std::string path() const { return "/proc/self/fd/" + std::to_string(i_fd); }
     explicit operator bool() const { return i_fd >= 0; }
 
   private:
@@ -28,5 +30,8 @@ class Descriptor {
  * regular files alone, links followed. Without a descriptor `why` tells the reason.
  */
 Descriptor OpenRegularFile(const std::string& path, std::string& why);
+
+/** The same for writing: the file is created if it is missing, and emptied. */
+Descriptor CreateRegularFile(const std::string& path, std::string& why);
 
 }  // namespace commandline

@@ -207,7 +207,7 @@ void OpenAndJudge(bool isDirectory, Inspection& inspection) {
         }
         inspection.sha256 = Sha256Of(file.get());
         // The stream is to read the same file, whatever has its name by now.
-        path = "/proc/self/fd/" + std::to_string(file.get());
+        path = file.path();
     }
     std::ifstream image(path, std::ios::in | std::ios::binary);
     if (image.is_open()) {

@@ -13,6 +13,7 @@
 #include <stdexcept>
 
 #include "companions/commandline/commandline.h"
+#include "companions/commandline/failure.h"
 #include "companions/registers/velnor_regs/outline.h"
 #include "cpputils/include/standarddescriptors.h"
 
@@ -204,7 +205,7 @@ int main(int argc, char** argv) {
     try {
         return Run(argc, argv);
     } catch (const std::exception& error) {
-        fprintf(stderr, "velnor_atlas: %s\n", error.what());
+        commandline::ReportFailure("velnor_atlas", error.what(), EXIT_FAILURE, false);
         return EXIT_FAILURE;
     }
 }

@@ -105,7 +105,7 @@ void PrintAsText(std::ostream& out, const Answer& answer) {
 }
 
 void PrintAsJson(std::ostream& out, const Answer& answer) {
-    Json whole = Json::object();
+    Json whole = {{"format", 1}};
     for (const auto& [name, cell] : answer.facts) {
         Add(whole, name, cell);
     }

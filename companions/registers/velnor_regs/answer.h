@@ -53,7 +53,7 @@ void PrintChangeAsJson(std::ostream& out, const Change& change);
 
 void PrintAsText(std::ostream& out, const Answer& answer);
 
-/** One object: the facts, and an array of objects under the name of the subject. */
+/** One object: the format, the facts, and an array of objects under the name of the subject. */
 void PrintAsJson(std::ostream& out, const Answer& answer);
 
 }  // namespace regs

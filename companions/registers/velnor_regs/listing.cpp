@@ -62,9 +62,9 @@ class DumpRows {
     Row i_member;
 };
 
-const std::vector<std::string> DumpRows::COLUMNS = {"kind",   "domain",       "group",   "instance",
-                                                    "member", "element",      "address", "words",
-                                                    "field",  "fieldElement", "mask",    "shift"};
+const std::vector<std::string> DumpRows::COLUMNS = {
+    "kind",    "domain", "group", "instance",      "member", "element",
+    "address", "words",  "field", "field_element", "mask",   "shift"};
 
 Row RowOf(const std::string& design) {
     const Counts counts = CountsOf(OutlineOf(OpenMap(design, nullptr)));
@@ -91,7 +91,7 @@ Answer List(const Request& request) {
     Answer answer;
     if (request.operands.empty()) {
         answer.subject = "designs";
-        answer.columns = {"design", "groupTypes", "groups", "registers", "memories", "fields"};
+        answer.columns = {"design", "group_types", "groups", "registers", "memories", "fields"};
         for (const std::string& design : DesignNames()) {
             answer.rows.push_back(RowOf(design));
         }

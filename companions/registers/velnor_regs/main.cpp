@@ -2,10 +2,12 @@
  * velnor_regs: looks into the register maps of the five designs, and into the live card through
  * them.
  */
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 
 #include "companions/commandline/commandline.h"
+#include "companions/commandline/failure.h"
 #include "companions/registers/export/export.h"
 #include "companions/registers/velnor_regs/commands.h"
 #include "companions/registers/velnor_regs/failure.h"
@@ -120,7 +122,9 @@ void AddCommand(commandline::Program& program, const Command& command, Settings&
         sub.flag("--json", settings.request.json, "Answer as one JSON object, numbers in decimal");
     }
     if (command.takesDesign) {
-        sub.option("--design", settings.request.design, DESIGN_HELP).showDefault();
+        sub.option("--design", settings.request.design, DESIGN_HELP)
+            .typeName("DESIGN")
+            .showDefault();
     }
     if (command.run == Write) {
         sub.flag("--yes", settings.request.yes, "Really change the card");
@@ -193,7 +197,8 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     try {
         return regs::Run(argc, argv);
     } catch (const regs::Failure& failure) {
-        fprintf(stderr, "velnor_regs: %s\n", failure.what());
+        const bool json = std::find(argv, argv + argc, std::string("--json")) != argv + argc;
+        commandline::ReportFailure("velnor_regs", failure.what(), failure.exitValue, json);
         return failure.exitValue;
     }
 }

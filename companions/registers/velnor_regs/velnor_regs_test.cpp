@@ -65,7 +65,7 @@ std::string LineOf(const nlohmann::json& object) {
     std::ostringstream line;
     line << object["kind"].get<std::string>();
     for (const char* key : {"domain", "group", "instance", "member", "element", "field",
-                            "fieldElement", "address", "mask", "words", "shift"}) {
+                            "field_element", "address", "mask", "words", "shift"}) {
         if (!object.contains(key)) {
             continue;
         }
@@ -106,7 +106,7 @@ struct RunCase {
 };
 
 const RunCase RUN_CASES[] = {
-    {{"list"}, 0, "\ndve_3g_2_5  59          170     1564       251       3196\n"},
+    {{"list"}, 0, "\ndve_3g_2_5  59           170     1564       251       3196\n"},
     {{"list", "dve"}, 0, "\ndbuf.dve_hcoef                           0x2a000    8          0x800"},
     {{"find", "FORMAT_DET_CTL.r_s"}, 0, "register  sbuf.format_det_ctl[0..5].R_select  0x784\n"},
     {{"find", "vid_start.line", "--design", "dve"},

@@ -48,6 +48,7 @@ void AddOptions(commandline::Program& program, Settings& settings, Raw& raw) {
     settings.behaviour.newRevision = TOOL_REVISION;
     program.version(TOLMIRA_VERSION);
     program.option("--object", settings.object, "Shared-memory object that holds the mailbox")
+        .typeName("NAME")
         .showDefault();
     program.option("--revision", settings.behaviour.revision, "Revision reported at first")
         .showDefault();
@@ -60,8 +61,10 @@ void AddOptions(commandline::Program& program, Settings& settings, Raw& raw) {
     program.flag("--rearm,!--no-rearm", settings.behaviour.rearm,
                  "Bring the mailbox up again after the host has reset it (the default), or not");
     program.option("--appear-after-ms", settings.appearAfterMs, "Announce this late; milliseconds");
-    program.option("--flash", settings.flashFile,
-                   "File for the flash, written after each upgrade and at the end");
+    program
+        .option("--flash", settings.flashFile,
+                "File for the flash, written after each upgrade and at the end")
+        .typeName("FILE");
     program
         .option("--expect-checksum", raw.checksum,
                 "Image checksum that the host should tell; hexadecimal, four digits")
@@ -72,11 +75,14 @@ void AddOptions(commandline::Program& program, Settings& settings, Raw& raw) {
                     text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
                 return good ? std::string() : "give four hexadecimal digits, not " + text;
             },
-            "HEX4");
+            "")
+        .typeName("HEX");
     AddFaultOptions(program, settings, raw);
     program.flag("--once", settings.once, "End when a host has come and gone");
-    program.option("--idle-timeout", settings.idleTimeoutS,
-                   "End after so many seconds without a host's doing; 0 is never");
+    program
+        .option("--idle-timeout", settings.idleTimeoutS,
+                "End after so many seconds without a host's doing; 0 is never")
+        .typeName("SECONDS");
     program.flag("--trace", settings.trace, "Write the decoded conversation to standard output");
     program.flag("--json", settings.json,
                  "Write the closing report as one JSON object, and all else to standard error");

@@ -13,6 +13,8 @@
 #include <vector>
 
 #include "companions/commandline/commandline.h"
+#include "companions/commandline/failure.h"
+#include "companions/commandline/regularfile.h"
 #include "cpputils/include/standarddescriptors.h"
 
 namespace {
@@ -80,15 +82,27 @@ std::vector<char> Payload(const Settings& settings) {
     return bytes;
 }
 
-int Write(const Settings& settings) {
-    std::ofstream file(settings.file, std::ios::binary | std::ios::trunc);
+/** What went wrong; empty for nothing. */
+std::string Save(const Settings& settings) {
+    std::string why;
+    const commandline::Descriptor target = commandline::CreateRegularFile(settings.file, why);
+    if (!target) {
+        return why;
+    }
+    std::ofstream file(target.path(), std::ios::binary);
     const std::vector<char> payload = Payload(settings);
     file << Header(settings);
     file.write(payload.data(), static_cast<std::streamsize>(payload.size()));
     file.close();
-    if (file.fail()) {
-        fprintf(stderr, "tfi_make: cannot write %s: %s; choose another place\n",
-                settings.file.c_str(), strerror(errno));
+    return file.fail() ? strerror(errno) : "";
+}
+
+int Write(const Settings& settings) {
+    const std::string why = Save(settings);
+    if (!why.empty()) {
+        commandline::ReportFailure(
+            "tfi_make", "cannot write " + settings.file + ": " + why + "; choose another file",
+            EXIT_FAILURE, false);
         return EXIT_FAILURE;
     }
     return EXIT_SUCCESS;
