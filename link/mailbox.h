@@ -1,9 +1,16 @@
 #pragma once
 
+#include <cstddef>
+
 /**
- * The mailbox between the host and the controller: byte addresses, and the values that the two
- * sides write to each other. Both ends of the link share this header and nothing else.
+ * The mailbox between the host and the controller: where it is, byte addresses, and the values that
+ * the two sides write to each other. Both ends of the link share this header and nothing else.
  */
+
+/** The card's address space, and the mailbox in it, one 32-bit word for each address; bytes. */
+constexpr std::size_t REGION_SIZE = 0x1000000;
+constexpr std::size_t MAILBOX_OFFSET = 0x2800;
+constexpr std::size_t MAILBOX_SIZE = 32 * 4;
 
 /** Receive direction, controller to host. */
 constexpr unsigned int MAILBOX_RX_DATA = 5;

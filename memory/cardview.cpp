@@ -21,7 +21,7 @@ std::string Unfit(int fd) {
     if (!S_ISREG(status.st_mode)) {
         return "not a regular file";
     }
-    return static_cast<std::size_t>(status.st_size) < CardView::SIZE
+    return static_cast<std::size_t>(status.st_size) < REGION_SIZE
                ? "shorter than the card's address space"
                : "";
 }

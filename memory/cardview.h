@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "link/mailbox.h"
+
 /**
  * The card's address space as other programs share it, for reading alone. The object is opened and
  * never made, resized or mapped: a word is read with pread, which can fail but can't end the
@@ -17,9 +19,6 @@
 class CardView {
   public:
     static constexpr char NAME[] = "/resource0";
-    /** What the card's address space holds, and where the mailbox lies in it; bytes. */
-    static constexpr std::size_t SIZE = 0x1000000;
-    static constexpr std::size_t MAILBOX_OFFSET = 0x2800;
 
     explicit CardView(const std::string& name = NAME);
     ~CardView();

@@ -12,6 +12,7 @@
 #include <fstream>
 #include <memory>
 
+#include "link/mailbox.h"
 #include "memory/hostlock.h"
 #include "memory/memorymapcontainer.h"
 #include "tests/support/child.h"
@@ -68,7 +69,7 @@ TEST_F(CardViews, TheHostsLockLastsAsLongAsItsRegion) {
 }
 
 TEST_F(CardViews, OneControllerAtATime) {
-    makeObject(CardView::SIZE);
+    makeObject(REGION_SIZE);
     const int fd = open(PATH, O_RDWR | O_CLOEXEC);
     ASSERT_TRUE(LockAsController(fd));
     EXPECT_EQ(HoldersSeen(), "nobody;" + Own() + ";");
@@ -105,16 +106,16 @@ TEST_F(CardViews, AHolderInAnotherPidNamespaceIsUnknown) {
 }
 
 TEST_F(CardViews, WordsAreReadWithoutTouchingTheObject) {
-    makeObject(CardView::SIZE);
+    makeObject(REGION_SIZE);
     const int fd = open(PATH, O_RDWR | O_CLOEXEC);
     const uint32_t words[] = {0x01020304, 0xFFFFFF07};
-    ASSERT_EQ(pwrite(fd, words, sizeof words, 0x2800 + 4 * 9), ssize_t{sizeof words});
+    ASSERT_EQ(pwrite(fd, words, sizeof words, MAILBOX_OFFSET + 4 * 9), ssize_t{sizeof words});
     const CardView card;
     ASSERT_EQ(card.failure(), "");
     EXPECT_EQ(card.mailboxWord(9), 0x01020304U);
     EXPECT_EQ(card.mailboxWord(10), 0xFFFFFF07U);
-    EXPECT_EQ(card.word(CardView::SIZE - 4), 0U);
-    EXPECT_EQ(card.word(CardView::SIZE), std::nullopt);
+    EXPECT_EQ(card.word(REGION_SIZE - 4), 0U);
+    EXPECT_EQ(card.word(REGION_SIZE), std::nullopt);
     struct stat status = {};
     fstat(fd, &status);
     EXPECT_EQ(status.st_blocks, 8) << "the page that was written, in units of 512 bytes, alone";
@@ -130,7 +131,7 @@ TEST_F(CardViews, OnlyAWholeRegularFileIsOpened) {
         const char* why;
     } cases[] = {
         {[] {}, "No such file or directory; start what drives the card first"},
-        {[] { makeObject(CardView::SIZE - 1); }, "shorter than the card's address space; check"},
+        {[] { makeObject(REGION_SIZE - 1); }, "shorter than the card's address space; check"},
         {[] { ASSERT_EQ(mkfifo(PATH, 0666), 0); }, "not a regular file; check /dev/shm"},
         {[] { ASSERT_EQ(mkdir(PATH, 0777), 0); }, "not a regular file; check /dev/shm"},
         {[] { ASSERT_EQ(symlink("/etc/passwd", PATH), 0); }, "symbolic links; check /dev/shm"},

@@ -3,11 +3,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "link/mailbox.h"
+
 namespace {
 
 /** The first two bytes of the mailbox. Every program that takes or asks must agree on them. */
-constexpr off_t HOST_BYTE = 0x2800;
-constexpr off_t CONTROLLER_BYTE = 0x2801;
+constexpr off_t HOST_BYTE = MAILBOX_OFFSET;
+constexpr off_t CONTROLLER_BYTE = MAILBOX_OFFSET + 1;
 
 struct flock LockOn(off_t byte, short type) {
     struct flock lock = {};

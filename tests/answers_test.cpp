@@ -137,7 +137,7 @@ TEST_F(AnswersTest, GivesUpBehindTheFifthAttempt) {
     });
     Transcript transcript = opening();
     transcript.notice(BAD).notice(BAD).notice(BAD).notice(BAD).notice(BAD);
-    ExpectRun(upgrade(), EXIT_MINUS_ONE, failed(transcript));
+    ExpectRun(upgrade(), EXIT_NOT_UPGRADED, failed(transcript));
     EXPECT_EQ(farSide.stop(), wireOfSends(5)) << "nothing closes the upgrade";
 }
 
@@ -158,7 +158,7 @@ TEST_F(AnswersTest, StopsAtThePageThatFails) {
     transcript.error("Failed to send page 10\n")
         .error("Failed to upgrade Tolmira controller!\n")
         .notice("Done\n");
-    ExpectRun(upgrade(), EXIT_MINUS_ONE, transcript);
+    ExpectRun(upgrade(), EXIT_NOT_UPGRADED, transcript);
 }
 
 TEST_F(AnswersTest, FailsAtOnceWithoutTheReceiveDirection) {
@@ -169,7 +169,7 @@ TEST_F(AnswersTest, FailsAtOnceWithoutTheReceiveDirection) {
     for (int attempt = 0; attempt < 5; ++attempt) {
         transcript.error(NO_RESPONSE);
     }
-    ExpectRun(upgrade(), EXIT_MINUS_ONE, failed(transcript));
+    ExpectRun(upgrade(), EXIT_NOT_UPGRADED, failed(transcript));
     EXPECT_EQ(farSide.stop(), wireOfSends(5));
     EXPECT_EQ(i_region.byte(MAILBOX_TX_STATE), STATE_READY) << "no reset";
 }
@@ -185,7 +185,7 @@ TEST_F(AnswersTest, ResetsTheMailboxWhenNoAnswerComes) {
         for (int attempt = 1; attempt < 5; ++attempt) {
             transcript.error(SendFailed(attempt));
         }
-        ExpectRun(upgrade(), EXIT_MINUS_ONE, failed(transcript));
+        ExpectRun(upgrade(), EXIT_NOT_UPGRADED, failed(transcript));
         EXPECT_EQ(farSide.stop(), wireOfSends(1));
         for (unsigned address = MAILBOX_RX_DATA; address <= MAILBOX_TX_STATE; ++address) {
             EXPECT_EQ(i_region.word(address), 0U) << address;
@@ -211,7 +211,7 @@ TEST_F(AnswersTest, WaitsForALateAnswerUpToItsLimit) {
     for (int attempt = 1; attempt < 5; ++attempt) {
         transcript.error(SendFailed(attempt));
     }
-    ExpectRun(upgrade(), EXIT_MINUS_ONE, failed(transcript));
+    ExpectRun(upgrade(), EXIT_NOT_UPGRADED, failed(transcript));
     EXPECT_EQ(tooLate.stop().exitValue, 1);
     EXPECT_EQ(tooLate.report("faults"), 2);
     EXPECT_EQ(tooLate.report("resets"), 1);
@@ -224,7 +224,7 @@ TEST_F(AnswersTest, ResetsTheMailboxWhenNoByteIsTaken) {
     for (int attempt = 0; attempt < 5; ++attempt) {
         transcript.error(SendFailed(attempt));
     }
-    ExpectRun(upgrade(), EXIT_MINUS_ONE, failed(transcript));
+    ExpectRun(upgrade(), EXIT_NOT_UPGRADED, failed(transcript));
     for (unsigned address = MAILBOX_RX_DATA; address <= MAILBOX_TX_STATE; ++address) {
         EXPECT_EQ(i_region.byte(address), 0U) << address;
     }

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <filesystem>
 
+#include "link/mailbox.h"
 #include "tests/upgradefixture.h"
 
 using testing::EndsWith;
@@ -39,7 +40,7 @@ TEST_F(CommandLineTest, TouchesNothingBehindAWrongCount) {
     for (const Arguments& arguments : cases) {
         SCOPED_TRACE(testing::PrintToString(arguments));
         const ProcessResult result = run(arguments);
-        EXPECT_EQ(result.exitValue, EXIT_MINUS_ONE);
+        EXPECT_EQ(result.exitValue, EXIT_NOT_UPGRADED);
         EXPECT_EQ(testsupport::Normalised(result.out),
                   Transcript().assertion("argc == 3 + numOptions").text());
         EXPECT_THAT(result.err, HasSubstr("tolmira_upgrade [-f] image configuration"));
@@ -75,7 +76,7 @@ TEST_F(CommandLineTest, GoesOnBehindAnUnknownOption) {
 TEST_F(CommandLineTest, WarnsOfAConfigurationThatCannotBeRead) {
     Controller controller(i_directory, {"--revision", "19525"});
     for (const std::string name : {"no such file", "."}) {
-        ExpectRun(run({"image", name}), EXIT_MINUS_ONE,
+        ExpectRun(run({"image", name}), EXIT_NOT_UPGRADED,
                   Transcript()
                       .warning("Could not load configuration file '" + name +
                                "' on Configuration creation")
@@ -109,16 +110,16 @@ TEST_F(CommandLineTest, TellsThatTheOptionsAreAbsent) {
             .notice("Controller is 19525\n")
             .notice("Controller is already at revision 19525\n");
     ASSERT_EQ(unlink(i_directory.optionsFile().c_str()), 0);
-    ExpectRun(upgrade(), EXIT_MINUS_ONE, transcript);
+    ExpectRun(upgrade(), EXIT_NOT_UPGRADED, transcript);
     ASSERT_EQ(mkdir(i_directory.optionsFile().c_str(), 0777), 0);
-    ExpectRun(upgrade(), EXIT_MINUS_ONE, transcript);
+    ExpectRun(upgrade(), EXIT_NOT_UPGRADED, transcript);
 }
 
 TEST_F(CommandLineTest, LeavesThreeRegionsOfTheirSizeBehind) {
     Controller controller(i_directory, {"--revision", "19525"});
     upgrade();
     for (const char* region : {"resource0", "resource1", "resource2"}) {
-        EXPECT_EQ(std::filesystem::file_size(std::string("/dev/shm/") + region), 0x1000000U);
+        EXPECT_EQ(std::filesystem::file_size(std::string("/dev/shm/") + region), REGION_SIZE);
     }
 }
 

@@ -18,7 +18,7 @@ class DecisionTest : public UpgradeTest {
     /** A run with an image that does not pass: these lines, and not a byte to the controller. */
     void expectRefused(const std::string& image, const Transcript& transcript) {
         Controller controller(i_directory);
-        ExpectRun(run({image, "configuration"}), EXIT_MINUS_ONE, transcript);
+        ExpectRun(run({image, "configuration"}), EXIT_NOT_UPGRADED, transcript);
         EXPECT_EQ(controller.report("findings"), 0) << controller.stop().out;
         EXPECT_EQ(controller.report("begin messages"), 0);
     }
@@ -32,7 +32,7 @@ Transcript AlreadyThere() {
 
 TEST_F(DecisionTest, LeavesAControllerOfItsRevisionAlone) {
     Controller controller(i_directory, {"--revision", "19525"});
-    ExpectRun(run({"no such image", "configuration"}), EXIT_MINUS_ONE, AlreadyThere());
+    ExpectRun(run({"no such image", "configuration"}), EXIT_NOT_UPGRADED, AlreadyThere());
     EXPECT_EQ(controller.stop().exitValue, 0) << controller.stop().out;
     EXPECT_EQ(controller.report("begin messages"), 0);
 }
@@ -61,7 +61,7 @@ TEST_F(DecisionTest, FindsNothingLeftInTheSecondRun) {
     writeImage(payload);
     Controller controller(i_directory);
     ExpectRun(upgrade(), 0, SuccessfulRun(payload));
-    ExpectRun(upgrade(), EXIT_MINUS_ONE, AlreadyThere());
+    ExpectRun(upgrade(), EXIT_NOT_UPGRADED, AlreadyThere());
     ExpectRun(run({"-f", "image", "configuration"}), 0, SuccessfulRun(payload, TOOL_REVISION));
     EXPECT_EQ(controller.stop().exitValue, 0) << controller.stop().out;
     EXPECT_EQ(controller.report("upgrades"), 2);
@@ -98,7 +98,7 @@ TEST_F(DecisionTest, TakesAnyOddPresenceForAController) {
     transcript.error("Failed to send page 0\n")
         .error("Failed to upgrade Tolmira controller!\n")
         .notice("Done\n");
-    ExpectRun(upgrade(), EXIT_MINUS_ONE, transcript);
+    ExpectRun(upgrade(), EXIT_NOT_UPGRADED, transcript);
     EXPECT_EQ(region.word(MAILBOX_TX_STATE), 3U);
     EXPECT_EQ(region.word(MAILBOX_RX_STATE), 0U);
     EXPECT_EQ(region.word(MAILBOX_TX_FLAG), 0U) << "no byte was offered";
@@ -187,7 +187,7 @@ TEST_F(DecisionTest, TriesTheLargestImageThatFits) {
     Transcript opening;
     AddOpening(opening, 0, payload);
     EXPECT_EQ(testsupport::Normalised(result.out).rfind(opening.text(), 0), 0U) << result.out;
-    EXPECT_EQ(result.exitValue, EXIT_MINUS_ONE);
+    EXPECT_EQ(result.exitValue, EXIT_NOT_UPGRADED);
 }
 
 }  // namespace

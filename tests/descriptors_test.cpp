@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <csignal>
 
+#include "link/mailbox.h"
 #include "tests/upgradefixture.h"
 
 using testsupport::ProcessResult;
@@ -12,8 +13,7 @@ using testsupport::ReadFile;
 
 namespace {
 
-constexpr size_t MAILBOX_BEGIN = 0x2800;
-constexpr size_t MAILBOX_END = MAILBOX_BEGIN + 32 * sizeof(uint32_t);
+constexpr size_t MAILBOX_END = MAILBOX_OFFSET + MAILBOX_SIZE;
 
 class DescriptorsTest : public UpgradeTest, public testing::WithParamInterface<const char*> {
   protected:
@@ -28,7 +28,7 @@ class DescriptorsTest : public UpgradeTest, public testing::WithParamInterface<c
 /** Whether the regions hold nothing, the mailbox apart. */
 bool OnlyTheMailboxIsUsed() {
     std::string registers = ReadFile("/dev/shm/resource0");
-    std::fill(registers.begin() + MAILBOX_BEGIN, registers.begin() + MAILBOX_END, '\0');
+    std::fill(registers.begin() + MAILBOX_OFFSET, registers.begin() + MAILBOX_END, '\0');
     const std::string memories = ReadFile("/dev/shm/resource1") + ReadFile("/dev/shm/resource2");
     return (registers + memories).find_first_not_of('\0') == std::string::npos;
 }

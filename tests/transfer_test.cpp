@@ -55,7 +55,7 @@ TEST_P(UndeliverableSize, SendsThePagesInFrontOnly) {
     transcript.error("Failed to upgrade Tolmira controller!\n").notice("Done\n");
     writeImage(payload);
     Controller controller(i_directory);
-    ExpectRun(upgrade(), EXIT_MINUS_ONE, transcript);
+    ExpectRun(upgrade(), EXIT_NOT_UPGRADED, transcript);
     EXPECT_EQ(controller.flash(), payload.substr(0, wholePages * 256));
     EXPECT_EQ(controller.report("begin messages"), 1);
     EXPECT_EQ(controller.report("page messages"), static_cast<long>(wholePages));

@@ -5,14 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "companions/toolcontract/toolcontract.h"
 #include "tests/support/image.h"
 #include "tests/support/process.h"
 #include "tests/support/rundirectory.h"
 #include "tests/support/transcript.h"
 
-/** The exit value -1 as a parent process sees it. */
-constexpr int EXIT_MINUS_ONE = 255;
-constexpr unsigned TOOL_REVISION = 19525;
+using toolcontract::EXIT_NOT_UPGRADED;
+using toolcontract::TOOL_REVISION;
 
 /** tolmira_controller, started in the run's directory; its flash is in the file "flash". */
 class Controller {

@@ -7,6 +7,7 @@
 #include <typeinfo>
 #include <vector>
 
+#include "link/mailbox.h"
 #include "tests/support/child.h"
 #include "tests/support/transcript.h"
 
@@ -27,7 +28,8 @@ TEST(CreateTolmiraComms, BuildsTheDesignOfTheModeOrStops) {
         const auto result = testsupport::RunInChild([&] {
             RouterCommsInterface* comms = CreateTolmiraComms(region.data(), mode);
             comms->writeAddress(5, 0x5A);
-            printf("%02x %s", region[(0x2800 + 4 * 5) / 4], typeid(*comms).name());
+            printf("%02x %s", region[(MAILBOX_OFFSET + 4 * MAILBOX_RX_DATA) / 4],
+                   typeid(*comms).name());
             delete comms;
         });
         if (mode <= e_SwitcherMode_2_5ME_3G) {

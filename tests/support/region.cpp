@@ -6,20 +6,19 @@
 
 #include <stdexcept>
 
+#include "link/mailbox.h"
+
 namespace testsupport {
 
 namespace {
-
-constexpr size_t SIZE = 0x1000000;
-constexpr size_t MAILBOX_OFFSET = 0x2800;
 
 void* Map() {
     const int fd = shm_open("/resource0", O_RDWR | O_CREAT, 0666);
     if (fd < 0) {
         throw std::runtime_error("no shared memory /resource0");
     }
-    void* base = ftruncate(fd, SIZE) == 0
-                     ? mmap(nullptr, SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0)
+    void* base = ftruncate(fd, REGION_SIZE) == 0
+                     ? mmap(nullptr, REGION_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0)
                      : MAP_FAILED;
     close(fd);
     if (base == MAP_FAILED) {
@@ -35,7 +34,7 @@ Region::Region()
       i_words(reinterpret_cast<uint32_t*>(static_cast<char*>(i_base) + MAILBOX_OFFSET)) {}
 
 Region::~Region() {
-    munmap(i_base, SIZE);
+    munmap(i_base, REGION_SIZE);
 }
 
 }  // namespace testsupport

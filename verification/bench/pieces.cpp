@@ -19,8 +19,8 @@
 
 namespace {
 
-constexpr size_t REGION_WORDS = 0x1000000 / 4;
-constexpr size_t MAILBOX_WORD = 0x2800 / 4;
+constexpr size_t REGION_WORDS = REGION_SIZE / 4;
+constexpr size_t MAILBOX_WORD = MAILBOX_OFFSET / 4;
 constexpr size_t PAGE_SIZE = 256;
 
 /** The card's address space in this process, and the tool's own mailbox over it. */

@@ -17,11 +17,11 @@
 #include <string>
 #include <thread>
 
+#include "companions/toolcontract/toolcontract.h"
 #include "link/mailbox.h"
 #include "tests/support/privateshm.h"
 #include "tests/support/region.h"
 #include "tests/support/rundirectory.h"
-#include "tool/versioninfo.h"
 #include "verification/bench/pinned.h"
 #include "verification/bench/series.h"
 
@@ -30,7 +30,6 @@ namespace bench {
 namespace {
 
 constexpr int RUNS = 41;
-constexpr int NOTHING_TO_DO = 255;
 
 double Milliseconds(const timespec& time) {
     return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
@@ -87,9 +86,8 @@ void Print(const char* what, const Series& series) {
 void Measure(const std::string& tool) {
     const testsupport::RunDirectory directory;
     testsupport::Region region;
-    const auto revision = static_cast<uint32_t>(GetVersionInfo().getRevision());
-    region.setWord(MAILBOX_REVISION_LOW, revision & 0xFF);
-    region.setWord(MAILBOX_REVISION_HIGH, revision >> 8);
+    region.setWord(MAILBOX_REVISION_LOW, toolcontract::TOOL_REVISION & 0xFF);
+    region.setWord(MAILBOX_REVISION_HIGH, toolcontract::TOOL_REVISION >> 8);
     Series startUp;
     Series whole;
     long peakKilobytes = 0;
@@ -97,8 +95,8 @@ void Measure(const std::string& tool) {
         region.setWord(MAILBOX_TX_STATE, STATE_ABSENT);
         startUp.add(StartUp(tool, directory.path()));
         region.setWord(MAILBOX_TX_STATE, STATE_REQUESTED);
-        const rusage usage =
-            RunPinned(0, NOTHING_TO_DO, [&] { BecomeTool(tool, directory.path()); });
+        const rusage usage = RunPinned(0, toolcontract::EXIT_NOT_UPGRADED,
+                                       [&] { BecomeTool(tool, directory.path()); });
         whole.add(Milliseconds(usage.ru_utime) + Milliseconds(usage.ru_stime));
         peakKilobytes = std::max(peakKilobytes, usage.ru_maxrss);
     }

@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "companions/commandline/commandline.h"
-#include "companions/simulator/controller/mailboxport.h"
 #include "companions/simulator/controller/sharedregion.h"
+#include "link/mailbox.h"
 #include "tests/support/privateshm.h"
 #include "tests/support/rundirectory.h"
 #include "verification/bench/barehost.h"
@@ -62,11 +62,11 @@ class Bench {
 };
 
 Bench::Bench(const Settings& settings) : i_settings(settings) {
-    if (!i_region.open("/resource0", controller::REGION_SIZE)) {
+    if (!i_region.open("/resource0", REGION_SIZE)) {
         throw std::runtime_error(i_region.error());
     }
     i_mailbox = reinterpret_cast<volatile uint32_t*>(static_cast<char*>(i_region.address()) +
-                                                     controller::MAILBOX_OFFSET);
+                                                     MAILBOX_OFFSET);
     i_directory.write("image",
                       "\n\n\n\n\n\nEND\n" + std::string(size_t{settings.pages} * 256, '\0'));
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "companions/toolcontract/toolcontract.h"
 #include "link/mailbox.h"
 #include "tests/support/image.h"
 #include "tests/support/transcript.h"
@@ -12,9 +13,9 @@ namespace campaign {
 
 namespace {
 
-constexpr int EXIT_UPGRADED = 0;
-constexpr int EXIT_MISSING = 1;
-constexpr int EXIT_NOT_UPGRADED = 255;
+using toolcontract::EXIT_MISSING;
+using toolcontract::EXIT_NOT_UPGRADED;
+using toolcontract::EXIT_UPGRADED;
 
 constexpr int64_t US_PER_MS = 1000;
 constexpr int64_t US_PER_SECOND = 1000000;

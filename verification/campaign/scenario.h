@@ -5,8 +5,11 @@
 #include <string>
 
 #include "companions/simulator/controller/schedule.h"
+#include "companions/toolcontract/toolcontract.h"
 
 namespace campaign {
+
+using toolcontract::TOOL_REVISION;
 
 enum class ImageKind { Good, Missing, NoHeader };
 
@@ -29,8 +32,6 @@ struct Scenario {
 
 /** How far the clock goes on at a call after the far side has changed something. */
 constexpr int64_t BUSY_MS = 1;
-
-constexpr uint16_t TOOL_REVISION = 19525;
 
 /** Pages that the image makes. */
 uint16_t Pages(const Scenario& scenario);

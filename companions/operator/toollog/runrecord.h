@@ -7,13 +7,14 @@
 
 #include "companions/operator/toollog/logreader.h"
 #include "companions/operator/toollog/texts.h"
+#include "companions/toolcontract/toolcontract.h"
 
 namespace toollog {
 
 /** The tool's exit values, as a parent process sees them. */
-constexpr int EXIT_UPGRADED = 0;
-constexpr int EXIT_MISSING = 1;
-constexpr int EXIT_NOT_UPGRADED = 255;
+using toolcontract::EXIT_MISSING;
+using toolcontract::EXIT_NOT_UPGRADED;
+using toolcontract::EXIT_UPGRADED;
 
 /** How a run of the tool came out: X(name, words). The words are what a report shows. */
 #define RUN_CAUSES(X)                             \

@@ -9,6 +9,7 @@
 #include "companions/registers/velnor_regs/number.h"
 #include "companions/registers/velnor_regs/path.h"
 #include "companions/registers/velnor_regs/word.h"
+#include "link/mailbox.h"
 #include "memory/cardview.h"
 #include "memory/hostlock.h"
 
@@ -25,10 +26,10 @@ void CheckLocation(const MapLocation& place) {
         throw Failure(EXIT_FINDING, place.path + " is a memory; give a word, [0] to [" +
                                         std::to_string(place.member->words - 1) + "]");
     }
-    if (place.address() > CardView::SIZE - 4) {
+    if (place.address() > REGION_SIZE - 4) {
         throw Failure(EXIT_FINDING, place.path + " lies at " + HexText(place.address()) +
                                         ", past the end of the mapped space at " +
-                                        HexText(CardView::SIZE) + "; choose a lower address");
+                                        HexText(REGION_SIZE) + "; choose a lower address");
     }
 }
 

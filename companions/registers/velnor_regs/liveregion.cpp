@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "companions/registers/velnor_regs/failure.h"
+#include "link/mailbox.h"
 #include "memory/cardview.h"
 
 namespace regs {
@@ -21,7 +22,7 @@ void* MapForWriting(int fd, std::size_t offset) {
     if (errno != 0) {
         return nullptr;
     }
-    void* base = mmap(nullptr, CardView::SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    void* base = mmap(nullptr, REGION_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     return base == MAP_FAILED ? nullptr : base;
 }
 
@@ -42,7 +43,7 @@ LiveRegion::LiveRegion(std::size_t offset) {
 }
 
 LiveRegion::~LiveRegion() {
-    munmap(i_base, CardView::SIZE);
+    munmap(i_base, REGION_SIZE);
 }
 
 }  // namespace regs

@@ -1,14 +1,8 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 namespace controller {
-
-/** Length of the card's address space; place and length of the mailbox in it; bytes. */
-constexpr size_t REGION_SIZE = 0x1000000;
-constexpr size_t MAILBOX_OFFSET = 0x2800;
-constexpr size_t MAILBOX_SIZE = 32 * sizeof(uint32_t);
 
 /**
  * The mailbox from the far side: one 32-bit word for each address, the byte in bits 0 to 7.

@@ -1,12 +1,11 @@
 #include "companions/simulator/controller/settings.h"
 
 #include "companions/commandline/commandline.h"
+#include "companions/toolcontract/toolcontract.h"
 
 namespace controller {
 
 namespace {
-
-constexpr uint16_t TOOL_REVISION = 19525;
 
 /** What is read as text or numbers first. */
 struct Raw {
@@ -45,7 +44,7 @@ void AddFaultOptions(const commandline::Options& program, Settings& settings, Ra
 }
 
 void AddOptions(commandline::Program& program, Settings& settings, Raw& raw) {
-    settings.behaviour.newRevision = TOOL_REVISION;
+    settings.behaviour.newRevision = toolcontract::TOOL_REVISION;
     program.version(TOLMIRA_VERSION);
     program.option("--object", settings.object, "Shared-memory object that holds the mailbox")
         .typeName("NAME")

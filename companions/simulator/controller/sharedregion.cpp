@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <system_error>
 
-#include "companions/simulator/controller/mailboxport.h"
+#include "link/mailbox.h"
 
 namespace controller {
 

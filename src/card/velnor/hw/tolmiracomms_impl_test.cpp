@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "link/mailbox.h"
 #include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_2_5_lean.h"
 #include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_2_5_lean.h"
 #include "src/card/velnor/hwmap/genfpga_velnor_vp_dve_3g_lean.h"
@@ -21,8 +22,7 @@ using testsupport::RunInChild;
 
 namespace {
 
-constexpr size_t MAILBOX_OFFSET = 0x2800;  // bytes
-constexpr size_t MAILBOX_WORDS = 32;
+constexpr size_t MAILBOX_WORDS = MAILBOX_SIZE / 4;
 constexpr uint32_t UNTOUCHED = 0xDEADBEEF;
 
 /** A region just large enough to show an access beside the mailbox. */
