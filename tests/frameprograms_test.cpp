@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <thread>
@@ -38,14 +37,6 @@ class FrameProgramsTest : public UpgradeTest {
   protected:
     ProcessResult runProgram(const char* program, const Arguments& arguments) const {
         return RunProcess(program, arguments, i_directory.path());
-    }
-
-    /** Runs tolmira_run on the tool, and reads its report. */
-    json report(const Arguments& toolArguments, ProcessResult& result) const {
-        Arguments arguments = {"--report", "report"};
-        arguments.insert(arguments.end(), toolArguments.begin(), toolArguments.end());
-        result = runProgram(TOLMIRA_RUN, arguments);
-        return json::parse(ReadFile(i_directory.path("report")), nullptr, false);
     }
 };
 
@@ -250,160 +241,6 @@ TEST_F(FrameProgramsTest, TheStatusWritesOneLineAChange) {
     const ProcessResult result = watch.wait();
     EXPECT_EQ(result.exitValue, 4) << "as the last look has it";
     EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 4) << result.out;
-}
-
-/** Faults at each of the five attempts at page 1. */
-std::string AtEveryAttempt(const std::string& fault) {
-    std::string faults;
-    for (int attempt = 1; attempt <= 5; ++attempt) {
-        faults += fault + "@1." + std::to_string(attempt) + ' ';
-    }
-    return faults;
-}
-
-TEST_F(FrameProgramsTest, TheRunnerTellsTheCauses) {
-    const Arguments usual = {"image", "configuration"};
-    const std::string header = testsupport::SHORTEST_HEADER;
-    const std::string good = header + Payload(300);
-    const struct {
-        const char* cause;
-        int exitValue;
-        Arguments controller;
-        std::string image;
-        Arguments arguments;
-        const char* why;
-    } cases[] = {
-        {"upgraded", 0, {"--faults", "result=1@1.1 id=7@1.2"}, good, usual, nullptr},
-        {"already current", 255, {"--revision", "19525"}, good, usual, nullptr},
-        {"upgraded", 0, {"--revision", "19525"}, good, {"-f", "image", "configuration"}, nullptr},
-        {"image not opened", 255, {}, good, {"a \"quoted\"\nDone\n", "configuration"}, nullptr},
-        {"not a TFI image", 255, {}, "no image", usual, nullptr},
-        {"too many pages",
-         255,
-         {},
-         header + std::string(size_t{65536} * 256, '\0'),
-         usual,
-         nullptr},
-        {"image can't be cut or read", 255, {}, header + Payload(257), usual, nullptr},
-        {"wrong usage", 255, {}, good, {"image"}, nullptr},
-        {"page failed", 255, {"--faults", AtEveryAttempt("result=1")}, good, usual, "bad result"},
-        {"page failed", 255, {"--faults", AtEveryAttempt("id=7")}, good, usual, "other answer"},
-        {"page failed", 255, {"--faults", "norearm silence@1.1"}, good, usual, "no answer"},
-        {"page failed", 255, {"--faults", "die@1.1.100"}, good, usual, "send failed"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(c.cause) + testing::PrintToString(c.controller));
-        i_directory.write("image", c.image);
-        Controller controller(i_directory, c.controller);
-        ProcessResult result;
-        const json answer = report(c.arguments, result);
-        EXPECT_EQ(answer["cause"], c.cause);
-        EXPECT_EQ(answer["exit_value"], c.exitValue);
-        EXPECT_EQ(result.exitValue, c.exitValue);
-        EXPECT_EQ(answer["arguments"], json(c.arguments));
-        EXPECT_EQ(answer.contains("failed_page"), c.why != nullptr);
-        if (c.why != nullptr) {
-            EXPECT_EQ(answer["failed_page"]["page"], 1);
-            EXPECT_EQ(answer["failed_page"]["why"], c.why);
-            EXPECT_EQ(answer["failed_page"]["attempts"].size(), 5U);
-            EXPECT_EQ(answer["pages_sent"], 1);
-        }
-        controller.stop();
-    }
-}
-
-TEST_F(FrameProgramsTest, TheRunnerTellsAnAssertion) {
-    ASSERT_EQ(mkdir("/dev/shm/resource1", 0777), 0);
-    ProcessResult result;
-    const json answer = report({"image", "configuration"}, result);
-    ASSERT_EQ(rmdir("/dev/shm/resource1"), 0);
-    EXPECT_EQ(result.exitValue, 128 + SIGABRT);
-    EXPECT_EQ(answer["cause"], "assertion");
-    EXPECT_EQ(answer["signal"], SIGABRT);
-    EXPECT_EQ(answer["assertion"],
-              "memoryMapContainer.createMemoryMap(e_MemoryMap_VELNOR_ALTERA_DDR0)");
-    EXPECT_EQ(answer["troubles"][0], "open failed /resource1 (Invalid argument)");
-}
-
-TEST_F(FrameProgramsTest, TheRunnerLeavesTheOutputAsItIs) {
-    const std::string payload = Payload(700);
-    writeImage(payload);
-    Controller controller(i_directory);
-    ExpectRun(runProgram(TOLMIRA_RUN, {"image", "configuration"}), 0, SuccessfulRun(payload));
-    const ProcessResult result = runProgram(
-        TOLMIRA_RUN, {"--tool", "/bin/sh", "--", "-c", "printf 'a\\0\\nb'; echo c >&2; exit 7"});
-    EXPECT_EQ(result.out, std::string("a\0\nb", 4));
-    EXPECT_EQ(result.err, "c\n");
-    EXPECT_EQ(result.exitValue, 7);
-    // A reader that goes away ends neither this program nor the tool.
-    const std::string script =
-        "{ \"$0\" -f image configuration; echo $? >value; } | head -n 1 >/dev/null";
-    runProgram("/bin/sh", {"-c", script, TOLMIRA_RUN});
-    EXPECT_EQ(ReadFile(i_directory.path("value")), "0\n");
-}
-
-TEST_F(FrameProgramsTest, TheRunnerPassesSignalsOn) {
-    const std::string script =
-        "trap 'echo caught; trap - TERM; kill -TERM $$' TERM; echo ready; "
-        "while :; do sleep 0.01; done";
-    Process runner(TOLMIRA_RUN, {"--report", "report", "--tool", "/bin/sh", "--", "-c", script},
-                   i_directory.path(), "runner");
-    ASSERT_TRUE(runner.waitForOutput("ready"));
-    const ProcessResult result = runner.stop();
-    EXPECT_EQ(result.exitValue, 128 + SIGTERM);
-    EXPECT_EQ(result.out, "ready\ncaught\n");
-    EXPECT_EQ(json::parse(ReadFile(i_directory.path("report")))["cause"], "killed by a signal");
-}
-
-TEST_F(FrameProgramsTest, TheRunnerLetsNoSecondRunIn) {
-    const Arguments second = {"--report", "report", "--tool", "/bin/true"};
-    i_directory.write("report", "of an earlier run");
-    Process first(TOLMIRA_RUN,
-                  {"--tool", "/bin/sh", "--", "-c", "echo $$ >pid; echo ready; exec sleep 100"},
-                  i_directory.path(), "first");
-    ASSERT_TRUE(first.waitForOutput("ready"));
-    const ProcessResult refused = runProgram(TOLMIRA_RUN, second);
-    EXPECT_EQ(refused.exitValue, 75);
-    EXPECT_EQ(refused.out, "");
-    EXPECT_EQ(refused.err, "tolmira_run: another run is under way; wait for its end\n");
-    EXPECT_EQ(ReadFile(i_directory.path("report")), "of an earlier run");
-
-    first.wait(std::chrono::seconds(0));  // kills the runner; its tool lives on
-    EXPECT_EQ(runProgram(TOLMIRA_RUN, second).exitValue, 75);
-    kill(std::stoi(ReadFile(i_directory.path("pid"))), SIGKILL);
-    int exitValue = 75;
-    for (int i = 0; i < 1000 && exitValue == 75; ++i) {
-        exitValue = runProgram(TOLMIRA_RUN, second).exitValue;
-    }
-    EXPECT_EQ(exitValue, 0);
-}
-
-TEST_F(FrameProgramsTest, TheRunnerTellsItsOwnFailures) {
-    EXPECT_EQ(runProgram(TOLMIRA_RUN, {"--tool", "no/such/tool"}).exitValue, 127);
-    EXPECT_EQ(runProgram(TOLMIRA_RUN, {"--report", "no/such/file"}).exitValue, 73);
-    const std::string beyondAnyBuffer(100000, 'x');
-    EXPECT_THAT(
-        runProgram(TOLMIRA_RUN, {"--report", "/dev/full", "--tool", "/bin/true", beyondAnyBuffer})
-            .err,
-        HasSubstr("cannot write /dev/full: No space left"));
-    ASSERT_EQ(unlink("/dev/shm/resource0.lock"), 0);
-    ASSERT_EQ(symlink("elsewhere", "/dev/shm/resource0.lock"), 0);
-    EXPECT_EQ(runProgram(TOLMIRA_RUN, {"--tool", "/bin/true"}).exitValue, 73);
-    ASSERT_EQ(unlink("/dev/shm/resource0.lock"), 0);
-}
-
-TEST_F(FrameProgramsTest, TheRunnerDrawsProgressOnATerminal) {
-    const std::string payload = Payload(300);
-    writeImage(payload);
-    Controller controller(i_directory, {"--faults", "late=1500@1.1"});
-    const std::string command = TOLMIRA_RUN " image configuration >out";
-    ASSERT_EQ(runProgram("/usr/bin/script", {"-qec", command, "terminal"}).exitValue, 0);
-    const std::string terminal = ReadFile(i_directory.path("terminal"));
-    EXPECT_THAT(terminal, HasSubstr("\r\033[K1 of 2 pages, "));
-    EXPECT_THAT(terminal, HasSubstr(" s left\r\033[K"));
-    EXPECT_GT(terminal.rfind("\r\033[K"), terminal.rfind(" pages")) << "nothing stays";
-    EXPECT_EQ(testsupport::Normalised(ReadFile(i_directory.path("out"))),
-              SuccessfulRun(payload).text());
 }
 
 }  // namespace

@@ -25,6 +25,7 @@ void RemoveSharedMemory() {
     for (const char* name : {"/resource0", "/resource1", "/resource2"}) {
         shm_unlink(name);
     }
+    shm_unlink("/resource0.lock");  // with the marker of a run that was killed
 }
 
 std::vector<std::string> ControllerArguments(const std::vector<std::string>& options) {

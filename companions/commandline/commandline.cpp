@@ -74,6 +74,21 @@ void NameValues(CLI::App& app) {
     }
 }
 
+/** The usage line with another program's words at its end. */
+class UsageWithWords : public CLI::Formatter {
+  public:
+    explicit UsageWithWords(std::string words) : i_words(std::move(words)) {}
+
+    std::string make_usage(const CLI::App* app, std::string name) const override {
+        std::string usage = CLI::Formatter::make_usage(app, std::move(name));
+        usage.erase(usage.find_last_not_of('\n') + 1);
+        return usage + ' ' + i_words + '\n';
+    }
+
+  private:
+    std::string i_words;
+};
+
 template <typename Value>
 Option Add(CLI::App& app, const std::string& name, Value& value, const std::string& help) {
     return Option(*app.add_option(name, value, help));
@@ -211,8 +226,10 @@ Options Program::subcommand(const std::string& name, const std::string& help,
     return Options(*command);
 }
 
-void Program::wordsOfAnother(std::vector<std::string>& words, const std::string& help) {
+void Program::wordsOfAnother(std::vector<std::string>& words, const std::string& usage,
+                             const std::string& help) {
     i_program->prefix_command();
+    i_program->formatter(std::make_shared<UsageWithWords>(usage));
     i_program->footer(help);
     i_wordsOfAnother = &words;
 }

@@ -133,9 +133,11 @@ class Program : public Options {
     /**
      * The words from the first one on that isn't this program's belong to another program; they are
      * bound to `words`, without the -- that may stand in front. A long option that isn't known in
-     * front of the first plain word is wrong usage all the same. `help` stands below the options.
+     * front of the first plain word is wrong usage all the same. `usage` shows them in the
+     * help's first line, and `help` is below the options.
      */
-    void wordsOfAnother(std::vector<std::string>& words, const std::string& help);
+    void wordsOfAnother(std::vector<std::string>& words, const std::string& usage,
+                        const std::string& help);
 
     /**
      * Reads the words into what the options are bound to; to be called once. Without a value the

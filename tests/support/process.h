@@ -28,6 +28,8 @@ class Process {
 
     /** Waits for its end; after `limit` it is killed. */
     ProcessResult wait(std::chrono::seconds limit = std::chrono::seconds(100));
+    /** Its process id; of one that hasn't been waited for. */
+    pid_t pid() const { return i_pid; }
     /** Asks it to end with SIGTERM, and waits. */
     ProcessResult stop();
     /** Waits until its standard output holds the text. False: it ended, or ten seconds are over. */

@@ -1,24 +1,20 @@
 /**
- * tolmira_run: runs the tool for people and scripts. The tool is as it always is; what comes with
- * it is a lock against a second run, a line that tells how far it is, and a record of how it came
- * out.
+ * tolmira_run: runs the tool for people and scripts, so that nobody breaks an upgrade off by
+ * accident and a success is one. The tool is as it always is.
  */
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
-#include <csignal>
-#include <cstdio>
-#include <cstring>
-#include <memory>
 
+#include "companions/commandline/commandline.h"
+#include "companions/operator/run/console.h"
+#include "companions/operator/run/outcome.h"
 #include "companions/operator/run/progress.h"
 #include "companions/operator/run/report.h"
-#include "companions/operator/run/runlock.h"
+#include "companions/operator/run/reportfile.h"
 #include "companions/operator/run/settings.h"
-#include "companions/operator/run/toolprocess.h"
-#include "companions/operator/toollog/logreader.h"
-#include "companions/operator/toollog/runrecord.h"
+#include "companions/operator/run/signals.h"
+#include "companions/operator/run/supervisedrun.h"
 #include "cpputils/include/standarddescriptors.h"
 
 namespace run {
@@ -29,111 +25,114 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int SIGNAL_OFFSET = 128;
 
-struct CloseFile {
-    void operator()(FILE* file) const { fclose(file); }
+/** One run from its command line to its report. */
+class Session {
+  public:
+    explicit Session(const Settings& settings)
+        : i_settings(settings),
+          i_start(TimeText()),
+          i_started(Clock::now()),
+          i_console(settings.quiet, settings.reportOnOutput()),
+          i_progress(settings, i_console) {}
+
+    /** The exit value. */
+    int run() {
+        if (!prepareReport()) {
+            return ExitValueOf(i_outcome, i_settings);
+        }
+        SupervisedRun supervised(i_settings, i_signals, i_console, i_progress,
+                                 {getpid(), i_start, i_report.path()});
+        i_outcome = supervised.perform();
+        // What others wait for comes before what only a reader of the log waits for.
+        writeReport();
+        supervised.close();
+        return sayGoodbye();
+    }
+
+    /** The report alone, for wrong usage, which has been reported on standard error. */
+    int refuse() {
+        i_outcome.cause = toollog::e_Cause_WrongUsage;
+        if (prepareReport()) {
+            writeReport();
+        }
+        const int exitValue = ExitValueOf(i_outcome, i_settings);
+        (void)i_console.finish(i_signals);
+        return exitValue;
+    }
+
+  private:
+    bool prepareReport() {
+        const std::string& file = i_settings.reportFile;
+        if (file.empty() || i_settings.reportOnOutput() || i_report.prepare(file, inputs())) {
+            return true;
+        }
+        i_outcome.cause = toollog::e_Cause_CannotReport;
+        i_outcome.happened = "cannot write the report " + file + ": " + i_report.error();
+        (void)sayGoodbye();
+        return false;
+    }
+
+    std::vector<std::string> inputs() const {
+        return {i_settings.operands.image, i_settings.operands.configuration, i_settings.tool,
+                i_settings.digestFile.value_or(""), RunLock::FILE_NAME};
+    }
+
+    void writeReport() {
+        const std::chrono::duration<double> seconds = Clock::now() - i_started;
+        const std::string text = ReportOf(i_settings, i_outcome, ExitValueOf(i_outcome, i_settings),
+                                          {i_start, TimeText(), seconds.count()});
+        if (i_settings.reportOnOutput()) {
+            i_console.output(text);
+        } else if (!i_settings.reportFile.empty() && !i_report.write(text)) {
+            i_console.error("cannot write the report " + i_settings.reportFile + ": " +
+                            i_report.error() + "; the old one, if any, is as it was");
+        }
+    }
+
+    /** The closing line, and the rest of the log. The exit value. */
+    int sayGoodbye() {
+        const int exitValue = ExitValueOf(i_outcome, i_settings);
+        i_progress.end(toollog::CAUSE_ROWS[i_outcome.cause].words, exitValue);
+        const std::string line = HappenedText(i_outcome) + "; " + NextStepOf(i_outcome);
+        if (i_outcome.tool || exitValue == 0) {
+            i_console.note(line);
+        } else {
+            i_console.error(line);
+        }
+        const int signal = i_console.finish(i_signals);
+        i_progress.finish();
+        return signal == 0 ? exitValue : SIGNAL_OFFSET + signal;
+    }
+
+    const Settings& i_settings;
+    const std::string i_start;
+    const Clock::time_point i_started;
+    /** Before all that has a thread. */
+    Signals i_signals;
+    Console i_console;
+    Progress i_progress;
+    ReportFile i_report;
+    Outcome i_outcome;
 };
-using File = std::unique_ptr<FILE, CloseFile>;
-
-/** All of it, or as much as a reader takes that goes away: that must not end the run. */
-void WriteAll(const char* bytes, std::size_t count) {
-    while (count > 0) {
-        const ssize_t written = write(STDOUT_FILENO, bytes, count);
-        if (written < 0 && errno != EINTR) {
-            return;
-        }
-        if (written > 0) {
-            bytes += written;
-            count -= static_cast<std::size_t>(written);
-        }
-    }
-}
-
-/** Passes the tool's output through to its end, and learns from it. */
-void PassThrough(ToolProcess& tool, toollog::RunRecord& record) {
-    toollog::LogReader reader([&](const toollog::LogLine& line) { record.take(line); });
-    ProgressLine progress;
-    char buffer[4096];
-    ssize_t count = 0;
-    do {
-        count = tool.read(buffer, sizeof buffer, ProgressLine::BETWEEN_DRAWINGS);
-        if (count > 0) {
-            progress.erase();
-            WriteAll(buffer, static_cast<std::size_t>(count));
-            reader.take(buffer, static_cast<std::size_t>(count));
-        }
-        progress.draw(record);
-    } while (count != 0);
-    reader.finish();
-}
-
-/** 0, or the exit value of a run that must not begin, which has been told. */
-int TakeLock(RunLock& lock) {
-    switch (lock.take()) {
-        case RunLock::e_Result_Taken:
-            return 0;
-        case RunLock::e_Result_Busy:
-            fprintf(stderr, "tolmira_run: another run is under way; wait for its end\n");
-            return e_Exit_Busy;
-        default:
-            fprintf(stderr, "tolmira_run: cannot open %s: %s; check /dev/shm\n", RunLock::FILE_NAME,
-                    lock.error().c_str());
-            return e_Exit_CannotCreate;
-    }
-}
-
-/** Runs the tool and reports; the exit value. */
-int RunTool(const Settings& settings, FILE* reportFile) {
-    const Clock::time_point start = Clock::now();
-    ToolProcess tool;
-    const int error = tool.start(settings.tool, settings.toolArguments);
-    if (error != 0) {
-        fprintf(stderr, "tolmira_run: cannot start %s: %s; give --tool its place\n",
-                settings.tool.c_str(), strerror(error));
-        return e_Exit_CannotStart;
-    }
-    toollog::RunRecord record;
-    PassThrough(tool, record);
-    const Ending ending = tool.wait();
-    if (reportFile != nullptr) {
-        const std::chrono::duration<double> seconds = Clock::now() - start;
-        const std::string report = ReportOf(settings, record, ending, seconds.count());
-        if (fputs(report.c_str(), reportFile) == EOF || fflush(reportFile) != 0) {
-            fprintf(stderr, "tolmira_run: cannot write %s: %s\n", settings.reportFile.c_str(),
-                    strerror(errno));
-        }
-    }
-    return ending.signal != 0 ? SIGNAL_OFFSET + ending.signal : ending.exitValue;
-}
-
-int Run(const Settings& settings) {
-    RunLock lock;
-    const int refusal = TakeLock(lock);
-    if (refusal != 0) {
-        return refusal;
-    }
-    // Opened in front of the run, since nobody wants to lose the record behind it.
-    File reportFile;
-    if (!settings.reportFile.empty()) {
-        reportFile.reset(fopen(settings.reportFile.c_str(), "we"));
-        if (!reportFile) {
-            fprintf(stderr, "tolmira_run: cannot write %s: %s; give --report another place\n",
-                    settings.reportFile.c_str(), strerror(errno));
-            return e_Exit_CannotCreate;
-        }
-    }
-    return RunTool(settings, reportFile.get());
-}
 
 }  // namespace
 
 }  // namespace run
 
-int main(int argc, char** argv) {
+// Out of memory, the program may end as the library ends it.
+int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     OpenStandardDescriptors();
+    unsetenv("POSIXLY_CORRECT");  // it would change the order in which the tool finds its options
     int exitValue = 0;
-    const auto settings = run::ReadCommandLine(argc, argv, exitValue);
-    if (!settings) {
+    std::string reportFile;
+    const auto settings = run::ReadCommandLine(argc, argv, exitValue, reportFile);
+    if (settings) {
+        return run::Session(*settings).run();
+    }
+    if (reportFile.empty()) {
         return exitValue;
     }
-    return run::Run(*settings);
+    run::Settings refused;
+    refused.reportFile = reportFile;
+    return run::Session(refused).refuse();
 }

@@ -1,6 +1,11 @@
 #include "companions/operator/run/report.h"
 
+#include <unistd.h>
+
+#include <ctime>
 #include <nlohmann/json.hpp>
+
+#include "tool/versioninfo.h"
 
 namespace run {
 
@@ -8,43 +13,102 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+constexpr int FORMAT = 1;
+
 template <typename T>
 Json OrNull(const std::optional<T>& value) {
     return value ? Json(*value) : Json(nullptr);
 }
 
-/** The page that ended the run. The first attempt tells why: the others may only follow from it. */
+Json OrNull(const std::string& text) {
+    return text.empty() ? Json(nullptr) : Json(text);
+}
+
+std::string HostName() {
+    char name[256] = {};
+    return gethostname(name, sizeof name - 1) == 0 ? name : "";
+}
+
+/** The page that ended the run. The first attempt shows why: the others may only follow from it. */
 Json FailedPage(const toollog::RunRecord& record) {
-    const std::vector<toollog::e_Attempt> attempts = record.attempts();
     Json words = Json::array();
-    for (const toollog::e_Attempt attempt : attempts) {
+    for (const toollog::e_Attempt attempt : record.attempts()) {
         words.push_back(WordsOf(attempt));
     }
     return {{"page", *record.failedPage()}, {"why", words.front()}, {"attempts", words}};
 }
 
+/** The version is known of the tool that belongs to this program, and of no other. */
+Json Tool(const Settings& settings, const Outcome& outcome) {
+    const std::optional<Ending>& ending = outcome.tool;
+    const bool exited = ending && ending->signal == 0;
+    const bool own = settings.tool == ToolBesideThisProgram();
+    return {{"path", settings.tool},
+            {"arguments", settings.toolArguments},
+            {"version", own ? Json(TOLMIRA_VERSION) : Json(nullptr)},
+            {"revision", own ? Json(GetVersionInfo().getRevision()) : Json(nullptr)},
+            {"exit_value", exited ? Json(ending->exitValue) : Json(nullptr)},
+            {"signal", ending && !exited ? Json(ending->signal) : Json(nullptr)}};
+}
+
+Json Image(const Settings& settings, const ImageFacts& facts) {
+    return {{"name", OrNull(settings.operands.image)},
+            {"size", OrNull(facts.size)},
+            {"sha256", OrNull(facts.sha256)}};
+}
+
+Json Previous(const std::optional<Marker>& marker) {
+    if (!marker) {
+        return nullptr;
+    }
+    return {
+        {"pid", marker->pid}, {"start", OrNull(marker->start)}, {"report", OrNull(marker->report)}};
+}
+
+/** What the log has shown. */
+void AddLog(Json& report, const Outcome& outcome) {
+    const toollog::RunRecord& record = outcome.record;
+    report["pages"] = OrNull(record.pages());
+    report["pages_sent"] = record.pagesSent();
+    report["failed_attempts"] = record.failedAttempts();
+    report["failed_page"] = record.failedPage() ? FailedPage(record) : Json(nullptr);
+    report["assertion"] = OrNull(record.assertion());
+    report["troubles"] = record.troubles();
+}
+
 }  // namespace
 
-std::string ReportOf(const Settings& settings, const toollog::RunRecord& record,
-                     const Ending& ending, double seconds) {
-    const toollog::e_Cause cause = record.cause(ending.exitValue, ending.signal);
-    Json report = {{"cause", WordsOf(cause)},
-                   {"exit_value", ending.signal == 0 ? Json(ending.exitValue) : Json(nullptr)},
-                   {"signal", ending.signal == 0 ? Json(nullptr) : Json(ending.signal)},
-                   {"tool", settings.tool},
-                   {"arguments", settings.toolArguments},
-                   {"seconds", seconds},
-                   {"controller_revision", OrNull(record.revision())},
-                   {"pages", OrNull(record.pages())},
-                   {"pages_sent", record.pagesSent()},
-                   {"failed_attempts", record.failedAttempts()},
-                   {"troubles", record.troubles()}};
-    if (cause == toollog::e_Cause_PageFailed) {
-        report["failed_page"] = FailedPage(record);
-    }
-    if (!record.assertion().empty()) {
-        report["assertion"] = record.assertion();
-    }
+std::string TimeText() {
+    const time_t now = time(nullptr);
+    tm parts = {};
+    gmtime_r(&now, &parts);
+    char text[32];
+    strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+    return text;
+}
+
+std::string ReportOf(const Settings& settings, const Outcome& outcome, int exitValue,
+                     const Times& times) {
+    Json report = {{"format", FORMAT},
+                   {"cause", toollog::CAUSE_ROWS[outcome.cause].words},
+                   {"happened", HappenedText(outcome)},
+                   {"next_step", NextStepOf(outcome)},
+                   {"exit_value", exitValue},
+                   {"signal", outcome.signal != 0 ? Json(outcome.signal) : Json(nullptr)},
+                   {"start", times.start},
+                   {"end", times.end},
+                   {"seconds", times.seconds},
+                   {"host", HostName()},
+                   {"runner_version", TOLMIRA_VERSION},
+                   {"tool", Tool(settings, outcome)},
+                   {"image", Image(settings, outcome.image)},
+                   {"configuration", OrNull(settings.operands.configuration)},
+                   {"revision_before", OrNull(outcome.revisionBefore)},
+                   {"revision_after", OrNull(outcome.revisionAfter)},
+                   {"recovered", outcome.recovered},
+                   {"verified", OrNull(outcome.verified)},
+                   {"previous_run", Previous(outcome.previous)}};
+    AddLog(report, outcome);
     return report.dump(1, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 

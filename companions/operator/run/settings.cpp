@@ -1,43 +1,184 @@
 #include "companions/operator/run/settings.h"
 
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <system_error>
 
 #include "companions/commandline/commandline.h"
+#include "companions/operator/toollog/causes.h"
 
 namespace run {
 
 namespace {
 
-/** The tool is installed, and built, beside this program. */
+constexpr char REPORT_OPTION[] = "--report";
+constexpr std::size_t DIGEST_DIGITS = 64;
+
+std::string Column(const std::string& text, std::size_t width) {
+    return text + std::string(text.size() < width ? width - text.size() : 1, ' ');
+}
+
+std::string UsualText(const toollog::CauseRow& row) {
+    if (row.usualExit == toollog::BY_SIGNAL) {
+        return "128+n";
+    }
+    return row.usualExit == toollog::TOOLS_OWN ? "tool's" : std::to_string(row.usualExit);
+}
+
+/** The exit values, a line for each cause. */
+std::string ExitTable() {
+    std::string table =
+        "Exit values. 128+n: n is the number of the signal that ended the run; an abort is 6. "
+        "With\n"
+        "--check an image that would not be sent is 1, as for tfi_inspect.\n\n"
+        "  usual  by cause  cause\n";
+    for (const toollog::CauseRow& row : toollog::CAUSE_ROWS) {
+        table += "  " + Column(UsualText(row), 7) + Column(std::to_string(row.exitByCause), 10) +
+                 row.words + "\n";
+    }
+    return table;
+}
+
+std::string NotADigest(const std::string& word) {
+    const bool fits = word.size() == DIGEST_DIGITS &&
+                      word.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+    return fits ? "" : "64 hexadecimal digits are needed";
+}
+
+std::string NotOpen(const std::string& word) {
+    const int descriptor = atoi(word.c_str());
+    return fcntl(descriptor, F_GETFD) >= 0 ? "" : "the descriptor is not open: " + word;
+}
+
+void AddReporting(const commandline::Program& program, Settings& settings) {
+    program
+        .option(REPORT_OPTION, settings.reportFile,
+                "Write a JSON record of the run to this file; - is standard output")
+        .typeName("FILE");
+    program.flag("--quiet", settings.quiet,
+                 "Leave out the log, the progress and the closing line, not errors");
+    const auto descriptor = program
+                                .option("--progress-fd", settings.progressDescriptor,
+                                        "Descriptor for --progress json, a line for each change")
+                                .typeName("N")
+                                .obeys(NotOpen);
+    const auto form = program
+                          .option("--progress", settings.progress,
+                                  "How to show the progress; line: on a terminal")
+                          .typeName("FORM")
+                          .oneOf({PROGRESS_LINE, PROGRESS_JSON, PROGRESS_NONE});
+    descriptor.needs(form);
+    program.flag("--exit-by-cause", settings.exitByCause, "End with the cause's own exit value");
+    program.flag("--current-ok", settings.currentOk,
+                 "End with 0 if the controller has the revision already");
+}
+
+void AddSupervision(const commandline::Program& program, Settings& settings) {
+    program.option("--tool", settings.tool, "The tool, if not the one beside this program")
+        .typeName("FILE");
+    program.option("--wait", settings.wait, "Wait for a controller before the tool starts")
+        .typeName("SECONDS");
+    program.flag("--interruptible", settings.interruptible,
+                 "End at the first signal, even during the pages");
+    const auto verify = program.flag("--verify", settings.verify,
+                                     "After the upgrade, wait for the controller's new revision");
+    program.option("--verify-seconds", settings.verifySeconds, "How long --verify waits")
+        .typeName("SECONDS")
+        .showDefault()
+        .needs(verify);
+}
+
+void AddImageChecks(const commandline::Program& program, Settings& settings) {
+    const auto digest =
+        program.option("--sha256", settings.digest, "Send only an image with this SHA-256")
+            .typeName("HEX")
+            .obeys(NotADigest);
+    program
+        .option(
+            "--sha256-file", settings.digestFile,
+            "Send only an image with the SHA-256 that this file has for it, as sha256sum writes")
+        .typeName("FILE")
+        .excludes(digest);
+    program.flag("--check", settings.check, "Judge the image as tfi_inspect does, and stop there");
+}
+
+/** The report's file in a command line that can't be read. */
+std::string ReportFileIn(int argc, const char* const* argv) {
+    const std::size_t length = strlen(REPORT_OPTION);
+    for (int i = 1; i < argc && argv[i][0] == '-'; ++i) {
+        if (strncmp(argv[i], REPORT_OPTION, length) != 0) {
+            continue;
+        }
+        if (argv[i][length] == '=') {
+            return argv[i] + length + 1;
+        }
+        return argv[i][length] == '\0' && i + 1 < argc ? argv[i + 1] : "";
+    }
+    return "";
+}
+
+bool TakeOperands(Settings& settings) {
+    const std::optional<Operands> operands = ReadOperands(settings.toolArguments);
+    settings.operands = operands.value_or(Operands{});
+    return operands.has_value();
+}
+
+std::optional<int> WrongUsage(const std::string& why) {
+    fprintf(stderr, "tolmira_run: %s (--help tells how)\n", why.c_str());
+    return commandline::EXIT_WRONG_USAGE;
+}
+
+/** What the options alone don't show. */
+std::optional<int> Judge(Settings& settings) {
+    if (!TakeOperands(settings)) {
+        return WrongUsage("an image and a configuration are needed: [-f] image configuration");
+    }
+    if (settings.progress == PROGRESS_JSON && settings.progressDescriptor < 0) {
+        return WrongUsage("--progress json needs --progress-fd");
+    }
+    if (settings.digest) {
+        std::transform(settings.digest->begin(), settings.digest->end(), settings.digest->begin(),
+                       tolower);
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
 std::string ToolBesideThisProgram() {
     std::error_code error;
     const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
     return self.parent_path() / "tolmira_upgrade";
 }
 
-}  // namespace
-
-std::optional<Settings> ReadCommandLine(int argc, const char* const* argv, int& exitValue) {
+std::optional<Settings> ReadCommandLine(int argc, const char* const* argv, int& exitValue,
+                                        std::string& reportFile) {
     Settings settings;
     settings.tool = ToolBesideThisProgram();
     commandline::Program program(
-        "Runs tolmira_upgrade, one run at a time, and tells how far it is and how it came out.\n"
-        "Exit value: the tool's, or 128 and the number of the signal that ended it; 2 wrong usage\n"
-        "of this program, 73 no report or no lock can be made, 75 another run is under way, 127\n"
-        "the tool can't be started.",
+        "Runs tolmira_upgrade, one run at a time, so that nobody breaks it off by accident.",
         "tolmira_run");
     program.version(TOLMIRA_VERSION);
-    program.option("--tool", settings.tool, "The tool, if not the one beside this program");
-    program.option("--report", settings.reportFile, "Write a JSON record of the run to this file");
-    program.wordsOfAnother(
-        settings.toolArguments,
-        "What follows the options are the tool's own words: [-f] image configuration");
-    if (const std::optional<int> ended = program.read(argc, argv)) {
-        exitValue = *ended;
-        return std::nullopt;
+    AddReporting(program, settings);
+    AddSupervision(program, settings);
+    AddImageChecks(program, settings);
+    program.wordsOfAnother(settings.toolArguments, "[-f] image configuration",
+                           "The words after the options are the tool's own.\n\n" + ExitTable());
+    std::optional<int> ended = program.read(argc, argv);
+    if (!ended) {
+        ended = Judge(settings);
     }
-    return settings;
+    if (!ended) {
+        return settings;
+    }
+    exitValue = *ended;
+    if (exitValue == commandline::EXIT_WRONG_USAGE) {
+        reportFile = ReportFileIn(argc, argv);
+    }
+    return std::nullopt;
 }
 
 }  // namespace run

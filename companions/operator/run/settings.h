@@ -4,34 +4,60 @@
 #include <string>
 #include <vector>
 
+#include "companions/operator/run/operands.h"
+
 namespace run {
 
-/**
- * Exit values of this program's own, beside 2 for wrong usage. All others are the tool's, which
- * uses 0, 1 and 255, or 128 and the number of the signal that ended it.
- */
-enum e_Exit {
-    /** The report or the lock can't be made. */
-    e_Exit_CannotCreate = 73,
-    /** Another run is under way. */
-    e_Exit_Busy = 75,
-    e_Exit_CannotStart = 127,
-};
+/** How the progress is shown. */
+constexpr char PROGRESS_LINE[] = "line";
+constexpr char PROGRESS_JSON[] = "json";
+constexpr char PROGRESS_NONE[] = "none";
 
 /** What the command line asks for. */
 struct Settings {
     /** Path of the tool. */
     std::string tool;
-    /** Empty: no report. */
-    std::string reportFile;
-    /** As the tool gets them. */
+    /** As the tool gets them, and what they say. */
     std::vector<std::string> toolArguments;
+    Operands operands;
+
+    /** Empty: no report. REPORT_ON_OUTPUT: on standard output. */
+    std::string reportFile;
+    bool quiet = false;
+    std::string progress = PROGRESS_LINE;
+    /** For JSON. */
+    int progressDescriptor = -1;
+
+    bool interruptible = false;
+    bool exitByCause = false;
+    bool currentOk = false;
+
+    /** Seconds to wait for the controller before the tool starts. */
+    std::optional<uint16_t> wait;
+    bool verify = false;
+    uint16_t verifySeconds = 30;
+    /** In lower case. */
+    std::optional<std::string> digest;
+    std::optional<std::string> digestFile;
+    bool check = false;
+
+    bool reportOnOutput() const { return reportFile == REPORT_ON_OUTPUT; }
+    bool digestAsked() const { return digest || digestFile; }
+
+    static constexpr char REPORT_ON_OUTPUT[] = "-";
 };
+
+/** The tool is installed, and built, beside this program. */
+std::string ToolBesideThisProgram();
 
 /**
  * Reads the command line: this program's options come first, and what follows is the tool's.
- * Without a value the program is to end at once with `exitValue`; wrong usage has been told.
+ *
+ * Without a value the program is to end at once with `exitValue`: the help or the version was asked
+ * for, or the usage is wrong, which has been reported on standard error. After wrong usage
+ * `reportFile` is the file of --report, if there is one to be found.
  */
-std::optional<Settings> ReadCommandLine(int argc, const char* const* argv, int& exitValue);
+std::optional<Settings> ReadCommandLine(int argc, const char* const* argv, int& exitValue,
+                                        std::string& reportFile);
 
 }  // namespace run

@@ -1,6 +1,7 @@
 #include "companions/operator/toollog/logreader.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace toollog {
 
@@ -18,39 +19,23 @@ class Steps {
         i_at += fits ? wanted.size() : 0;
         return fits;
     }
-    bool number() { return run(i_line.find_first_not_of("0123456789", i_at)); }
-    bool word() { return run(i_line.find_first_of(" \n", i_at)); }
+    bool number(std::string& digits) {
+        return run(i_line.find_first_not_of("0123456789", i_at), digits);
+    }
+    bool word(std::string& found) { return run(i_line.find_first_of(" \n", i_at), found); }
 
     std::size_t at() const { return i_at; }
 
   private:
-    bool run(std::size_t found) {
-        const std::size_t end = std::min(found, i_line.size());
-        const bool fits = end > i_at;
-        i_at = end;
-        return fits;
+    bool run(std::size_t found, std::string& passed) {
+        passed = i_line.substr(i_at, std::min(found, i_line.size()) - i_at);
+        i_at += passed.size();
+        return !passed.empty();
     }
 
     const std::string& i_line;
     std::size_t i_at = 0;
 };
-
-/** Where the message begins in a line that starts a report, and the severity; 0 elsewhere. */
-std::size_t StartOfMessage(const std::string& line, std::string& severity) {
-    Steps steps(line);
-    if (steps.text("C: ") && !(steps.number() && steps.text(" "))) {
-        return 0;
-    }
-    if (!steps.text("S: ")) {
-        return 0;
-    }
-    const std::size_t from = steps.at();
-    if (!steps.word()) {
-        return 0;
-    }
-    severity = line.substr(from, steps.at() - from);
-    return steps.text(" T: p:") && steps.number() && steps.text(" \"") ? steps.at() : 0;
-}
 
 /** Whether a line ends in a source file and a line number. */
 bool EndsInPosition(const std::string& line) {
@@ -63,24 +48,62 @@ bool EndsInPosition(const std::string& line) {
 
 }  // namespace
 
+/** How a report begins. */
+struct LogReader::Start {
+    /** Empty for a report without one. */
+    std::string counter;
+    std::string severity;
+    std::string thread;
+    std::size_t message;
+};
+
+namespace {
+
+constexpr unsigned COUNTER_LIMIT = 1000;
+constexpr char WITHOUT_COUNTER[] = "EMERGENCY";
+
+}  // namespace
+
+bool LogReader::begins(const std::string& line, Start& start) {
+    Steps steps(line);
+    if (steps.text("C: ") && !(steps.number(start.counter) && steps.text(" "))) {
+        return false;
+    }
+    const bool fits = steps.text("S: ") && steps.word(start.severity) && steps.text(" T: p:") &&
+                      steps.number(start.thread) && steps.text(" \"");
+    start.message = steps.at();
+    if (!fits || (!i_thread.empty() && start.thread != i_thread)) {
+        return false;
+    }
+    if (start.counter.empty()) {
+        return start.severity == WITHOUT_COUNTER;
+    }
+    const unsigned next = (i_counter + 1) % COUNTER_LIMIT;
+    return start.counter.size() == 3 && strtoul(start.counter.c_str(), nullptr, 10) == next;
+}
+
 void LogReader::take(const char* bytes, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
-        if (bytes[i] != '\n') {
-            i_line += bytes[i];
-        } else {
+        if (bytes[i] == '\n') {
             takeLine();
+        } else if (i_line.size() < LONGEST_LINE) {
+            i_line += bytes[i];
         }
     }
 }
 
 void LogReader::takeLine() {
-    std::string severity;
-    const bool starts = StartOfMessage(i_line, severity) != 0;
+    Start start;
+    const bool starts = begins(i_line, start);
     if (starts) {
         handOver();
+        i_thread = start.thread;
+        i_counter = (i_counter + (start.counter.empty() ? 0 : 1)) % COUNTER_LIMIT;
+        i_severity = start.severity;
+        i_message = start.message;
     }
     if (starts || !i_report.empty()) {
-        i_report += i_line + '\n';
+        i_report.append(i_line + '\n', 0, LONGEST_REPORT - i_report.size());
         if (EndsInPosition(i_line)) {
             handOver();
         }
@@ -89,12 +112,11 @@ void LogReader::takeLine() {
 }
 
 void LogReader::handOver() {
-    LogLine line;
-    const std::size_t from = StartOfMessage(i_report, line.severity);
-    if (from != 0) {
+    if (!i_report.empty()) {
         const std::size_t end = i_report.rfind(POSITION);
-        line.message = i_report.substr(from, end == std::string::npos ? end : end - from);
-        i_sink(line);
+        i_sink({i_severity, i_report.substr(i_message, end == std::string::npos || end < i_message
+                                                           ? std::string::npos
+                                                           : end - i_message)});
     }
     i_report.clear();
 }

@@ -1,8 +1,10 @@
 #include "companions/operator/toollog/runrecord.h"
 
+#include <algorithm>
 #include <csignal>
-#include <cstdio>
+#include <cstdint>
 #include <cstdlib>
+#include <limits>
 
 namespace toollog {
 
@@ -11,8 +13,9 @@ namespace {
 /** The assertion that a wrong number of arguments ends in. */
 constexpr char USAGE_ASSERTION[] = "argc == 3 + numOptions";
 
-long NumberOf(const std::string& digits) {
-    return strtol(digits.c_str(), nullptr, 10);
+/** Bounded, since another program's log may hold anything. */
+long NumberOf(const std::string& digits, long most = MOST_PAGES) {
+    return std::clamp(strtol(digits.c_str(), nullptr, 10), 0L, most);
 }
 
 /** A message as one line of a list. */
@@ -25,15 +28,6 @@ std::string WithoutNewline(std::string message) {
 
 }  // namespace
 
-const char* WordsOf(e_Cause cause) {
-    static const char* const words[] = {
-#define RUN_CAUSE_WORDS(name, words) words,
-        RUN_CAUSES(RUN_CAUSE_WORDS)
-#undef RUN_CAUSE_WORDS
-    };
-    return words[cause];
-}
-
 const char* WordsOf(e_Attempt attempt) {
     static const char* const words[] = {"send failed", "no answer", "bad result", "other answer"};
     return words[attempt];
@@ -44,18 +38,19 @@ void RunRecord::take(const LogLine& line) {
     if (found.text != e_LogText_Other) {
         i_seen |= 1U << found.text;
     }
-    if (line.severity == "WARNING" || line.severity == "CRITICAL") {
+    const bool trouble = line.severity == "WARNING" || line.severity == "CRITICAL";
+    if (trouble && i_troubles.size() < MOST_TROUBLES) {
         i_troubles.push_back(WithoutNewline(line.message));
     }
     switch (found.text) {
         case e_LogText_NotThere:
-            ++i_waits;
+            i_waits = std::min(i_waits + 1, LONGEST_WAIT);
             break;
         case e_LogText_Revision:
             i_revision = NumberOf(found.values[0]);
             break;
         case e_LogText_TooManyPages:
-            i_pages = NumberOf(found.values[0]);
+            i_pages = NumberOf(found.values[0], std::numeric_limits<int32_t>::max());
             break;
         case e_LogText_FileOpen:
             i_pages = NumberOf(found.values[1]);
@@ -64,10 +59,10 @@ void RunRecord::take(const LogLine& line) {
             takeVerdict(found.values);
             break;
         case e_LogText_SendFailed:
-            i_attempts.push_back(e_Attempt_SendFailed);
+            addAttempt(e_Attempt_SendFailed);
             break;
         case e_LogText_NoAnswer:
-            i_attempts.push_back(e_Attempt_NoAnswer);
+            addAttempt(e_Attempt_NoAnswer);
             break;
         case e_LogText_PageFailed:
             i_failedPage = NumberOf(found.values[0]);
@@ -80,14 +75,20 @@ void RunRecord::take(const LogLine& line) {
     }
 }
 
+void RunRecord::addAttempt(e_Attempt attempt) {
+    if (i_attempts.size() < ATTEMPTS) {
+        i_attempts.push_back(attempt);
+    }
+}
+
 void RunRecord::takeVerdict(const std::vector<std::string>& values) {
     if (values[1] != PAGE_SENT) {
-        i_attempts.push_back(e_Attempt_BadResult);
+        addAttempt(e_Attempt_BadResult);
         return;
     }
     i_failedAttempts += i_attempts.size();
     i_attempts.clear();
-    i_pagesSent = NumberOf(values[0]) + 1;
+    i_pagesSent = std::min(NumberOf(values[0]) + 1, i_pages.value_or(MOST_PAGES));
 }
 
 std::vector<e_Attempt> RunRecord::attempts() const {
@@ -125,25 +126,6 @@ e_Cause RunRecord::cause(int exitValue, int signal) const {
     }
     const bool usage = exitValue == EXIT_NOT_UPGRADED && i_assertion == USAGE_ASSERTION;
     return usage ? e_Cause_WrongUsage : e_Cause_Unknown;
-}
-
-std::string ProgressText(const RunRecord& record, double seconds) {
-    if (!record.pages()) {
-        return record.waits() == 0 || record.revision()
-                   ? ""
-                   : "waiting for the controller, " + std::to_string(record.waits()) + " s";
-    }
-    const long pages = *record.pages();
-    const long sent = record.pagesSent();
-    std::string text = std::to_string(sent) + " of " + std::to_string(pages) + " pages";
-    if (sent > 0 && seconds > 0) {
-        const double rate = static_cast<double>(sent) / seconds;
-        char behind[64];
-        snprintf(behind, sizeof behind, ", %.1f a second, %.0f s left", rate,
-                 static_cast<double>(pages - sent) / rate);
-        text += behind;
-    }
-    return text;
 }
 
 }  // namespace toollog

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "companions/operator/toollog/causes.h"
 #include "companions/operator/toollog/logreader.h"
 #include "companions/operator/toollog/texts.h"
 #include "companions/toolcontract/toolcontract.h"
@@ -15,29 +16,6 @@ namespace toollog {
 using toolcontract::EXIT_MISSING;
 using toolcontract::EXIT_NOT_UPGRADED;
 using toolcontract::EXIT_UPGRADED;
-
-/** How a run of the tool came out: X(name, words). The words are what a report shows. */
-#define RUN_CAUSES(X)                             \
-    X(Upgraded, "upgraded")                       \
-    X(ControllerMissing, "controller missing")    \
-    X(AlreadyCurrent, "already current")          \
-    X(ImageNotOpened, "image not opened")         \
-    X(NotTfi, "not a TFI image")                  \
-    X(TooManyPages, "too many pages")             \
-    X(PageFailed, "page failed")                  \
-    X(ImageNotSent, "image can't be cut or read") \
-    X(WrongUsage, "wrong usage")                  \
-    X(Assertion, "assertion")                     \
-    X(Signal, "killed by a signal")               \
-    X(Unknown, "unknown")
-
-enum e_Cause {
-#define RUN_CAUSE_ENUMERATOR(name, words) e_Cause_##name,
-    RUN_CAUSES(RUN_CAUSE_ENUMERATOR)
-#undef RUN_CAUSE_ENUMERATOR
-};
-
-const char* WordsOf(e_Cause cause);
 
 /** How an attempt at a page failed. An answer with another id leaves no line in the log. */
 enum e_Attempt {
@@ -51,6 +29,10 @@ const char* WordsOf(e_Attempt attempt);
 
 /** How often the tool tries a page. */
 constexpr std::size_t ATTEMPTS = 5;
+/** Most pages of an image that can be sent. */
+constexpr long MOST_PAGES = 65535;
+/** Seconds that the tool waits for a controller. */
+constexpr long LONGEST_WAIT = 60;
 
 /**
  * What the log of a run has told so far, and at its end how the run came out. It looks at the log
@@ -69,6 +51,12 @@ class RunRecord {
     long pagesSent() const { return i_pagesSent; }
     /** Seconds that the tool has waited for the controller. */
     long waits() const { return i_waits; }
+    /** Whether the controller is being written to: the image is open and its end not reported. */
+    bool transferring() const {
+        return seen(e_LogText_FileOpen) && !seen(e_LogText_UpgradeFailed) && !ended();
+    }
+    /** Whether the tool has reported the end of its work, and is about to end by itself. */
+    bool ended() const { return seen(e_LogText_Done); }
     /** Attempts that failed, of all pages. */
     std::size_t failedAttempts() const { return i_failedAttempts + i_attempts.size(); }
     std::optional<long> failedPage() const { return i_failedPage; }
@@ -79,10 +67,13 @@ class RunRecord {
     std::vector<e_Attempt> attempts() const;
     /** The text of the last failed assertion, empty if there was none. */
     const std::string& assertion() const { return i_assertion; }
-    /** Warnings, and failures of the platform. */
+    /** Warnings, and failures of the platform; the first MOST_TROUBLES of them. */
     const std::vector<std::string>& troubles() const { return i_troubles; }
 
+    static constexpr std::size_t MOST_TROUBLES = 100;
+
   private:
+    void addAttempt(e_Attempt attempt);
     void takeVerdict(const std::vector<std::string>& values);
     bool seen(e_LogText text) const { return (i_seen >> text & 1U) != 0; }
 
@@ -99,11 +90,5 @@ class RunRecord {
     std::string i_assertion;
     std::vector<std::string> i_troubles;
 };
-
-/**
- * How far a run is, in one line; `seconds` is how long the image has been open. Empty while there
- * is nothing to tell.
- */
-std::string ProgressText(const RunRecord& record, double seconds);
 
 }  // namespace toollog

@@ -1,0 +1,118 @@
+#include "companions/operator/run/outputqueue.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <set>
+#include <thread>
+
+namespace run {
+
+namespace {
+
+/** Pieces are joined up to this size, so that a log of many short lines takes little more memory.
+ */
+constexpr std::size_t PIECE = 65536;
+
+struct Piece {
+    int descriptor;
+    std::string bytes;
+};
+
+/** False once the descriptor can't be written any more. */
+bool WriteAll(const Piece& piece) {
+    std::size_t written = 0;
+    while (written < piece.bytes.size()) {
+        const ssize_t count =
+            write(piece.descriptor, piece.bytes.data() + written, piece.bytes.size() - written);
+        if (count >= 0) {
+            written += static_cast<std::size_t>(count);
+        } else if (errno == EAGAIN) {  // somebody else has made it non-blocking
+            pollfd ready = {piece.descriptor, POLLOUT, 0};
+            poll(&ready, 1, -1);
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+struct OutputQueue::State {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::deque<Piece> pieces;
+    /** Bytes that wait or are being written. */
+    std::size_t waiting = 0;
+    std::size_t dropped = 0;
+    bool over = false;
+};
+
+OutputQueue::OutputQueue() : i_state(std::make_shared<State>()) {
+    std::thread(write, i_state).detach();
+}
+
+OutputQueue::~OutputQueue() {
+    const std::lock_guard<std::mutex> lock(i_state->mutex);
+    i_state->over = true;
+    i_state->changed.notify_all();
+}
+
+void OutputQueue::put(int descriptor, const std::string& bytes) {
+    const std::lock_guard<std::mutex> lock(i_state->mutex);
+    if (i_state->waiting + bytes.size() > LIMIT) {
+        i_state->dropped += bytes.size();
+        return;
+    }
+    std::deque<Piece>& pieces = i_state->pieces;
+    const bool joins = !pieces.empty() && pieces.back().descriptor == descriptor &&
+                       pieces.back().bytes.size() + bytes.size() <= PIECE;
+    if (joins) {
+        pieces.back().bytes += bytes;
+    } else {
+        pieces.push_back({descriptor, bytes});
+    }
+    i_state->waiting += bytes.size();
+    i_state->changed.notify_all();
+}
+
+bool OutputQueue::empty() const {
+    return drain(std::chrono::milliseconds(0));
+}
+
+bool OutputQueue::drain(std::chrono::milliseconds limit) const {
+    std::unique_lock<std::mutex> lock(i_state->mutex);
+    return i_state->changed.wait_for(lock, limit, [this] { return i_state->waiting == 0; });
+}
+
+std::size_t OutputQueue::dropped() const {
+    const std::lock_guard<std::mutex> lock(i_state->mutex);
+    return i_state->dropped;
+}
+
+void OutputQueue::write(const std::shared_ptr<State>& state) {
+    std::set<int> lost;
+    std::unique_lock<std::mutex> lock(state->mutex);
+    for (;;) {
+        state->changed.wait(lock, [&] { return state->over || !state->pieces.empty(); });
+        if (state->over) {
+            return;
+        }
+        const Piece piece = std::move(state->pieces.front());
+        state->pieces.pop_front();
+        lock.unlock();
+        if (lost.count(piece.descriptor) == 0 && !WriteAll(piece)) {
+            lost.insert(piece.descriptor);
+        }
+        lock.lock();
+        state->waiting -= piece.bytes.size();
+        state->changed.notify_all();
+    }
+}
+
+}  // namespace run

@@ -1,0 +1,132 @@
+#include "companions/operator/run/reportfile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+namespace run {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int MOST_LINKS = 40;
+constexpr mode_t USUAL_MODE = 0666;
+constexpr mode_t PERMISSIONS = 07777;
+/** Bytes that the attempt writes: more than a report has, but for one with a hundred long troubles.
+ */
+constexpr std::size_t ATTEMPT = 16384;
+
+std::string Message(int error) {
+    return std::generic_category().message(error);
+}
+
+/** Where the file is, or would be made: links are followed even if they lead to nothing. */
+std::string PlaceOf(const std::string& file) {
+    std::error_code error;
+    fs::path path = fs::absolute(file, error);
+    for (int i = 0; i < MOST_LINKS && fs::is_symlink(path, error); ++i) {
+        path = path.parent_path() / fs::read_symlink(path, error);
+    }
+    const fs::path folder = fs::canonical(path.parent_path(), error);
+    return error ? path.string() : (folder / path.filename()).string();
+}
+
+bool AreTheSame(const std::string& one, const std::string& other) {
+    std::error_code error;
+    return fs::equivalent(one, other, error);
+}
+
+mode_t Umask() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return mask;
+}
+
+/** As the old report has it, or as a new file would get it. */
+mode_t ModeFor(const std::string& path) {
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 ? status.st_mode & PERMISSIONS : USUAL_MODE & ~Umask();
+}
+
+bool WriteAll(int fd, const std::string& bytes) {
+    std::size_t written = 0;
+    while (written < bytes.size()) {
+        const ssize_t count = write(fd, bytes.data() + written, bytes.size() - written);
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        written += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    return true;
+}
+
+}  // namespace
+
+bool ReportFile::fail(const std::string& why) {
+    i_error = why;
+    return false;
+}
+
+/** Makes an empty file with a name of its own in the same directory. */
+int ReportFile::createBeside(std::string& name) {
+    name = i_path + ".XXXXXX";
+    return mkostemp(name.data(), O_CLOEXEC);
+}
+
+/** Errors of the disk show at the latest when the bytes are synchronised. */
+bool ReportFile::writeBeside(const std::string& bytes, std::string& name) {
+    const int fd = createBeside(name);
+    if (fd < 0) {
+        return fail(Message(errno));
+    }
+    const bool written = fchmod(fd, ModeFor(i_path)) == 0 && WriteAll(fd, bytes) && fsync(fd) == 0;
+    const int error = errno;
+    close(fd);
+    if (!written) {
+        unlink(name.c_str());
+        return fail(Message(error));
+    }
+    return true;
+}
+
+bool ReportFile::prepare(const std::string& file, const std::vector<std::string>& inputs) {
+    i_path = PlaceOf(file);
+    struct stat status = {};
+    if (stat(i_path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        return fail("it is not a regular file");
+    }
+    const bool isInput = std::any_of(inputs.begin(), inputs.end(), [&](const std::string& input) {
+        return AreTheSame(i_path, input);
+    });
+    if (isInput) {
+        return fail("it is one of the run's own files");
+    }
+    std::string name;
+    if (!writeBeside(std::string(ATTEMPT, '\n'), name)) {
+        return false;
+    }
+    unlink(name.c_str());
+    return true;
+}
+
+bool ReportFile::write(const std::string& report) {
+    std::string name;
+    if (!writeBeside(report, name)) {
+        return false;
+    }
+    if (rename(name.c_str(), i_path.c_str()) != 0) {
+        const int error = errno;
+        unlink(name.c_str());
+        return fail(Message(error));
+    }
+    return true;
+}
+
+}  // namespace run

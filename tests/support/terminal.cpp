@@ -1,0 +1,109 @@
+#include "tests/support/terminal.h"
+
+#include <poll.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <stdexcept>
+#include <thread>
+
+namespace testsupport {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds SHOWN_LIMIT{10};
+constexpr std::chrono::seconds END_LIMIT{100};
+constexpr int GLANCE = 5;  // milliseconds
+
+}  // namespace
+
+Terminal::Terminal(const std::string& program, const std::vector<std::string>& arguments,
+                   const std::string& workingDirectory, unsigned short columns) {
+    std::vector<char*> argv = {const_cast<char*>(program.c_str())};
+    for (const std::string& argument : arguments) {
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    }
+    argv.push_back(nullptr);
+    const winsize size = {24, columns, 0, 0};
+    i_pid = forkpty(&i_terminal, nullptr, nullptr, &size);
+    if (i_pid == 0) {
+        if (chdir(workingDirectory.c_str()) == 0) {
+            execv(program.c_str(), argv.data());
+        }
+        _exit(127);
+    }
+    if (i_pid < 0) {
+        throw std::runtime_error("no pseudo-terminal");
+    }
+}
+
+Terminal::~Terminal() {
+    hangUp();
+    if (!ended()) {
+        kill(i_pid, SIGKILL);
+        waitpid(i_pid, nullptr, 0);
+    }
+}
+
+bool Terminal::ended() {
+    i_ended = i_ended || waitpid(i_pid, &i_status, WNOHANG) == i_pid;
+    return i_ended;
+}
+
+/** False if nothing came in this time, or nothing can come. */
+bool Terminal::readSome(int milliseconds) {
+    pollfd ready = {i_terminal, POLLIN, 0};
+    char bytes[4096];
+    if (i_terminal < 0 || poll(&ready, 1, milliseconds) <= 0) {
+        return false;
+    }
+    const ssize_t count = read(i_terminal, bytes, sizeof bytes);
+    i_shown.append(bytes, count > 0 ? static_cast<size_t>(count) : 0);
+    return count > 0;
+}
+
+bool Terminal::waitFor(const std::string& text) {
+    const auto end = Clock::now() + SHOWN_LIMIT;
+    while (i_shown.find(text) == std::string::npos) {
+        const bool last = ended();
+        if (!readSome(GLANCE) && (last || Clock::now() > end)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void Terminal::type(const std::string& keys) {
+    if (write(i_terminal, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size())) {
+        throw std::runtime_error("the terminal takes no keys");
+    }
+}
+
+void Terminal::hangUp() {
+    if (i_terminal >= 0) {
+        close(i_terminal);
+        i_terminal = -1;
+    }
+}
+
+int Terminal::wait() {
+    const auto end = Clock::now() + END_LIMIT;
+    while (!ended()) {
+        if (!readSome(GLANCE)) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(GLANCE));
+        }
+        if (Clock::now() > end) {
+            kill(i_pid, SIGKILL);
+        }
+    }
+    while (readSome(0)) {
+    }
+    return WIFEXITED(i_status) ? WEXITSTATUS(i_status) : -1;
+}
+
+}  // namespace testsupport
