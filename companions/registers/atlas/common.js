@@ -19,6 +19,23 @@ function make(name, attributes, ...children) {
 }
 
 function table(headings, rows) {
-  return make('table', {}, make('thead', {}, make('tr', {}, headings.map(text => make('th', {}, text)))),
+  return make('table', {},
+              make('thead', {}, make('tr', {}, headings.map(text => make('th', {scope: 'col'}, text)))),
               make('tbody', {}, rows));
 }
+
+/** "/" leads to the search, and Enter there to the first result. */
+document.addEventListener('keydown', event => {
+  const isTyping = event.target.matches('input, select, textarea');
+  if (event.key === '/' && !isTyping && !event.ctrlKey && !event.metaKey && !event.altKey) {
+    event.preventDefault();
+    search.focus();
+    search.select();
+  } else if (event.key === 'Enter' && event.target === search) {
+    const first = content.querySelector('tbody a');
+    if (first) {
+      search.blur();
+      first.click();
+    }
+  }
+});

@@ -1,17 +1,19 @@
 const names = data.maps.map(map => map.design);
 
-/** What only repeats the column before it steps back. */
-function cell(value, i, values) {
-  const kind = value === 'absent' || value === values[i - 1] ? 'dim' : '';
-  return make('td', {class: 'mono ' + kind}, value);
+/** A value leads to its design's page; what only repeats the column before it steps back. */
+function cell(path, value, i, values) {
+  const isThere = value !== '' && value !== 'absent';
+  const kind = !isThere || value === values[i - 1] ? 'dim' : '';
+  return make('td', {class: 'mono ' + kind},
+              isThere ? make('a', {href: `${names[i]}.html#${path}`}, value) : value);
 }
 
-function row(difference) {
-  const isGroup = difference.path.split('.').length === 2;
-  return make('tr', {class: isGroup ? 'group' : 'part',
-                     'data-text': [difference.path, ...difference.values].join('|')},
-              make('td', {class: 'mono'}, difference.path),
-              difference.values.map(cell));
+function row({path, values}) {
+  const isGroup = path.split('.').length === 2;
+  const home = names[values.findIndex(value => value !== '' && value !== 'absent')];
+  return make('tr', {class: isGroup ? 'group' : 'part', 'data-text': [path, ...values].join('|')},
+              make('td', {class: 'mono'}, make('a', {href: `${home}.html#${path}`}, path)),
+              values.map((value, i) => cell(path, value, i, values)));
 }
 
 function show() {
@@ -19,7 +21,8 @@ function show() {
   const shown = data.differences.filter(one => one.path.toLowerCase().includes(wanted));
   content.replaceChildren(
     make('h1', {}, 'The three address maps'),
-    make('p', {class: 'about'}, 'Five designs share them. Each page can be searched by name and by address.'),
+    make('p', {class: 'about'}, 'Five designs share them. Each map has its page, which can be searched by name, ' +
+         'by the words of the descriptions, and by address.'),
     make('div', {class: 'cards'}, data.maps.map(map => make('a', {href: map.design + '.html'},
       make('strong', {}, map.design), make('span', {}, `Designs: ${map.designs.join(', ')}`),
       make('span', {}, `${map.groupTypes} groups in ${map.groups} instances`),

@@ -52,17 +52,30 @@ Json Repeated(Json object, const regs::Repeat& repeat) {
     return object;
 }
 
+/** Left out where there is none. */
+void AddText(Json& object, const char* name, const std::string& text) {
+    if (!text.empty()) {
+        object[name] = text;
+    }
+}
+
 Json JsonOf(const regs::MemberOutline& member) {
     Json fields = Json::array();
     for (const regs::FieldOutline& field : member.fields) {
-        fields.push_back(Repeated(
-            {{"name", field.name}, {"mask", field.mask}, {"shift", field.shift}}, field.repeat));
+        Json object = Repeated({{"name", field.name}, {"mask", field.mask}, {"shift", field.shift}},
+                               field.repeat);
+        AddText(object, "access", regs::AccessText(field.said.access));
+        if (field.said.reset) {
+            object["reset"] = *field.said.reset;
+        }
+        fields.push_back(std::move(object));
     }
     Json object = Repeated({{"name", member.name},
                             {"memory", member.isMemory},
                             {"offset", member.offset},
                             {"words", member.words}},
                            member.repeat);
+    AddText(object, "about", member.said.about);
     object["fields"] = std::move(fields);
     return object;
 }
@@ -73,6 +86,7 @@ Json JsonOf(const AddressMap& map) {
         Json object =
             Repeated({{"domain", group.domain}, {"name", group.name}, {"address", group.address}},
                      group.repeat);
+        AddText(object, "about", group.said.about);
         Json& members = object["members"] = Json::array();
         for (const regs::MemberOutline& member : group.members) {
             members.push_back(JsonOf(member));

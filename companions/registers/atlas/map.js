@@ -1,4 +1,8 @@
 const groups = document.getElementById('groups');
+/** The ways to the other designs, and their pages. */
+const navigation = [...document.querySelectorAll('nav a:not([href^="index"])')].map(link =>
+  ({link, page: link.getAttribute('href')}));
+const narrow = window.matchMedia('(max-width: 60rem)');
 
 const pathOf = group => group.domain + '.' + group.name;
 const kindOf = member => member.memory ? 'memory' : 'register';
@@ -17,8 +21,8 @@ function bitsOf(field, k = 0) {
 function fieldsOf(member) {
   return member.fields.flatMap(field => Array.from({length: field.count}, (unused, k) => ({
     name: field.name, element: k, path: field.name + index(field.count, k), bits: bitsOf(field, k),
-    mask: field.mask, shift: field.shift + k * field.step,
-    letter: '',
+    mask: field.mask, shift: field.shift + k * field.step, access: field.access,
+    reset: field.reset, letter: '',
   }))).map((field, i) =>
     ({...field, letter: 'abcdefghijklmnopqrstuvwxyzABCDEF'[i], colour: 'c' + i % 6}));
 }
@@ -54,24 +58,107 @@ function list() {
   return lines.join('\n') + '\n';
 }
 
-function findName(text) {
+// --- Paths
+
+/** Takes the first index of a step; throws what is wrong with it. Without one it is element 0. */
+function takeIndex(step, count, shown) {
+  const taken = step.indices.length ? step.indices.shift() : 0;
+  if (taken >= count) {
+    throw new Error(count === 1 ? `${shown} has only [0], not [${taken}]`
+                                : `${shown} has only [0] to [${count - 1}], not [${taken}]`);
+  }
+  return taken;
+}
+
+function named(list, step, shown) {
+  const found = list.find(one => one.name === step.name);
+  if (!found) {
+    throw new Error(`${data.design} has no ${shown}.${step.name}`);
+  }
+  return found;
+}
+
+function stepsOf(path) {
+  const steps = path.split('.').map(text => /^([A-Za-z]\w*)((?:\[\d+\])*)$/.exec(text));
+  if (steps.includes(null) || steps.length < 2 || steps.length > 4) {
+    throw new Error(`“${path}” is not a path such as sbuf.chip_misc[0].R_debug.value`);
+  }
+  return steps.map(([, name, indices]) =>
+    ({name, indices: [...indices.matchAll(/\d+/g)].map(Number)}));
+}
+
+/**
+ * The place that a path leads to: a group and its instance, and as far as the path goes a member,
+ * its element, a memory's word and a field. Throws an Error with a text for the user.
+ */
+function resolve(path) {
+  const [domain, group, member, field] = stepsOf(path);
+  const place = {group: named(data.groups.filter(one => one.domain === domain.name), group, domain.name)};
+  const shown = [pathOf(place.group)];
+  place.instance = takeIndex(group, place.group.count, shown[0]);
+  if (member) {
+    place.member = named(place.group.members, member, shown[0]);
+    shown.push(place.member.name);
+    const {memory, count, words} = place.member;
+    const isElement = count > 1 || member.indices.length > (memory ? 1 : 0);
+    place.element = isElement ? takeIndex(member, count, shown.join('.')) : 0;
+    if (memory && member.indices.length) {
+      place.word = takeIndex(member, words, shown.join('.') + index(count, place.element));
+    }
+  }
+  if (field) {
+    place.field = named(place.member.fields, field, shown.join('.'));
+    shown.push(place.field.name);
+    place.fieldElement = takeIndex(field, place.field.count, shown.join('.'));
+  }
+  if ([group, member, field].some(step => step && step.indices.length)) {
+    throw new Error(`${shown.join('.')} takes fewer indices`);
+  }
+  return place;
+}
+
+/** The path of a place, with its instance and elements. */
+function textOf({group, instance, member, element, word, field, fieldElement}) {
+  let text = `${pathOf(group)}[${instance}]`;
+  if (member) {
+    text += `.${member.name}${index(member.count, element)}${word === undefined ? '' : `[${word}]`}`;
+  }
+  return field ? `${text}.${field.name}${index(field.count, fieldElement)}` : text;
+}
+
+// --- Searching
+
+/** What a path with indices leads to. */
+function findPlace(path) {
+  const place = resolve(path);
+  const {group, instance, member, element, word, field, fieldElement} = place;
+  return [{
+    kind: field ? 'field' : member ? kindOf(member) : 'group', link: path, path: textOf(place),
+    address: member ? addressOf(group, member, instance, element) + 4 * (word || 0)
+                    : group.address + instance * group.step,
+    bits: field ? bitsOf(field, fieldElement) : '', about: (member || group).about,
+  }];
+}
+
+function findText(text) {
   const wanted = text.toLowerCase();
   const found = [];
-  const look = (kind, name, shown, address, bits) => {
+  const look = (kind, name, shown, address, bits, about = '') => {
     const at = name.toLowerCase().lastIndexOf(wanted);
-    if (at >= 0 && at + wanted.length > name.lastIndexOf('.') + 1) {
-      found.push({kind, link: name.split('.').slice(0, 3).join('.'), path: shown, address, bits});
+    const isNamed = at >= 0 && at + wanted.length > name.lastIndexOf('.') + 1;
+    if (isNamed || about.toLowerCase().includes(wanted)) {
+      found.push({kind, link: name, path: shown, address, bits, about});
     }
   };
   for (const group of data.groups) {
     const name = pathOf(group);
     const shown = name + range(group.count);
-    look('group', name, shown, group.address, '');
+    look('group', name, shown, group.address, '', group.about);
     for (const member of group.members) {
       const address = addressOf(group, member, 0, 0);
       const memberName = `${name}.${member.name}`;
       const memberShown = `${shown}.${member.name}${range(member.count)}`;
-      look(kindOf(member), memberName, memberShown, address, '');
+      look(kindOf(member), memberName, memberShown, address, '', member.about);
       for (const field of member.fields) {
         look('field', `${memberName}.${field.name}`,
              `${memberShown}.${field.name}${range(field.count)}`, address, bitsOf(field));
@@ -93,40 +180,131 @@ function findAddress(number) {
                  (member.memory ? `[${word}]` : '');
     found.push({kind: kindOf(member), link: path, path, address, bits: ''});
     for (const field of fieldsOf(member)) {
-      found.push({kind: 'field', link: path, path: `${path}.${field.path}`, address,
+      found.push({kind: 'field', link: `${path}.${field.path}`, path: `${path}.${field.path}`, address,
                   bits: field.bits});
     }
   });
   return found;
 }
 
-const BIT = 26;
-
-/** The 32 bits of a word, the highest first, with the fields laid over them. */
-function drawWord(fields) {
-  const letters = Array(32).fill('.');
-  const svg = make('svg:svg', {class: 'word', viewBox: '-1 0 834 46', role: 'img'});
-  for (let bit = 0; bit < 32; ++bit) {
-    const x = (31 - bit) * BIT;
-    svg.append(make('svg:text', {class: 'number', x: x + BIT / 2, y: 10}, `${bit}`),
-               make('svg:rect', {class: 'empty', x, y: 15, width: BIT, height: 28}));
+function find(text) {
+  if (/^(0x[0-9a-f]+|[0-9]+)$/i.test(text)) {
+    return findAddress(Number(text));
   }
+  return text.includes('[') ? findPlace(text) : findText(text);
+}
+
+// --- A word
+
+/** The fields' parts within the bits from `high` down to `low`. */
+function partsOf(fields, high, low) {
+  return fields.map(field => {
+    const top = field.shift + 31 - Math.clz32(field.mask);
+    return {field, high: Math.min(top, high), low: Math.max(field.shift, low)};
+  }).filter(part => part.high >= part.low);
+}
+
+/** One line of bits, the highest first, with the fields laid over them. */
+function drawBits(svg, fields, high, low, y, bitWidth) {
+  const xOf = bit => (high - bit) * bitWidth;
+  for (let bit = high; bit >= low; --bit) {
+    svg.append(make('svg:text', {class: 'number', x: xOf(bit) + bitWidth / 2, y: y + 11}, `${bit}`),
+               make('svg:rect', {class: 'empty', x: xOf(bit), y: y + 15, width: bitWidth, height: 28}));
+  }
+  for (const part of partsOf(fields, high, low)) {
+    const width = part.high - part.low + 1;
+    const x = xOf(part.high);
+    const fits = part.field.path.length * 7.4 + 8 <= width * bitWidth;
+    svg.append(
+      make('svg:rect', {class: part.field.colour, x, y: y + 15, width: width * bitWidth, height: 28},
+           make('svg:title', {}, `${part.field.path}, bits ${part.field.bits}`)),
+      ...Array.from({length: width - 1}, (unused, i) => make('svg:line', {
+        class: 'tick', x1: x + (i + 1) * bitWidth, x2: x + (i + 1) * bitWidth, y1: y + 39, y2: y + 43})),
+      make('svg:text', {class: fits ? 'label' : 'letter', x: x + width * bitWidth / 2, y: y + 33},
+           fits ? part.field.path : part.field.letter));
+  }
+}
+
+/** The 32 bits of a word; in two lines where there is little room. */
+function drawWord(member, fields) {
+  const bitWidth = narrow.matches ? 22 : 26;
+  const lines = narrow.matches ? 2 : 1;
+  const each = 32 / lines;
+  const letters = Array(32).fill('.');
   for (const field of fields) {
     const width = 32 - Math.clz32(field.mask);
-    const x = (32 - field.shift - width) * BIT;
-    const fits = field.path.length * 6.8 + 8 <= width * BIT;
     letters.fill(field.letter, 32 - field.shift - width, 32 - field.shift);
-    svg.append(
-      make('svg:rect', {class: field.colour, x, y: 15, width: width * BIT, height: 28},
-           make('svg:title', {}, `${field.path}, bits ${field.bits}`)),
-      ...Array.from({length: width - 1}, (unused, i) => make('svg:line', {
-        class: 'tick', x1: x + (i + 1) * BIT, x2: x + (i + 1) * BIT, y1: 39, y2: 43})),
-      make('svg:text', {class: fits ? 'label' : 'letter', x: x + width * BIT / 2, y: 33},
-           fits ? field.path : field.letter));
   }
-  svg.setAttribute('data-letters', letters.join(''));
+  const svg = make('svg:svg', {
+    class: 'word', viewBox: `-1 0 ${each * bitWidth + 2} ${lines * 48 - 2}`, role: 'img',
+    'aria-label': `Bits of ${member.name}: ` + fields.map(field => `${field.path} ${field.bits}`).join(', '),
+    'data-letters': letters.join('')});
+  for (let line = 0; line < lines; ++line) {
+    const high = 31 - line * each;
+    drawBits(svg, fields, high, high - each + 1, line * 48, bitWidth);
+  }
   return svg;
 }
+
+/** The number that a text says, or NaN for what is none or is above the most. */
+function numberOf(text, most) {
+  const number = /^\s*(0x[0-9a-f]+|[0-9]+)\s*$/i.test(text) ? Number(text) : NaN;
+  return number <= most ? number : NaN;
+}
+
+/** An input for a number; `take` gets each that is good, and what is not is marked. */
+function numberInput(label, most, take) {
+  const input = make('input', {'aria-label': label, class: 'number', autocomplete: 'off',
+                               spellcheck: 'false', placeholder: '0x…',
+                               title: `At most ${hex(most)}; decimal, or 0x and hexadecimal`});
+  input.addEventListener('input', () => {
+    const number = numberOf(input.value, most);
+    const isGood = !Number.isNaN(number);
+    input.setAttribute('aria-invalid', String(!isGood && input.value.trim() !== ''));
+    if (isGood) {
+      take(number);
+    }
+  });
+  return input;
+}
+
+/** Inputs for a word and its fields, each of which follows the others. */
+function decoder(member, fields) {
+  let value = 0;
+  const show = (input, number) => {
+    input.value = hex(number);
+    input.setAttribute('aria-invalid', 'false');
+  };
+  const fieldOf = field => (value >>> field.shift & field.mask) >>> 0;
+  const word = numberInput(`Value of ${member.name}`, 0xffffffff, number => {
+    value = number;
+    inputs.forEach((input, i) => show(input, fieldOf(fields[i])));
+  });
+  const inputs = fields.map((field, i) =>
+    numberInput(`Value of ${field.path}`, field.mask, number => {
+      value = (value & ~(field.mask << field.shift) | number << field.shift) >>> 0;
+      show(word, value);
+      inputs.forEach((input, k) => k === i || show(input, fieldOf(fields[k])));
+    }));
+  return {word, inputs};
+}
+
+/** The table of the fields; access and reset only where the data sheet says them of one. */
+function legendOf(fields, inputs) {
+  const texts = [
+    ['Letter', field => field.letter], ['Field', field => field.path], ['Bits', field => field.bits],
+    ['Mask', field => hex(field.mask)], ['Shift', field => `${field.shift}`],
+    ['Access', field => field.access || ''],
+    ['Reset', field => field.reset === undefined ? '' : hex(field.reset)],
+  ].filter(([, text], i) => i < 5 || fields.some(field => text(field) !== ''));
+  const legend = table([...texts.map(([heading]) => heading), 'Value'], fields.map((field, i) =>
+    make('tr', {}, texts.map(([, text]) => make('td', {class: 'mono'}, text(field))),
+         make('td', {}, inputs[i]))));
+  legend.className = 'fields';
+  return legend;
+}
+
+// --- A group
 
 function choice(count, chosen, label, change) {
   const select = make('select', {'aria-label': label}, Array.from({length: count}, (unused, i) =>
@@ -156,52 +334,62 @@ function allAddresses(group, member) {
   return details;
 }
 
-/** A member of a group's instance; returns the card and a call that moves it to an instance. */
-function memberCard(group, member, place) {
+function about(text) {
+  return text ? make('p', {class: 'about'}, text) : null;
+}
+
+/** A member of the place's group; returns the card and a call that moves it to an instance. */
+function memberCard(place, member) {
+  const {group} = place;
   const at = make('span', {class: 'at'});
-  const here = place.member === member.name;
-  let {instance} = place;
-  let element = here ? place.element : 0;
+  const isHere = place.member === member;
+  let element = isHere ? place.element : 0;
   const show = () => {
-    const address = addressOf(group, member, instance, element);
+    const address = addressOf(group, member, place.instance, element);
     const last = member.memory ? ` to ${hex(address + 4 * (member.words - 1))}` : '';
-    const word = here && place.word !== undefined && element === place.element
+    const word = isHere && place.word !== undefined && element === place.element
       ? `, word ${place.word} at ${hex(address + 4 * place.word)}` : '';
     at.textContent = hex(address) + last + word;
   };
+  const choose = chosen => {
+    element = chosen;
+    settle({...place, member, element, word: undefined, field: undefined});
+    show();
+  };
   const fields = fieldsOf(member);
-  const rows = fields.map(field => make('tr', {}, [field.letter, field.path, field.bits,
-    hex(field.mask), `${field.shift}`].map(text => make('td', {class: 'mono'}, text))));
-  const legend = table(['', 'Field', 'Bits', 'Mask', 'Shift'], rows);
-  legend.className = 'fields';
-  const card = make('section', {id: member.name, class: here ? 'here' : ''},
+  const {word, inputs} = decoder(member, fields);
+  const card = make('section', {id: member.name, class: isHere ? 'here' : ''},
     make('h2', {}, make('span', {}, member.name + (member.count > 1 ? ' ' : ''),
-      member.count > 1 ? choice(member.count, element, 'Element', chosen => {
-        element = chosen;
-        show();
-      }) : ''),
+      member.count > 1 ? choice(member.count, element, `Element of ${member.name}`, choose) : ''),
       make('span', {class: 'kind'}, member.memory ? `memory, ${member.words} words` : 'register',
            member.count > 1 ? ` ×${member.count}, ${hex(member.step)} apart` : ''),
       at),
-    drawWord(fields), legend, allAddresses(group, member));
+    about(member.about), drawWord(member, fields),
+    make('label', {class: 'decode'}, 'Word ', word), legendOf(fields, inputs),
+    allAddresses(group, member));
   show();
-  return {card, move: chosen => { instance = chosen; show(); }};
+  return {card, show};
 }
 
-function showGroup(group, place) {
-  const cards = group.members.map(member => memberCard(group, member, place));
+function showPlace(place) {
+  const {group} = place;
+  const cards = group.members.map(member => memberCard(place, member));
   const base = make('code');
   const move = i => {
+    place.instance = i;
     base.textContent = hex(group.address + i * group.step);
-    cards.forEach(card => card.move(i));
+    cards.forEach(card => card.show());
   };
   const instance = group.count > 1
-    ? [choice(group.count, place.instance, 'Instance', move),
-       ` of ${group.count} instances, ${hex(group.step)} apart, at `]
+    ? [choice(group.count, place.instance, 'Instance', i => {
+        move(i);
+        settle(place);
+      }), ` of ${group.count} instances, ${hex(group.step)} apart, at `]
     : ['At '];
   move(place.instance);
   content.replaceChildren(
-    make('h1', {class: 'mono'}, pathOf(group)), make('p', {class: 'about'}, ...instance, base),
+    make('h1', {class: 'mono'}, pathOf(group)), ...[about(group.about)].filter(Boolean),
+    make('p', {class: 'about'}, ...instance, base),
     ...cards.map(card => card.card),
     ...(cards.length ? [] : [make('p', {class: 'about'}, 'Has no registers and no memories.')]));
   const here = content.querySelector('section.here');
@@ -212,72 +400,104 @@ function showGroup(group, place) {
   }
 }
 
+// --- The other pages
+
+/** What was found, or the error that says why nothing was. */
 function showSearch(text) {
-  const isAddress = /^(0x[0-9a-f]+|[0-9]+)$/i.test(text);
-  const found = isAddress ? findAddress(Number(text)) : findName(text);
+  let found = [];
+  let error = null;
+  try {
+    found = find(text);
+  } catch (problem) {
+    error = problem;
+  }
   const rows = found.map(one => {
     const cells = [one.kind, one.path, hex(one.address), one.bits];
     return make('tr', {'data-text': cells.join(' ').trim()}, make('td', {}, cells[0]),
-      make('td', {class: 'mono'}, make('a', {href: '#' + one.link}, cells[1])),
+      make('td', {class: 'mono'}, make('a', {href: '#' + one.link}, cells[1]), about(one.about)),
       cells.slice(2).map(cell => make('td', {class: 'mono'}, cell)));
   });
   content.replaceChildren(
-    make('h1', {}, isAddress ? `At ${text}` : `Names with “${text}”`),
-    make('p', {class: 'about'}, found.length ? `${found.length} found` : 'Nothing found'),
+    make('h1', {}, `Search for “${text}”`),
+    make('p', {class: 'about', role: 'status'}, error ? error.message : found.length ? `${found.length} found` : 'Nothing found'),
     ...(found.length ? [table(['Kind', 'Path', 'Address', 'Bits'], rows)] : []));
   window.scrollTo(0, 0);
 }
 
-function showOverview() {
+/** The groups, below what is wrong with the path that was asked for, if anything. */
+function showOverview(problem) {
   const rows = data.groups.map(group => make('tr', {},
-    make('td', {class: 'mono'}, make('a', {href: '#' + pathOf(group)}, pathOf(group))),
+    make('td', {class: 'mono'}, make('a', {href: '#' + pathOf(group)}, pathOf(group)), about(group.about)),
     [hex(group.address), group.count > 1 ? `×${group.count}` : '',
      group.count > 1 ? hex(group.step) : '', `${group.members.length || ''}`]
       .map(cell => make('td', {class: 'mono'}, cell))));
+  const groupTable = table(['Group', 'Address', 'Instances', 'Apart', 'Members'], rows);
+  groupTable.className = 'overview';
   content.replaceChildren(
+    ...(problem ? [make('p', {class: 'problem', role: 'alert'}, problem)] : []),
     make('h1', {}, `Address map ${data.design}`),
     make('p', {class: 'about'}, `${data.designs.length > 1 ? 'Designs' : 'Design'} ${data.designs.join(' and ')}. Addresses are bytes `,
          'from the base of the card’s address space. ', make('a', {href: '#list'}, 'Every object as text')),
-    table(['Group', 'Address', 'Instances', 'Apart', 'Members'], rows));
+    groupTable);
 }
 
-/** "sbuf.shelf_status[0].shelf_status_spi_values[5]"; what isn't there leads to the overview. */
-function showPath(path) {
-  const steps = path.split('.').map(step => step.split(/[[\]]+/));
-  const group = steps.length > 1 &&
-    data.groups.find(one => one.domain === steps[0][0] && one.name === steps[1][0]);
-  if (!group) {
-    showOverview();
-    return;
-  }
-  const place = {instance: Number(steps[1][1] || 0)};
-  const member = steps.length > 2 && group.members.find(one => one.name === steps[2][0]);
-  if (member) {
-    const indices = steps[2].slice(1).filter(text => text !== '').map(Number);
-    place.member = member.name;
-    place.element = member.count > 1 ? indices.shift() || 0 : 0;
-    place.word = indices.pop();
-  }
-  showGroup(group, place);
+// --- What is shown
+
+/** The address after # says it: a path, "list", or "?" and what is searched. */
+const route = () => decodeURIComponent(location.hash.slice(1));
+
+/** Keeps the place in the page's address, its title, and the ways to the other designs. */
+function settle(place) {
+  history.replaceState(null, '', '#' + textOf(place));
+  follow(textOf(place));
 }
 
-/** The address after # says what is shown: a path, "list", or "?" and what is searched. */
-function show() {
-  const route = decodeURIComponent(location.hash.slice(1));
-  if (route.startsWith('?') && route.length > 1) {
-    if (search.value !== route.slice(1)) {
-      search.value = route.slice(1);
-    }
-    showSearch(route.slice(1));
-  } else if (route === 'list') {
-    content.replaceChildren(make('pre', {id: 'list'}, list()));
-  } else {
-    showPath(route);
+/** The design is changed at the same place. */
+function follow(text) {
+  const isPlain = text === '' || text === 'list';
+  document.title = (isPlain ? '' : text.replace(/^\?/, 'Search: ') + ' - ') +
+                   `${data.design} - register atlas`;
+  const hash = text.startsWith('?') ? '#?' + encodeURIComponent(text.slice(1)) : text && '#' + text;
+  for (const {link, page} of navigation) {
+    link.setAttribute('href', page + hash);
   }
-  const here = '#' + route.split('.').slice(0, 2).join('.').replace(/\[.*/, '');
+  const here = '#' + text.split('.').slice(0, 2).join('.').replace(/\[.*/, '');
   for (const link of groups.querySelectorAll('a')) {
-    link.classList.toggle('here', link.getAttribute('href') === here);
+    const isHere = link.getAttribute('href') === here;
+    link.classList.toggle('here', isHere);
+    if (isHere) {
+      link.scrollIntoView({block: 'nearest'});
+    }
   }
+}
+
+function showPath(path) {
+  let place;
+  try {
+    place = resolve(path);
+  } catch (problem) {
+    showOverview(problem.message);
+    return path;
+  }
+  showPlace(place);
+  return textOf(place);
+}
+
+function show() {
+  let text = route();
+  if (text.startsWith('?') && text.length > 1) {
+    if (search.value !== text.slice(1)) {
+      search.value = text.slice(1);
+    }
+    showSearch(text.slice(1).trim());
+  } else if (text === 'list') {
+    content.replaceChildren(make('pre', {id: 'list', tabindex: '0'}, list()));
+  } else if (text === '') {
+    showOverview();
+  } else {
+    text = showPath(text);
+  }
+  follow(text);
 }
 
 function fillGroups() {
@@ -287,16 +507,32 @@ function fillGroups() {
       domain = group.domain;
       groups.append(make('h2', {}, domain));
     }
-    groups.append(make('a', {href: '#' + pathOf(group), title: pathOf(group)},
+    groups.append(make('a', {href: '#' + pathOf(group), title: group.about || pathOf(group)},
       make('span', {}, group.name + range(group.count)), make('span', {}, hex(group.address))));
   }
 }
 
+/** Where a search began, so that an emptied one leads back. */
+let before = '#';
+
+// The first letter of a search makes a new entry of the history, so that Back leads to the page
+// before it; the others change that entry.
 search.addEventListener('input', () => {
-  const wanted = search.value.trim();
-  history.replaceState(null, '', wanted ? '#?' + encodeURIComponent(wanted) : '#');
+  const isSearch = route().startsWith('?');
+  const isWanted = search.value.trim() !== '';
+  if (!isSearch) {
+    before = location.hash || '#';
+  }
+  const hash = isWanted ? '#?' + encodeURIComponent(search.value) : before;
+  history[isSearch || !isWanted ? 'replaceState' : 'pushState'](null, '', hash);
   show();
 });
-window.addEventListener('hashchange', show);
+window.addEventListener('hashchange', () => {
+  if (!route().startsWith('?')) {
+    search.value = '';
+  }
+  show();
+});
+narrow.addEventListener('change', show);
 fillGroups();
 show();

@@ -26,7 +26,10 @@ std::string Lower(std::string text) {
     return text;
 }
 
-/** Collects what has the text in its own name, or at the end of its path up to there. */
+/**
+ * Collects what has the text in its own name, at the end of its path up to there, or in its
+ * description.
+ */
 class Finder {
   public:
     explicit Finder(const std::string& text) : i_text(Lower(text)) {}
@@ -35,9 +38,9 @@ class Finder {
         for (const auto& group : domain.groups) {
             const Group& first = group.elements[0];
             const Path path = Path{domain.name, domain.name}.with(group.name, RangeOf(group));
-            note(path, {"group", path.shown, Hex{first.address}, {}});
+            note(path, {"group", path.shown, Hex{first.address}, {}}, group.said.about);
             for (const auto& member : first.members) {
-                look(path.with(member.name, RangeOf(member)), member.elements[0]);
+                look(path.with(member.name, RangeOf(member)), member);
             }
         }
     }
@@ -55,17 +58,20 @@ class Finder {
         }
     };
 
-    void look(const Path& path, const Member& member) {
-        note(path, {KindOf(member), path.shown, Hex{member.address}, {}});
+    void look(const Path& path, const Series<Member>& series) {
+        const Member& member = series.elements[0];
+        note(path, {KindOf(member), path.shown, Hex{member.address}, {}}, series.said.about);
         for (const auto& field : member.fields) {
             const Path fieldPath = path.with(field.name, RangeOf(field));
             note(fieldPath,
-                 {"field", fieldPath.shown, Hex{member.address}, BitsOf(field.elements[0])});
+                 {"field", fieldPath.shown, Hex{member.address}, BitsOf(field.elements[0])}, "");
         }
     }
-    void note(const Path& path, const Row& row) {
+    void note(const Path& path, const Row& row, const std::string& about) {
         const std::size_t found = Lower(path.name).rfind(i_text);
-        if (found != std::string::npos && found + i_text.size() > path.name.rfind('.') + 1) {
+        const bool isNamed =
+            found != std::string::npos && found + i_text.size() > path.name.rfind('.') + 1;
+        if (isNamed || Lower(about).find(i_text) != std::string::npos) {
             rows.push_back(row);
         }
         names.push_back(path.name);
@@ -159,7 +165,8 @@ Answer Find(const Request& request) {
         finder.look(domain);
     }
     if (finder.rows.empty()) {
-        throw Failure(EXIT_FINDING, "no name in " + request.design + " has \"" + text + "\"" +
+        throw Failure(EXIT_FINDING, "no name and no description in " + request.design + " has \"" +
+                                        text + "\"" +
                                         commandline::SuggestionFor(text, finder.names));
     }
     Answer answer;
