@@ -1,5 +1,6 @@
 #include "memory/memorymapcontainer.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,8 +9,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <cstring>
+#include <fstream>
+#include <functional>
 #include <string>
 #include <thread>
 
@@ -23,6 +27,20 @@ using testsupport::ChildResult;
 using testsupport::Normalised;
 using testsupport::RunInChild;
 using testsupport::Transcript;
+
+namespace {
+std::function<void()> beforeOpen;
+}
+
+/** Stands in front of the C library's. */
+extern "C" int shm_open(const char* name, int flags, mode_t mode) {
+    if (beforeOpen) {
+        beforeOpen();
+    }
+    using Open = int (*)(const char*, int, mode_t);
+    static const auto next = reinterpret_cast<Open>(dlsym(RTLD_NEXT, "shm_open"));
+    return next(name, flags, mode);
+}
 
 namespace {
 
@@ -144,6 +162,13 @@ struct FailureCase {
     size_t size = DEFAULT_SIZE;
 };
 
+void ExpectFailure(MemoryMapContainer& container, size_t size) {
+    if (container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA_DDR0, size) != nullptr ||
+        container.getMemoryMap(e_MemoryMap_VELNOR_ALTERA_DDR0) != nullptr) {
+        printf("not closed\n");
+    }
+}
+
 // Each failure leaves the region closed, and a later try succeeds.
 TEST_F(MemoryMaps, FailuresAreLoggedAndLeaveTheRegionClosed) {
     const std::string path = "/sys/bus/pci/devices/0000:01:00.0/resource1";
@@ -164,19 +189,28 @@ TEST_F(MemoryMaps, FailuresAreLoggedAndLeaveTheRegionClosed) {
         shm_unlink("/resource1");
         const std::string reason = " (" + std::string(strerror(c.error)) + ")";
         Transcript expected;
-        if (c.first != nullptr) {
-            expected.critical(c.first + reason);
-        }
-        std::string second = c.second;
-        second.append(path).append(reason);
-        expected.critical(second);
-        const ChildResult result = RunInChild([&] {
-            MemoryMapContainer container;
-            c.prepare();
-            if (container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA_DDR0, c.size) != nullptr ||
-                container.getMemoryMap(e_MemoryMap_VELNOR_ALTERA_DDR0) != nullptr) {
-                printf("not closed\n");
+        for (int failure = 0; failure < 2; ++failure) {
+            if (c.first != nullptr) {
+                expected.critical(c.first + reason);
             }
+            expected.critical(c.second + (path + reason));
+        }
+        const ChildResult result = RunInChild([&] {
+            const int nextDescriptor = dup(STDIN_FILENO);
+            close(nextDescriptor);
+            c.prepare();
+            {
+                MemoryMapContainer container;
+                ExpectFailure(container, c.size);
+                if (dup(STDIN_FILENO) != nextDescriptor) {
+                    printf("descriptor left open\n");
+                }
+            }
+            if (close(nextDescriptor) != 0) {
+                printf("another's descriptor closed\n");
+            }
+            MemoryMapContainer container;
+            ExpectFailure(container, c.size);
             rmdir("/dev/shm/resource1");
             const rlimit all = {RLIM_INFINITY, RLIM_INFINITY};
             setrlimit(RLIMIT_FSIZE, &all);
@@ -189,19 +223,38 @@ TEST_F(MemoryMaps, FailuresAreLoggedAndLeaveTheRegionClosed) {
     }
 }
 
-TEST_F(MemoryMaps, ThreadsThatRaceForARegionGetOne) {
+bool IsAsleep(pid_t thread) {
+    std::ifstream stat("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string number;
+    std::string name;
+    std::string state;
+    stat >> number >> name >> state;
+    return state == "S";
+}
+
+TEST_F(MemoryMaps, ThreadsThatRaceForARegionOpenItOnce) {
     MemoryMapContainer container;
-    MemoryMap* maps[8] = {};
-    std::vector<std::thread> threads;
-    for (MemoryMap*& map : maps) {
-        threads.emplace_back([&] { map = container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA); });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    for (MemoryMap* map : maps) {
-        EXPECT_EQ(map, container.getMemoryMap(e_MemoryMap_VELNOR_ALTERA));
-    }
+    std::atomic<int> opens{0};
+    std::atomic<pid_t> second{0};
+    std::thread racer;
+    beforeOpen = [&] {
+        if (++opens > 1) {
+            return;
+        }
+        racer = std::thread([&] {
+            second = gettid();
+            container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA);
+        });
+        // It waits for the lock, or it opens the region too.
+        while (opens == 1 && (second == 0 || !IsAsleep(second))) {
+            std::this_thread::yield();
+        }
+    };
+    MemoryMap* map = container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA);
+    racer.join();
+    beforeOpen = nullptr;
+    EXPECT_EQ(opens, 1);
+    EXPECT_EQ(container.getMemoryMap(e_MemoryMap_VELNOR_ALTERA), map);
 }
 
 TEST_F(MemoryMaps, ACriticalThreadIsStoppedAlsoAtAnOpenRegion) {
