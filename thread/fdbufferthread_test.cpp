@@ -87,6 +87,19 @@ TEST(FDBufferThread, TellsWhatEndedItEarly) {
              EXPECT_EQ(write(nextDescriptor + 1, &command, 1), 1);
              buffer.join(nullptr);
          }},
+        {"Pipe to FDBufferThread closed (Success)",
+         [](FDBufferThread& buffer) {
+             const int nextDescriptor = dup(STDOUT_FILENO);
+             close(nextDescriptor);
+             buffer.start();
+             close(nextDescriptor + 1);
+             buffer.join(nullptr);
+         }},
+        {"Could not create the to pipe for FDBufferThread",
+         [](FDBufferThread& buffer) {
+             LimitDescriptors(0);
+             EXPECT_EQ(buffer.start(), -1);
+         }},
         {"select failed (Bad file descriptor)",
          [](FDBufferThread&) {
              FDBufferThread onClosed(BEYOND_SELECT);

@@ -3,13 +3,16 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <limits>
 #include <string>
+#include <thread>
 
 #include "cpputils/include/pipeio.h"
 #include "cpputils/include/returncodes.h"
 #include "tests/support/child.h"
 #include "tests/support/descriptors.h"
+#include "tests/support/systemcalls.h"
 
 using testsupport::CountDescriptors;
 
@@ -86,6 +89,28 @@ TEST(InterruptThread, StopsBeforeAnyEvent) {
     EXPECT_EQ(thread.start(), 0);
     EXPECT_EQ(thread.start(), -1);
     EXPECT_EQ(thread.stop(), 0);
+    EXPECT_EQ(thread.rc(), 0);
+    EXPECT_EQ(sides.calls, "detach");
+}
+
+TEST(InterruptThread, AStopCountsBeforeAMark) {
+    std::atomic<int> writes{0};
+    testsupport::HookWrites([&](int fd, const void* bytes, size_t count) {
+        const ssize_t written = testsupport::CallWrite(fd, bytes, count);
+        ++writes;
+        return written;
+    });
+    testsupport::HookPolls([&] {
+        while (writes < 2) {  // the mark, and the stop
+            std::this_thread::yield();
+        }
+    });
+    FarSides sides(INTERRUPT_MARK);
+    InterruptThread thread(&sides, &sides, nullptr);
+    EXPECT_EQ(thread.start(), 0);
+    EXPECT_EQ(thread.stop(), 0);
+    testsupport::HookWrites(nullptr);
+    testsupport::HookPolls(nullptr);
     EXPECT_EQ(thread.rc(), 0);
     EXPECT_EQ(sides.calls, "detach");
 }

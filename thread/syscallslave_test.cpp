@@ -3,16 +3,20 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdlib>
 #include <string>
 
 #include "cpputils/include/pipeio.h"
 #include "tests/support/child.h"
 #include "tests/support/descriptors.h"
+#include "tests/support/systemcalls.h"
 #include "tests/support/testdirectory.h"
 #include "tests/support/threadstarts.h"
 #include "thread/childprocess.h"
 #include "thread/pipeends.h"
 #include "thread/shellcommand.h"
+#include "thread/slavecommands.h"
 
 namespace {
 
@@ -115,6 +119,48 @@ TEST(SyscallSlave, LetsACommandEndThatItCannotWatch) {
         EXPECT_EQ(directory.read(ended), "\n");
         EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);  // no child, living or dead
         EXPECT_EQ(testsupport::CountDescriptors(), descriptors);
+    }
+}
+
+TEST(SyscallSlave, TellsWhichStepOfTheProtocolFailed) {
+    const struct {
+        int writes;  // to the master, before one fails
+        bool echo;
+        const char* line;
+    } cases[] = {
+        {0, true, "ACK write failed Input/output error"},
+        {9, false, "ACK read failed Broken pipe"},
+        {1, true, "Write localRC failed Input/output error"},
+        {2, true, "Write commandRC failed Input/output error"},
+        {3, true, "Write stdout failed Input/output error"},
+        {5, true, "Write stderr failed Input/output error"},
+        {9, true, "Read command failed Broken pipe"},
+    };
+    for (const auto& c : cases) {
+        const auto child = testsupport::RunInChild([&c] {
+            PipeEnds commands;
+            PipeEnds results;
+            commands.create();
+            results.create();
+            WriteString(commands.writeEnd(), "true");
+            int written = 0;
+            testsupport::HookWrites([&](int fd, const void* bytes, size_t count) -> ssize_t {
+                if (fd == results.writeEnd() && written == c.writes) {
+                    errno = EIO;
+                    return -1;
+                }
+                if (fd == results.writeEnd() && written++ == 0) {
+                    testsupport::CallWrite(commands.writeEnd(), "A", c.echo ? 1 : 0);
+                    commands.closeWrite();
+                }
+                return testsupport::CallWrite(fd, bytes, count);
+            });
+            exit(SlaveAppProcessCommands(commands.readEnd(), results.writeEnd()));
+        });
+        EXPECT_EQ(child.exitValue, 1);
+        EXPECT_THAT(child.out, testing::HasSubstr(std::string("\"") + c.line +
+                                                  "\" at thread/slavecommands.cpp:"));
+        EXPECT_THAT(child.out, testing::HasSubstr("S: ERROR "));
     }
 }
 

@@ -7,6 +7,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -19,6 +22,7 @@
 #include "cpputils/include/returncodes.h"
 #include "tests/support/child.h"
 #include "tests/support/descriptors.h"
+#include "tests/support/systemcalls.h"
 #include "tests/support/testdirectory.h"
 #include "tests/support/threadstarts.h"
 #include "thread/threadregistrar.h"
@@ -36,9 +40,27 @@ namespace {
 static_assert(std::is_base_of_v<InterruptAction, InterruptProcess>);
 static_assert(std::is_base_of_v<InterruptAction, InterruptForwarder>);
 
-// These come first: they are about a caller that has no slave yet.
+bool isSlaveStarted = false;
 
-TEST(SystemCaller, LeavesNothingOverWithoutASlave) {
+/** No slave before a test, and none after it. */
+class SystemCallerTest : public testing::Test {
+  protected:
+    ~SystemCallerTest() override {
+        SystemCaller::instance().destroy();
+        isSlaveStarted = false;
+    }
+};
+
+/** The caller with the slave of this build. */
+SystemCaller& Caller() {
+    if (!isSlaveStarted) {
+        SystemCaller::instance().initialize(SYSCALLSLAVE);
+        isSlaveStarted = true;
+    }
+    return SystemCaller::instance();
+}
+
+TEST_F(SystemCallerTest, LeavesNothingOverWithoutASlave) {
     const auto noPipes = RunInChild([] {
         const auto descriptors = CountDescriptors();
         PipeEnds next;
@@ -71,7 +93,7 @@ TEST(SystemCaller, LeavesNothingOverWithoutASlave) {
     EXPECT_EQ(noSlave.exitValue, 0);
 }
 
-TEST(SystemCaller, NeitherLocksNorLogsTooLateAndStopsACriticalThread) {
+TEST_F(SystemCallerTest, NeitherLocksNorLogsTooLateAndStopsACriticalThread) {
     const auto unused = RunInChild([] {
         SystemCaller::instance();
         exit(0);
@@ -88,7 +110,7 @@ TEST(SystemCaller, NeitherLocksNorLogsTooLateAndStopsACriticalThread) {
     EXPECT_THAT(critical.out, HasSubstr("ASSERT_BLOCKABLE_THREAD Failed"));
 }
 
-TEST(SystemCaller, LeavesNoSlaveAndNoCommandWhenItsProcessIsKilled) {
+TEST_F(SystemCallerTest, LeavesNoSlaveAndNoCommandWhenItsProcessIsKilled) {
     const TestDirectory directory;
     const std::string fifo = directory.path("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), S_IRWXU), 0);
@@ -113,15 +135,6 @@ TEST(SystemCaller, LeavesNoSlaveAndNoCommandWhenItsProcessIsKilled) {
     while (waitpid(-1, nullptr, 0) > 0) {  // what the command left behind
     }
     prctl(PR_SET_CHILD_SUBREAPER, 0);
-}
-
-/** The caller with the slave of this build. */
-SystemCaller& Caller() {
-    static SystemCaller& caller = [&]() -> SystemCaller& {
-        SystemCaller::instance().initialize(SYSCALLSLAVE);
-        return SystemCaller::instance();
-    }();
-    return caller;
 }
 
 SystemCaller::RC Exec(const std::string& command) {
@@ -161,7 +174,7 @@ void StartSlaveWithSignalsOff() {
     sigprocmask(SIG_SETMASK, &previous, nullptr);
 }
 
-TEST(SystemCaller, BringsBackStatusAndOutputOfACommandThatStartsClean) {
+TEST_F(SystemCallerTest, BringsBackStatusAndOutputOfACommandThatStartsClean) {
     StartSlaveWithSignalsOff();
     const std::string big(100'000, 'x');
     const std::string printBig = "head -c 100000 /dev/zero | tr '\\0' x";
@@ -194,34 +207,39 @@ TEST(SystemCaller, BringsBackStatusAndOutputOfACommandThatStartsClean) {
     EXPECT_EQ(kill(background, SIGKILL), 0);  // lives on; 0 would fail, as this is no group leader
 }
 
-TEST(SystemCaller, BreaksOffTheWholeGroupAndKeepsTheOutput) {
+TEST_F(SystemCallerTest, BreaksOffTheWholeGroupAndKeepsTheOutput) {
     const TestDirectory directory;
     const std::string fifo = directory.path("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), S_IRWXU), 0);
     const struct {
         unsigned char mark;
+        const char* onTerm;
         const char* message;
         int localRC;
+        int commandRC;
+        const char* out;
     } cases[] = {
-        {INTERRUPT_MARK, "Interrupted", -1},
-        {TIMEOUT_MARK, "Timeout Occured", e_Error_Timeout},
+        {INTERRUPT_MARK, "", "Interrupted", -1, SIGKILL, "kept\n"},
+        {TIMEOUT_MARK, "echo ended; exit 3", "Timeout Occured", e_Error_Timeout, 768,
+         "kept\nended\n"},
     };
     int finished = 0;
     for (const auto& c : cases) {
         MarkOnFifo interrupter(c.mark, fifo);
-        const SystemCaller::RC result = Caller().exec(
-            "trap '' TERM; echo kept; sleep 60 & echo up >" + fifo + "; sleep 60; sleep 60",
-            &interrupter, nullptr);
+        const SystemCaller::RC result =
+            Caller().exec(std::string("trap '") + c.onTerm +
+                              "' TERM; echo kept; sleep 60 & echo up >" + fifo + "; wait",
+                          &interrupter, nullptr);
         EXPECT_EQ(result.localRC, c.localRC);
-        EXPECT_EQ(result.commandRC, SIGKILL);
-        EXPECT_EQ(result.stdout, "kept\n");
+        EXPECT_EQ(result.commandRC, c.commandRC);
+        EXPECT_EQ(result.stdout, c.out);
         EXPECT_EQ(result.stderr, c.message);
         finished += interrupter.finished;
     }
     EXPECT_EQ(finished, 2);
 }
 
-TEST(SystemCaller, RepeatsACommandThatTimesOut) {
+TEST_F(SystemCallerTest, RepeatsACommandThatTimesOut) {
     const TestDirectory directory;
     const std::string runs = directory.path("runs");
     constexpr timeval brief = {0, 500'000};
@@ -229,11 +247,81 @@ TEST(SystemCaller, RepeatsACommandThatTimesOut) {
     const std::string secondTimeGood =
         "[ -e " + runs + " ] && exit 3; touch " + runs + "; sleep 60";
     EXPECT_EQ(Caller().execRetry(secondTimeGood, &brief, -1).commandRC, 768);
+}
 
-    const auto result = Caller().execRetry("printf . >>" + runs + "; sleep 60", &brief, 1);
-    EXPECT_EQ(result.localRC, e_Error_Timeout);
-    EXPECT_EQ(result.stderr, "Timeout Occured");
-    EXPECT_LE(directory.read("runs").size(), 2U);
+/** A script in the slave's place; it finds its two descriptors in $1 and $2. */
+void StartScriptAsSlave(const TestDirectory& directory, const std::string& script) {
+    const std::string path = directory.write("syscallslave", "#!/bin/sh\n" + script);
+    chmod(path.c_str(), S_IRWXU);
+    SystemCaller::instance().initialize(path);
+}
+
+TEST_F(SystemCallerTest, RepeatsAsOftenAsItIsTold) {
+    const TestDirectory directory;
+    // Lists the commands, and answers each with e_Error_Timeout.
+    StartScriptAsSlave(directory, R"(
+in=/proc/self/fd/$1 out=/proc/self/fd/$2
+while size=$(head -c 4 <$in | od -An -tu4) && [ -n "$size" ]; do
+    head -c $size <$in >>"$0.commands"
+    printf A >$out
+    head -c 1 <$in >/dev/null
+    printf '\024\357\0\0\0\0\0\0\0\0\0\0\0\0\0\0' >$out
+done)");
+    std::string commands;
+    for (const int retries : {0, 1, 3}) {
+        EXPECT_EQ(SystemCaller::instance().execRetry("x", nullptr, retries).localRC,
+                  e_Error_Timeout);
+        commands += std::string(static_cast<size_t>(retries) + 1, 'x');
+        EXPECT_EQ(directory.read("syscallslave.commands"), commands);
+    }
+}
+
+// Or the test doesn't end.
+TEST_F(SystemCallerTest, EndsASlaveThatIgnoresTheRequestTo) {
+    const TestDirectory directory;
+    ASSERT_EQ(mkfifo(directory.path("syscallslave.up").c_str(), S_IRWXU), 0);
+    StartScriptAsSlave(directory, "trap '' TERM; echo up >\"$0.up\"; exec sleep 600");
+    EXPECT_EQ(directory.read("syscallslave.up"), "up\n");
+    SystemCaller::instance().destroy();
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+}
+
+TEST_F(SystemCallerTest, TellsWhatIsWrongWithTheLink) {
+    const timeval longTime = {600, 0};
+    const struct {
+        int firstFailure;  // of the writes, from 0
+        int lastFailure;
+        const timeval* timeout;
+        const char* failure;
+        const char* line;
+    } cases[] = {
+        {0, INT_MAX, nullptr, "Could not send command true down the pipe",
+         "CRITICAL T: p:[0-9]+ \"Could not send command true down the pipe\""},
+        {2, 2, nullptr, "Pipe write failed Input/output error",
+         "CRITICAL T: p:[0-9]+ \"Pipe write failed Input/output error\""},
+        {2, 2, &longTime, "Could not stop interrupt thread",
+         "CRITICAL T: p:[0-9]+ \"Could not send done command down the pipe \\(Input/output "
+         "error\\)\"[^\n]*\n[^\n]*ERROR T: p:[0-9]+ \"Could not stop interrupt thread\""},
+    };
+    for (const auto& c : cases) {
+        const auto child = RunInChild([&c] {
+            Caller();
+            std::atomic<int> writes{0};
+            testsupport::HookWrites([&](int fd, const void* bytes, size_t count) -> ssize_t {
+                const int number = writes++;
+                if (number < c.firstFailure || number > c.lastFailure) {
+                    return testsupport::CallWrite(fd, bytes, count);
+                }
+                errno = EIO;
+                return -1;
+            });
+            const SystemCaller::RC result = Caller().exec("true", nullptr, c.timeout);
+            testsupport::HookWrites(nullptr);
+            exit(result.localRC == -1 && result.stderr == c.failure ? 0 : 1);
+        });
+        EXPECT_EQ(child.exitValue, 0);
+        EXPECT_THAT(child.out, ContainsRegex(c.line));
+    }
 }
 
 /** The descriptors that any other program started by this process finds open. */
@@ -247,7 +335,7 @@ std::string InheritedDescriptors() {
     return text;
 }
 
-TEST(SystemCaller, ReplacesASlaveThatDies) {
+TEST_F(SystemCallerTest, ReplacesASlaveThatDies) {
     Caller();
     const auto descriptors = CountDescriptors();
     const pid_t slave = atoi(Exec("echo $PPID").stdout.c_str());
@@ -272,7 +360,7 @@ TEST(SystemCaller, ReplacesASlaveThatDies) {
     EXPECT_EQ(CountDescriptors(), descriptors);
 }
 
-TEST(SystemCaller, FailsWhereItCannotBeInterrupted) {
+TEST_F(SystemCallerTest, FailsWhereItCannotBeInterrupted) {
     class CountingInterrupter : public Interrupter {
       public:
         void attachInterruptFd(int /*fd*/) override { ++attached; }
@@ -294,9 +382,12 @@ TEST(SystemCaller, FailsWhereItCannotBeInterrupted) {
     EXPECT_EQ(interrupter.finished, 1);
     EXPECT_EQ(CountDescriptors(), descriptors - 2);
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(Caller().execTimed("", 600, &interrupter), 0);
+    EXPECT_EQ(interrupter.attached, 1);
+    EXPECT_EQ(interrupter.finished, 2);
 }
 
-TEST(SystemCaller, LeavesNothingOverAfterAThousandCommands) {
+TEST_F(SystemCallerTest, LeavesNothingOverAfterAThousandCommands) {
     const std::string slave = Exec("printf %d $PPID").stdout;
     // With the first thread of a process comes the one of its sanitizer, which stays.
     ASSERT_EQ(Caller().execTimed("", 600, nullptr), 0);

@@ -1,11 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <string>
 #include <thread>
 
 #include "cpputils/include/thread/policies.h"
 #include "tests/support/child.h"
+#include "tests/support/threadstarts.h"
 #include "thread/pthread.h"
 #include "thread/sem.h"
 #include "thread/threadregistrar.h"
@@ -51,20 +53,49 @@ TEST(PThread, DetachedOneStaysCreatedAndIsNeverJoined) {
     EXPECT_TRUE(thread.isCreated());
 }
 
-TEST(PThread, WarnsWhenAThreadMayOutliveItsHandle) {
-    const auto output = [](bool join) {
-        return RunInChild([join] {
-                   PThread thread(false);
-                   thread.create(ReturnArgument, nullptr);
-                   if (join) {
-                       thread.join(nullptr);
-                   }
-               })
-            .out;
+/** Starts a thread that detaches itself and goes on. */
+void CreateDetachingItself(PThread& thread) {
+    static SemT<EveryThreadCanBlockPolicy> detached(0);
+    thread.create(
+        [](void*) -> void* {
+            pthread_detach(pthread_self());
+            detached.post();
+            pause();
+            return nullptr;
+        },
+        nullptr);
+    detached.wait();
+}
+
+TEST(PThread, TellsWhatGoesWrong) {
+    const struct {
+        const char* line;
+        void (*body)(PThread& thread);
+    } cases[] = {
+        {"WARNING T: p:[0-9]+ \"pthread \\([0-9]+\\) may still be running\\.\\.\\.\"",
+         [](PThread& thread) { thread.create(ReturnArgument, nullptr); }},
+        {"ERROR T: p:[0-9]+ \"pthread create failed: 11:Resource temporarily unavailable\"",
+         [](PThread& thread) {
+             testsupport::LimitThreadStarts(0);
+             thread.create(ReturnArgument, nullptr);
+         }},
+#ifndef __SANITIZE_THREAD__  // which ends at such a call
+        {"ERROR T: p:[0-9]+ \"pthread join failed: 22:Invalid argument\"",
+         [](PThread& thread) {
+             CreateDetachingItself(thread);
+             thread.join(nullptr);
+         }},
+        {"ERROR T: p:[0-9]+ \"pthread detach failed: 22:Invalid argument\"",
+         [](PThread& thread) { CreateDetachingItself(thread); }},
+#endif
     };
-    EXPECT_EQ(output(true), "");
-    EXPECT_THAT(output(false), ContainsRegex("S: WARNING T: p:[0-9]+ \"pthread \\([0-9]+\\) may "
-                                             "still be running\\.\\.\\.\" at thread/pthread"));
+    for (const auto& c : cases) {
+        const std::string out = RunInChild([&c] {
+                                    PThread thread(false);
+                                    c.body(thread);
+                                }).out;
+        EXPECT_THAT(out, ContainsRegex(std::string(c.line) + " at thread/pthread.cpp:"));
+    }
 }
 
 class Reporter : public Runnable {
