@@ -22,7 +22,7 @@ namespace {
 
 // A sanitizer puts a frame of its own in front.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr char OwnFrames[] = "(C: 002 [^\n]*LogBacktrace[^\n]*\n)?";
+constexpr char OWN_FRAMES[] = "(C: 002 [^\n]*LogBacktrace[^\n]*\n)?";
 #else
 constexpr char OWN_FRAMES[] = "";
 #endif
@@ -36,6 +36,7 @@ TEST(Backtrace, NamesTheFunctionsOnTheStack) {
                       OWN_FRAMES +
                       "C: 00[23] S: ERROR T: p:[0-9]+ \"Address: 0x[0-9a-f]{8}, Symbol: "
                       "0x[0-9a-f]+ T FunctionOnTheStack"));
+    EXPECT_THAT(ordinary, ContainsRegex("Symbol: 0x[0-9a-f]+ T main\""));  // all the way
 
     const std::string crash = RunInChild([] { FunctionOnTheStack(e_LogSeverity_CRASH); }).out;
     EXPECT_THAT(crash, ContainsRegex("^S: \\*\\*\\*\\*\\*CRASH\\*\\*\\*\\*\\* T: p:[0-9]+ "

@@ -1,10 +1,12 @@
 #include "logger/logger.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cerrno>
+#include <clocale>
 #include <cstring>
 #include <iterator>
 #include <regex>
@@ -18,6 +20,23 @@ using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::Not;
+
+namespace {
+std::string* localesAskedFor = nullptr;
+}
+
+/** Stands in front of the C library's; called before the constructors of this file, too. */
+extern "C" char* setlocale(int category, const char* locale) noexcept {
+    if (localesAskedFor == nullptr) {
+        localesAskedFor = new std::string;
+    }
+    if (locale != nullptr) {
+        *localesAskedFor += std::to_string(category) + ' ' + locale + '\n';
+    }
+    using SetLocale = char* (*)(int, const char*);
+    static const auto next = reinterpret_cast<SetLocale>(dlsym(RTLD_NEXT, "setlocale"));
+    return next(category, locale);
+}
 
 namespace {
 
@@ -166,6 +185,11 @@ TEST(ThreadDescriber, ChoosesTheThresholdAndNamesTheThread) {
         EXPECT_THAT(output, HasSubstr("S: NOTICE \"nameless\" "));
         EXPECT_THAT(output, HasSubstr("S: NOTICE \"plain\" "));
     }
+}
+
+TEST(LoggerConfig, AsksForItsLocaleBeforeMain) {
+    ASSERT_NE(localesAskedFor, nullptr);
+    EXPECT_THAT(*localesAskedFor, testing::StartsWith(std::to_string(LC_CTYPE) + " en_US.UTF-8\n"));
 }
 
 TEST(LoggerConfig, IgnoresThresholdsOutOfRange) {

@@ -1,14 +1,40 @@
 #include "logger/symbolmap.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <cstdarg>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/support/testdirectory.h"
 
 namespace {
+int symbolFilesOpened = 0;
+}
+
+/** Stands in front of the C library's. */
+extern "C" int open(const char* path, int flags, ...) {
+    const std::string_view suffix = "_symbols.txt";
+    const std::string_view name = path;
+    if (name.size() > suffix.size() && name.substr(name.size() - suffix.size()) == suffix) {
+        ++symbolFilesOpened;
+    }
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return openat(AT_FDCWD, path, flags, mode);
+}
+
+namespace {
+
+// A report after a crash must not have to build it.
+TEST(SymbolMap, IsBuiltBeforeMain) {
+    EXPECT_GE(symbolFilesOpened, 1);
+}
 
 constexpr char NOT_FOUND[] = "NOT FOUND";
 

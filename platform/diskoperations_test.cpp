@@ -7,8 +7,11 @@
 #include <string>
 
 #include "cpputils/include/returncodes.h"
+#include "logger/logger.h"
+#include "logger/loggerconfig.h"
 #include "platform/diskaccess.h"
 #include "tests/support/framedirectory.h"
+#include "tests/support/timingoutslave.h"
 #include "thread/systemcaller.h"
 
 using testing::AllOf;
@@ -107,16 +110,24 @@ TEST_F(DiskOperations, CopyWhatTheSourceHas) {
     startLog();
     EXPECT_EQ(copyFilesToOrFromUSB("../from", "../USBdata/usb0/to", ""), e_Error_NotFound);
     standIn("rsync", "printf '%s|' \"$@\" >../arguments; echo 'no %s' >&2; exit 3");
-    EXPECT_EQ(copyFilesToFlash("../from%d", "../to", "*.x"), 768);
-    EXPECT_EQ(i_frame.read("arguments"),
-              "-rqx|--delete|--force|--include|*.x|--exclude|*|../from%d/|../to/|");
-    const std::string command =
-        R"(rsync -rqx --delete --force --include "*.x" --exclude "*" "../from%d/" "../to/")";
-    EXPECT_THAT(takeLog(),
-                AllOf(HasSubstr("\"USB device not mounted.\""),
-                      HasSubstr("\"" + command + " rc=768 \" at "), HasSubstr("\"no %s\n\""),
-                      HasSubstr("\"Can't copy filepattern \"*.x\" from \"../from%d\" to "
-                                "\"../to\", rc=0x00000300\"")));
+    EXPECT_THAT(takeLog(), HasSubstr("\"USB device not mounted.\""));
+    mountUsb();
+    LoggerConfig::instance()->setMinLogSeverity(e_LogSeverity_DEBUG);
+    for (const auto& copy : {copyFilesToFlash, copyFilesToOrFromNonUSB, copyFilesToOrFromUSB}) {
+        startLog();
+        EXPECT_EQ(copy("../from%d", "../to", "*.x"), 768);
+        EXPECT_EQ(i_frame.read("arguments"),
+                  "-rqx|--delete|--force|--include|*.x|--exclude|*|../from%d/|../to/|");
+        const std::string command =
+            R"(rsync -rqx --delete --force --include "*.x" --exclude "*" "../from%d/" "../to/")";
+        EXPECT_THAT(
+            takeLog(),
+            AllOf(HasSubstr(R"("from = "../from%d", to = "../to", filepattern = "*.x"." at)"),
+                  HasSubstr("\"" + command + " rc=768 \" at "), HasSubstr("\"no %s\n\""),
+                  HasSubstr("\"Can't copy filepattern \"*.x\" from \"../from%d\" to "
+                            "\"../to\", rc=0x00000300\"")));
+    }
+    LoggerConfig::instance()->resetToDefaults();
 }
 
 TEST_F(DiskOperations, PackTheLogsWithFewerFilesIfNeedBe) {
@@ -141,6 +152,30 @@ TEST_F(DiskOperations, PackTheLogsWithFewerFilesIfNeedBe) {
     EXPECT_THAT(takeLog(), AllOf(HasSubstr("\"Error: rm -rf \"" + archive + "\"\""),
                                  HasSubstr("\"" + pack + " rc=512\""),
                                  HasSubstr("\"Can't copy logs to USB, rc=0x00000200\"")));
+}
+
+std::string Times(int count, const std::string& command) {
+    return count == 0 ? "" : command + '\n' + Times(count - 1, command);
+}
+
+TEST_F(DiskOperations, RepeatWhatTakesTooLong) {
+    SystemCaller::instance().initialize(testsupport::WriteTimingOutSlave(i_frame));
+    mountUsb();
+    startLog();
+    EXPECT_EQ(checkAndCreateDir("../new"), e_Error_Timeout);
+    EXPECT_EQ(copyFiles("../from", "../USBdata/to", ""), e_Error_Timeout);
+    std::filesystem::create_directory(i_frame.path("to"));
+    EXPECT_EQ(copyFiles("../from", "../to", ""), e_Error_Timeout);
+    EXPECT_EQ(copyLogs(), e_Error_Timeout);
+    takeLog();
+    const std::string archive = "\"../USBdata/usb0/switcher/logs.tar.gz\"";
+    const std::string pack = "touch /tmp/messages; touch /tmp/temp.out; tar -czf " + archive +
+                             " /tmp/*.out /tmp/message*";
+    EXPECT_EQ(i_frame.read("syscallslave.commands"),
+              Times(4, "mkdir -p \"../new\"") + Times(4, "mkdir -p \"../USBdata/to\"") +
+                  Times(3, "rsync -rqx --delete --force \"../from/\" \"../to/\"") +
+                  Times(4, "rm -rf " + archive) + Times(3, pack + " /tmp/*Events.log*") +
+                  Times(4, "rm -rf " + archive) + Times(3, pack));
 }
 
 TEST_F(DiskOperations, ListTheSchemes) {

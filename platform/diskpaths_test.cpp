@@ -1,17 +1,23 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <string>
+
 #include "platform/diskaccess.h"
 
 namespace {
 
-TEST(StoragePaths, JoinedOnesAreFinished) {
-    EXPECT_EQ(systemSchemeDir, "src/panel/schemes");
-    EXPECT_EQ(usbMountDir, "../USBdata/usb0");
-    EXPECT_EQ(usbSwitcherDir, "../USBdata/usb0/switcher");
-    EXPECT_EQ(workingSetDir, "../NANDdata/workingset");
-    EXPECT_EQ(ipConfigDir, "../NANDdata/systemdata/ipconfig");
-    EXPECT_EQ(edlDir, "../NANDdata/EDLfiles");
-    EXPECT_EQ(optionsDir + softwareOptionsFile, "../NANDdata/simapp/data/software.options");
+// A digest (FNV-1a) of all names and texts, so that none changes unseen.
+TEST(StoragePaths, StandAsTheFrameHasThem) {
+    std::string all;
+#define STORAGE_PATH_LINE(name, text) all += #name "=" + name + "\n";
+    STORAGE_PATHS(STORAGE_PATH_LINE)
+#undef STORAGE_PATH_LINE
+    std::uint64_t digest = 0xcbf29ce484222325;
+    for (const char c : all) {
+        digest = (digest ^ static_cast<unsigned char>(c)) * 0x100000001b3;
+    }
+    EXPECT_EQ(digest, 0x13a6e89b20637275U) << all;
 }
 
 TEST(StorageLocation, HasAWord) {

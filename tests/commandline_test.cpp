@@ -91,11 +91,11 @@ TEST_F(CommandLineTest, RunsWithAnyConfiguration) {
         "CPU_RATE=abc\n[section\n= =\nMIN_LOG_SEVERITY=8\n",
         std::string(100000, '[') + '\n' + std::string(1000, '\0'),
     };
-    Controller controller(i_directory);
+    Controller controller(i_directory, {"--revision", "19525"});
     for (const std::string& configuration : configurations) {
         i_directory.write("configuration", configuration);
-        const ProcessResult result = run({"-f", "image", "configuration"});
-        EXPECT_EQ(result.exitValue, 0) << result.out;
+        ExpectRun(run({"-f", "image", "configuration"}), 0,
+                  SuccessfulRun(i_payload, TOOL_REVISION));
     }
     EXPECT_EQ(controller.report("upgrades"), 3);
 }

@@ -114,27 +114,10 @@ TEST_F(DecisionTest, NamesAnImageThatIsNotThere) {
     }
 }
 
-struct MalformedCase {
-    const char* what;
-    std::string file;
-};
-
 TEST_F(DecisionTest, RefusesMalformedImages) {
-    const std::string six = "\n\n\n\n\n\n";
-    const MalformedCase cases[] = {
-        {"empty file", ""},
-        {"six lines", "\n\n\n\n\nEND\n"},
-        {"lower case", six + "end\n" + Payload(300)},
-        {"END on the eighth line", six + "\nEND\n" + Payload(300)},
-        {"END on the sixth line", "\n\n\n\n\nEND\nsomething\n" + Payload(300)},
-        {"blank in front", six + " END\n" + Payload(300)},
-        {"seventh line without newline", six + "END"},
-        {"line of 256 characters", std::string(256, 'x') + six + "END\n" + Payload(300)},
-        {"seventh line of 256 characters", six + "END" + std::string(253, 'x') + "\n"},
-    };
-    for (const MalformedCase& c : cases) {
-        SCOPED_TRACE(c.what);
-        i_directory.write("image", c.file);
+    for (const std::string& file :
+         {std::string(), std::string(256, 'x') + "\n\n\n\n\n\nEND\n" + Payload(300)}) {
+        i_directory.write("image", file);
         expectRefused("image", Transcript()
                                    .notice("Controller is 0\n")
                                    .notice("File name is image\n")

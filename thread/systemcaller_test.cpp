@@ -25,6 +25,7 @@
 #include "tests/support/systemcalls.h"
 #include "tests/support/testdirectory.h"
 #include "tests/support/threadstarts.h"
+#include "tests/support/timingoutslave.h"
 #include "thread/threadregistrar.h"
 
 using testing::ContainsRegex;
@@ -249,29 +250,16 @@ TEST_F(SystemCallerTest, RepeatsACommandThatTimesOut) {
     EXPECT_EQ(Caller().execRetry(secondTimeGood, &brief, -1).commandRC, 768);
 }
 
-/** A script in the slave's place; it finds its two descriptors in $1 and $2. */
-void StartScriptAsSlave(const TestDirectory& directory, const std::string& script) {
-    const std::string path = directory.write("syscallslave", "#!/bin/sh\n" + script);
-    chmod(path.c_str(), S_IRWXU);
-    SystemCaller::instance().initialize(path);
-}
-
 TEST_F(SystemCallerTest, RepeatsAsOftenAsItIsTold) {
     const TestDirectory directory;
-    // Lists the commands, and answers each with e_Error_Timeout.
-    StartScriptAsSlave(directory, R"(
-in=/proc/self/fd/$1 out=/proc/self/fd/$2
-while size=$(head -c 4 <$in | od -An -tu4) && [ -n "$size" ]; do
-    head -c $size <$in >>"$0.commands"
-    printf A >$out
-    head -c 1 <$in >/dev/null
-    printf '\024\357\0\0\0\0\0\0\0\0\0\0\0\0\0\0' >$out
-done)");
+    SystemCaller::instance().initialize(testsupport::WriteTimingOutSlave(directory));
     std::string commands;
     for (const int retries : {0, 1, 3}) {
         EXPECT_EQ(SystemCaller::instance().execRetry("x", nullptr, retries).localRC,
                   e_Error_Timeout);
-        commands += std::string(static_cast<size_t>(retries) + 1, 'x');
+        for (int run = 0; run <= retries; ++run) {
+            commands += "x\n";
+        }
         EXPECT_EQ(directory.read("syscallslave.commands"), commands);
     }
 }
@@ -280,7 +268,10 @@ done)");
 TEST_F(SystemCallerTest, EndsASlaveThatIgnoresTheRequestTo) {
     const TestDirectory directory;
     ASSERT_EQ(mkfifo(directory.path("syscallslave.up").c_str(), S_IRWXU), 0);
-    StartScriptAsSlave(directory, "trap '' TERM; echo up >\"$0.up\"; exec sleep 600");
+    const std::string path = directory.write(
+        "syscallslave", "#!/bin/sh\ntrap '' TERM; echo up >\"$0.up\"; exec sleep 600");
+    chmod(path.c_str(), S_IRWXU);
+    SystemCaller::instance().initialize(path);
     EXPECT_EQ(directory.read("syscallslave.up"), "up\n");
     SystemCaller::instance().destroy();
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);

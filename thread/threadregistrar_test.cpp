@@ -156,21 +156,30 @@ TEST(ThreadRegistrar, ForkedChildOfACriticalThreadCanLog) {
 
 TEST(ThreadRegistrar, SlotsAndNamesMayBeReadWhileOthersChangeThem) {
     std::atomic<bool> stop{false};
+    std::atomic<int> readings{0};
+    int writersSeen = 0;
     std::thread reader([&] {
         while (!stop) {
             EXPECT_FALSE(IsCurrentThreadCritical());
             EXPECT_EQ(Registrar().describeThread(), Plain());
-            Registrar().listThreads();
+            const std::string list = Registrar().listThreads();
+            writersSeen += list.find("Name: writer") != std::string::npos ? 1 : 0;
+            ++readings;
         }
     });
     for (int i = 0; i < 200; ++i) {
-        OnFreshThread([] {
+        OnFreshThread([&] {
             Registrar().registerName("writer");
             Registrar().registerFieldMain(1);
+            // The second reading from now on began behind the registration.
+            for (const int before = readings; readings < before + 2;) {
+                std::this_thread::yield();
+            }
         });
     }
     stop = true;
     reader.join();
+    EXPECT_GE(writersSeen, 200);
 }
 
 }  // namespace
