@@ -31,13 +31,15 @@ Console::e_Log LogOf(bool quiet, bool logOnError) {
 
 }  // namespace
 
-Console::Console(bool quiet, bool logOnError)
+Console::Console(bool quiet, bool logOnError, bool toJournal)
     : i_quiet(quiet),
       i_log(LogOf(quiet, logOnError)),
-      i_errors(LeadToOnePlace() ? nullptr : std::make_unique<OutputQueue>()) {}
+      i_errors(LeadToOnePlace() ? nullptr : std::make_unique<OutputQueue>()),
+      i_journal(toJournal && !quiet && Journal::listens() ? std::make_unique<Journal>() : nullptr) {
+}
 
 void Console::log(const char* bytes, std::size_t count) {
-    if (i_log == e_Log_None) {
+    if (i_log == e_Log_None || i_journal) {
         return;
     }
     eraseProgress();
@@ -45,6 +47,22 @@ void Console::log(const char* bytes, std::size_t count) {
         errors().put(STDERR_FILENO, std::string(bytes, count));
     } else {
         i_outputs.put(STDOUT_FILENO, std::string(bytes, count));
+    }
+}
+
+void Console::log(const toollog::LogLine& report) {
+    if (i_journal) {
+        i_journal->report(report);
+    }
+}
+
+void Console::close(const std::string& text, const std::string& cause, bool isFailure) {
+    if (i_journal) {
+        i_journal->close(text, cause, isFailure);
+    } else if (isFailure) {
+        error(text);
+    } else {
+        note(text);
     }
 }
 
@@ -94,11 +112,13 @@ void Console::eraseProgress() {
 
 int Console::finish(Signals& signals) {
     eraseProgress();
-    const std::size_t dropped = i_outputs.dropped() + (i_errors ? i_errors->dropped() : 0);
+    const std::size_t dropped = i_outputs.dropped() + (i_errors ? i_errors->dropped() : 0) +
+                                (i_journal ? i_journal->queue().dropped() : 0);
     if (dropped != 0) {
         error(std::to_string(dropped) + " bytes of output were dropped: nobody read them in time");
     }
-    for (OutputQueue* queue : {&errors(), &i_outputs}) {
+    for (OutputQueue* queue :
+         {&errors(), &i_outputs, i_journal ? &i_journal->queue() : &i_outputs}) {
         while (!queue->drain(BETWEEN_SIGNALS)) {
             if (const int signal = signals.take()) {
                 return signal;

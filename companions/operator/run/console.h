@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "companions/operator/run/journal.h"
 #include "companions/operator/run/outputqueue.h"
 #include "companions/operator/run/signals.h"
 
@@ -21,11 +22,17 @@ class Console {
         e_Log_None,
     };
 
-    /** `quiet` leaves out the log, the progress and the notes. */
-    Console(bool quiet, bool logOnError);
+    /**
+     * `quiet` leaves out the log, the progress and the notes. With `toJournal`, log and closing
+     * line go to the system's journal and nowhere else, if there is one.
+     */
+    Console(bool quiet, bool logOnError, bool toJournal);
 
-    /** The tool's output, byte for byte. */
+    /** The tool's output, byte for byte, and the same as reports, for the journal. */
     void log(const char* bytes, std::size_t count);
+    void log(const toollog::LogLine& report);
+    /** The closing line. */
+    void close(const std::string& text, const std::string& cause, bool isFailure);
     /** A line on standard error, with the program's name before it; an error is never left out. */
     void error(const std::string& text);
     void note(const std::string& text);
@@ -54,6 +61,7 @@ class Console {
     OutputQueue i_outputs;
     /** Null if both lead to one place. */
     std::unique_ptr<OutputQueue> i_errors;
+    std::unique_ptr<Journal> i_journal;
     bool i_drawn = false;
 };
 

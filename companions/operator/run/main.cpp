@@ -32,7 +32,7 @@ class Session {
         : i_settings(settings),
           i_start(TimeText()),
           i_started(Clock::now()),
-          i_console(settings.quiet, settings.reportOnOutput()),
+          i_console(settings.quiet, settings.reportOnOutput(), settings.journal),
           i_progress(settings, i_console) {}
 
     /** The exit value. */
@@ -94,11 +94,8 @@ class Session {
         const int exitValue = ExitValueOf(i_outcome, i_settings);
         i_progress.end(toollog::CAUSE_ROWS[i_outcome.cause].words, exitValue);
         const std::string line = HappenedText(i_outcome) + "; " + NextStepOf(i_outcome);
-        if (i_outcome.tool || exitValue == 0) {
-            i_console.note(line);
-        } else {
-            i_console.error(line);
-        }
+        i_console.close(line, toollog::CAUSE_ROWS[i_outcome.cause].words,
+                        !i_outcome.tool && exitValue != 0);
         const int signal = i_console.finish(i_signals);
         i_progress.finish();
         return signal == 0 ? exitValue : SIGNAL_OFFSET + signal;

@@ -18,21 +18,15 @@ namespace {
  */
 constexpr std::size_t PIECE = 65536;
 
-struct Piece {
-    int descriptor;
-    std::string bytes;
-};
-
 /** False once the descriptor can't be written any more. */
-bool WriteAll(const Piece& piece) {
+bool WriteAll(int descriptor, const std::string& bytes) {
     std::size_t written = 0;
-    while (written < piece.bytes.size()) {
-        const ssize_t count =
-            write(piece.descriptor, piece.bytes.data() + written, piece.bytes.size() - written);
+    while (written < bytes.size()) {
+        const ssize_t count = write(descriptor, bytes.data() + written, bytes.size() - written);
         if (count >= 0) {
             written += static_cast<std::size_t>(count);
         } else if (errno == EAGAIN) {  // somebody else has made it non-blocking
-            pollfd ready = {piece.descriptor, POLLOUT, 0};
+            pollfd ready = {descriptor, POLLOUT, 0};
             poll(&ready, 1, -1);
         } else if (errno != EINTR) {
             return false;
@@ -42,6 +36,14 @@ bool WriteAll(const Piece& piece) {
 }
 
 }  // namespace
+
+/** Bytes for a descriptor, or what a function sends, whose size is all that counts here. */
+struct OutputQueue::Piece {
+    int descriptor;
+    std::string bytes;
+    std::function<void()> send;
+    std::size_t size;
+};
 
 struct OutputQueue::State {
     std::mutex mutex;
@@ -64,20 +66,30 @@ OutputQueue::~OutputQueue() {
 }
 
 void OutputQueue::put(int descriptor, const std::string& bytes) {
+    add({descriptor, bytes, nullptr, bytes.size()});
+}
+
+void OutputQueue::put(std::function<void()> send, std::size_t bytes) {
+    add({-1, "", std::move(send), bytes});
+}
+
+void OutputQueue::add(Piece piece) {
     const std::lock_guard<std::mutex> lock(i_state->mutex);
-    if (i_state->waiting + bytes.size() > LIMIT) {
-        i_state->dropped += bytes.size();
+    if (i_state->waiting + piece.size > LIMIT) {
+        i_state->dropped += piece.size;
         return;
     }
+    i_state->waiting += piece.size;
     std::deque<Piece>& pieces = i_state->pieces;
-    const bool joins = !pieces.empty() && pieces.back().descriptor == descriptor &&
-                       pieces.back().bytes.size() + bytes.size() <= PIECE;
+    const bool joins = !piece.send && !pieces.empty() && !pieces.back().send &&
+                       pieces.back().descriptor == piece.descriptor &&
+                       pieces.back().size + piece.size <= PIECE;
     if (joins) {
-        pieces.back().bytes += bytes;
+        pieces.back().bytes += piece.bytes;
+        pieces.back().size += piece.size;
     } else {
-        pieces.push_back({descriptor, bytes});
+        pieces.push_back(std::move(piece));
     }
-    i_state->waiting += bytes.size();
     i_state->changed.notify_all();
 }
 
@@ -106,11 +118,13 @@ void OutputQueue::write(const std::shared_ptr<State>& state) {
         const Piece piece = std::move(state->pieces.front());
         state->pieces.pop_front();
         lock.unlock();
-        if (lost.count(piece.descriptor) == 0 && !WriteAll(piece)) {
+        if (piece.send) {
+            piece.send();
+        } else if (lost.count(piece.descriptor) == 0 && !WriteAll(piece.descriptor, piece.bytes)) {
             lost.insert(piece.descriptor);
         }
         lock.lock();
-        state->waiting -= piece.bytes.size();
+        state->waiting -= piece.size;
         state->changed.notify_all();
     }
 }

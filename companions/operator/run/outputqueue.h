@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -31,6 +32,8 @@ class OutputQueue {
 
     /** Never waits. Bytes above the limit are dropped. */
     void put(int descriptor, const std::string& bytes);
+    /** The same for what is no descriptor: the queue's thread calls `send` once. */
+    void put(std::function<void()> send, std::size_t bytes);
     /** Whether all has been written. */
     bool empty() const;
     /** Waits until all has been written, at most for this long; whether it has. */
@@ -39,7 +42,9 @@ class OutputQueue {
     std::size_t dropped() const;
 
   private:
+    struct Piece;
     struct State;
+    void add(Piece piece);
     static void write(const std::shared_ptr<State>& state);
 
     /** Shared with the thread, which may outlive the object in a write that never ends. */

@@ -60,6 +60,8 @@ void AddReporting(const commandline::Program& program, Settings& settings) {
         .typeName("FILE");
     program.flag("--quiet", settings.quiet,
                  "Leave out the log, the progress and the closing line, not errors");
+    program.flag("--journal", settings.journal,
+                 "Send the log to the system's journal, if there is one, not to standard output");
     const auto descriptor = program
                                 .option("--progress-fd", settings.progressDescriptor,
                                         "Descriptor for --progress json, a line for each change")

@@ -24,6 +24,7 @@ struct Settings {
     /** Empty: no report. REPORT_ON_OUTPUT: on standard output. */
     std::string reportFile;
     bool quiet = false;
+    bool journal = false;
     std::string progress = PROGRESS_LINE;
     /** For JSON. */
     int progressDescriptor = -1;

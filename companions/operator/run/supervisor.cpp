@@ -32,7 +32,12 @@ Course Supervisor::run(const Command& command, e_Log log) {
     if (course.startError != 0) {
         return course;
     }
-    toollog::LogReader reader([&](const toollog::LogLine& line) { course.record.take(line); });
+    toollog::LogReader reader([&](const toollog::LogLine& line) {
+        course.record.take(line);
+        if (log == e_Log_Shown) {
+            i_console.log(line);
+        }
+    });
     watch(tool, reader, course);
     i_inhibitor.stop();
     course.ending = tool.wait();

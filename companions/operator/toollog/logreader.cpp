@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 namespace toollog {
 
@@ -114,11 +115,22 @@ void LogReader::takeLine() {
 void LogReader::handOver() {
     if (!i_report.empty()) {
         const std::size_t end = i_report.rfind(POSITION);
-        i_sink({i_severity, i_report.substr(i_message, end == std::string::npos || end < i_message
-                                                           ? std::string::npos
-                                                           : end - i_message)});
+        const bool whole = end != std::string::npos && end >= i_message;
+        LogLine report{i_severity, i_report.substr(i_message, whole ? end - i_message : end)};
+        if (whole) {
+            addPosition(report, end + strlen(POSITION));
+        }
+        i_sink(report);
     }
     i_report.clear();
+}
+
+void LogReader::addPosition(LogLine& report, std::size_t from) const {
+    const std::size_t colon = i_report.rfind(':');
+    if (colon != std::string::npos && colon > from) {
+        report.file = i_report.substr(from, colon - from);
+        report.line = i_report.substr(colon + 1, i_report.rfind('.') - colon - 1);
+    }
 }
 
 void LogReader::finish() {

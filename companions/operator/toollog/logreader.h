@@ -10,6 +10,9 @@ namespace toollog {
 struct LogLine {
     std::string severity;
     std::string message;
+    /** Where the tool reports it; empty if the report was cut off before that. */
+    std::string file = {};
+    std::string line = {};
 };
 
 /**
@@ -46,6 +49,7 @@ class LogReader {
     void takeLine();
     bool begins(const std::string& line, Start& start);
     void handOver();
+    void addPosition(LogLine& report, std::size_t from) const;
 
     Sink i_sink;
     /** The line that is arriving, and the report that it may belong to. */

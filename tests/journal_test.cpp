@@ -1,0 +1,151 @@
+/** tolmira_run with the journal as its log: a socket at the journal's place, in a /run of its own.
+ */
+#include <gmock/gmock.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <map>
+#include <sstream>
+#include <thread>
+
+#include "companions/operator/toollog/logreader.h"
+#include "tests/upgradefixture.h"
+
+using testing::AllOf;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Key;
+using testing::Not;
+using testing::Pair;
+using testsupport::Payload;
+using testsupport::ProcessResult;
+using testsupport::RunProcess;
+
+namespace {
+
+using Entry = std::map<std::string, std::string>;
+
+Entry ParseEntry(const std::string& datagram) {
+    Entry entry;
+    std::istringstream lines(datagram);
+    for (std::string line; getline(lines, line);) {
+        const std::size_t equals = line.find('=');
+        entry[line.substr(0, equals)] = equals == std::string::npos ? "" : line.substr(equals + 1);
+    }
+    return entry;
+}
+
+/** Listens in the journal's place, and reads all the time: a socket keeps few datagrams. */
+class JournalSocket {
+  public:
+    /** To be called in a mount namespace of this process's own; `listens()` is false elsewhere. */
+    JournalSocket() {
+        i_mounted = mount("tmpfs", "/run", "tmpfs", 0, nullptr) == 0;
+        if (!i_mounted) {
+            return;
+        }
+        std::filesystem::create_directories("/run/systemd/journal");
+        sockaddr_un address = {AF_UNIX, "/run/systemd/journal/socket"};
+        i_fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        i_listens = bind(i_fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        i_reader = std::thread([this] { read(); });
+    }
+    ~JournalSocket() {
+        stop();
+        if (i_mounted) {
+            umount2("/run", MNT_DETACH);
+        }
+    }
+
+    bool listens() const { return i_listens; }
+
+    /** Everything that has been sent. */
+    const std::vector<Entry>& stop() {
+        if (i_reader.joinable()) {
+            shutdown(i_fd, SHUT_RDWR);
+            i_reader.join();
+            close(i_fd);
+        }
+        return i_entries;
+    }
+
+  private:
+    void read() {
+        char buffer[65536];
+        for (;;) {
+            const ssize_t count = recv(i_fd, buffer, sizeof buffer, 0);
+            if (count <= 0) {
+                return;
+            }
+            i_entries.push_back(ParseEntry(std::string(buffer, static_cast<std::size_t>(count))));
+        }
+    }
+
+    bool i_mounted = false;
+    bool i_listens = false;
+    int i_fd = -1;
+    std::vector<Entry> i_entries;
+    std::thread i_reader;
+};
+
+using JournalTest = UpgradeTest;
+
+std::vector<toollog::LogLine> ReportsIn(const std::string& output) {
+    std::vector<toollog::LogLine> reports;
+    toollog::LogReader reader([&](const toollog::LogLine& line) { reports.push_back(line); });
+    reader.take(output.data(), output.size());
+    reader.finish();
+    return reports;
+}
+
+std::string WithoutNewline(const std::string& message) {
+    return message.substr(0, message.find_last_not_of('\n') + 1);
+}
+
+const std::vector<std::string> TO_JOURNAL = {"--journal", "-f", "image", "configuration"};
+
+TEST_F(JournalTest, GetsEachReportOnceAndNobodyElseDoes) {
+    writeImage(Payload(600));
+    Controller controller(i_directory, {"--faults", "result=1@1.1"});
+    const ProcessResult plain = RunProcess(TOLMIRA_RUN, TO_JOURNAL, i_directory.path());
+    EXPECT_THAT(plain.out, HasSubstr("Page 2 sent successfully"))
+        << "no journal, nothing changes";
+
+    (void)controller.stop();
+    const Controller other(i_directory, {"--faults", "result=1@1.1"});
+    JournalSocket journal;
+    if (!journal.listens()) {
+        GTEST_SKIP() << "this machine permits no /run of its own";
+    }
+    const ProcessResult result = RunProcess(TOLMIRA_RUN, TO_JOURNAL, i_directory.path());
+    EXPECT_EQ(result.exitValue, 0);
+    EXPECT_EQ(result.out + result.err, "");
+
+    std::vector<Entry> entries = journal.stop();
+    const std::vector<toollog::LogLine> reports = ReportsIn(plain.out);
+    ASSERT_EQ(entries.size(), reports.size() + 1);
+    EXPECT_THAT(entries.back(),
+                AllOf(Contains(Pair("TOLMIRA_CAUSE", "upgraded")), Contains(Pair("PRIORITY", "5")),
+                      Not(Contains(Key("CODE_FILE")))));
+    for (std::size_t i = 0; i < reports.size(); ++i) {
+        EXPECT_EQ(entries[i]["MESSAGE"], WithoutNewline(reports[i].message));
+        EXPECT_EQ(entries[i]["CODE_FILE"] + ':' + entries[i]["CODE_LINE"],
+                  reports[i].file + ':' + reports[i].line);
+        EXPECT_EQ(entries[i]["PRIORITY"], reports[i].severity == "NOTICE"    ? "5"
+                                          : reports[i].severity == "WARNING" ? "4"
+                                                                             : "2");
+    }
+    std::vector<std::string> pages;
+    for (Entry& entry : entries) {
+        if (entry.count("TOLMIRA_PAGE") != 0) {
+            pages.push_back(entry["TOLMIRA_PAGE"]);
+            EXPECT_EQ(entry["CODE_FILE"], "tool/pagetransfer.cpp");
+        }
+    }
+    EXPECT_THAT(pages, testing::ElementsAre("0", "1", "1", "2"));
+}
+
+}  // namespace
