@@ -92,9 +92,8 @@ TEST_F(CompanionsTest, EndWhenTheHostHasGone) {
     const ProcessResult result = controller.wait();
     EXPECT_EQ(result.exitValue, 0);
     EXPECT_THAT(result.err, HasSubstr("trace: host sends page 1, attempt 1, CRC "));
-    EXPECT_THAT(
-        result.out,
-        StartsWith("{\"format\": 1, \"flash_pages\": 2, \"flash_bytes\": 512, \"checksum\": \""));
+    EXPECT_THAT(result.out,
+                StartsWith("{\"format\":1,\"flash_pages\":2,\"flash_bytes\":512,\"checksum\":\""));
 }
 
 TEST_F(CompanionsTest, ServeNoObjectThatIsInUse) {

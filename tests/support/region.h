@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "companions/simulator/controller/sharedregion.h"
+
 namespace testsupport {
 
 /**
@@ -12,9 +14,6 @@ class Region {
   public:
     /** Throws std::runtime_error if it cannot be mapped. */
     Region();
-    ~Region();
-    Region(const Region&) = delete;
-    Region& operator=(const Region&) = delete;
 
     uint32_t word(unsigned address) const {
         return __atomic_load_n(i_words + address, __ATOMIC_ACQUIRE);
@@ -26,8 +25,8 @@ class Region {
     unsigned char byte(unsigned address) const { return static_cast<unsigned char>(word(address)); }
 
   private:
-    void* i_base;
-    uint32_t* i_words;
+    controller::SharedRegion i_region;
+    uint32_t* i_words = nullptr;
 };
 
 }  // namespace testsupport

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "tests/support/testdirectory.h"
+
 namespace testsupport {
 
 /**
@@ -12,22 +14,26 @@ namespace testsupport {
  */
 class RunDirectory {
   public:
-    RunDirectory();
-    ~RunDirectory();
-    RunDirectory(const RunDirectory&) = delete;
-    RunDirectory& operator=(const RunDirectory&) = delete;
+    RunDirectory() {
+        writeOptions("");
+        write("configuration", "");
+    }
 
     /** The working directory of the run. */
-    std::string path() const { return i_base + "/run"; }
+    std::string path() const { return i_frame.path("run"); }
     std::string path(const std::string& fileName) const { return path() + "/" + fileName; }
-    std::string optionsFile() const { return i_base + "/NANDdata/simapp/data/software.options"; }
+    std::string optionsFile() const { return i_frame.path(OPTIONS); }
 
     /** Writes a file of the working directory. */
-    void write(const std::string& fileName, const std::string& contents) const;
-    void writeOptions(const std::string& contents) const;
+    void write(const std::string& fileName, const std::string& contents) const {
+        i_frame.write("run/" + fileName, contents);
+    }
+    void writeOptions(const std::string& contents) const { i_frame.write(OPTIONS, contents); }
 
   private:
-    std::string i_base;
+    static constexpr char OPTIONS[] = "NANDdata/simapp/data/software.options";
+
+    TestDirectory i_frame;
 };
 
 }  // namespace testsupport

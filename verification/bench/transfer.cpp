@@ -15,7 +15,6 @@
 
 #include "companions/commandline/commandline.h"
 #include "companions/simulator/controller/sharedregion.h"
-#include "link/mailbox.h"
 #include "tests/support/privateshm.h"
 #include "tests/support/rundirectory.h"
 #include "verification/bench/barehost.h"
@@ -58,15 +57,12 @@ class Bench {
     Settings i_settings;
     testsupport::RunDirectory i_directory;
     controller::SharedRegion i_region;
-    volatile uint32_t* i_mailbox = nullptr;
 };
 
 Bench::Bench(const Settings& settings) : i_settings(settings) {
-    if (!i_region.open("/resource0", REGION_SIZE)) {
+    if (!i_region.open("/resource0")) {
         throw std::runtime_error(i_region.error());
     }
-    i_mailbox = reinterpret_cast<volatile uint32_t*>(static_cast<char*>(i_region.address()) +
-                                                     MAILBOX_OFFSET);
     i_directory.write("image",
                       "\n\n\n\n\n\nEND\n" + std::string(size_t{settings.pages} * 256, '\0'));
 }
@@ -77,7 +73,7 @@ double PerByte(const Transfer& transfer) {
 
 template <typename Host>
 double Bench::nanosecondsPerByte(Host host) {
-    FarSide farSide(i_mailbox, i_settings.farProcessor);
+    FarSide farSide(i_region.mailbox(), i_settings.farProcessor);
     farSide.expect(i_settings.pages);
     RunPinned(i_settings.hostProcessor, EXIT_SUCCESS, [&] {
         // Made here: what this process holds would count for the tool, which is forked from it.
@@ -88,7 +84,7 @@ double Bench::nanosecondsPerByte(Host host) {
 }
 
 ToolRun Bench::runTool() {
-    FarSide farSide(i_mailbox, i_settings.farProcessor);
+    FarSide farSide(i_region.mailbox(), i_settings.farProcessor);
     farSide.expect(i_settings.pages);
     ToolRun run;
     run.usage = RunPinned(i_settings.hostProcessor, EXIT_SUCCESS,
@@ -113,12 +109,13 @@ void Bench::run() {
     long peakKilobytes = 0;
     for (unsigned round = 0; round < i_settings.rounds; ++round) {
         const double hardPolling = nanosecondsPerByte(
-            [&](const auto& frames) { SendUpgradePlainly(i_mailbox, frames, 0); });
+            [&](const auto& frames) { SendUpgradePlainly(i_region.mailbox(), frames, 0); });
         const ToolRun toolRun = runTool();
-        const double shortRest = nanosecondsPerByte(
-            [&](const auto& frames) { SendUpgradePlainly(i_mailbox, frames, SHORT_REST); });
+        const double shortRest = nanosecondsPerByte([&](const auto& frames) {
+            SendUpgradePlainly(i_region.mailbox(), frames, SHORT_REST);
+        });
         ruled.add(nanosecondsPerByte(
-            [&](const auto& frames) { SendUpgradeByTheRules(i_mailbox, frames); }));
+            [&](const auto& frames) { SendUpgradeByTheRules(i_region.mailbox(), frames); }));
         const double least = std::min(hardPolling, shortRest);
         const double own = PerByte(toolRun.transfer);
         tool.add(own);

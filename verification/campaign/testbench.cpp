@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "link/mailbox.h"
 #include "tests/support/transcript.h"
 
 namespace campaign {
@@ -21,7 +20,7 @@ std::string CopyOf(const std::string& program, const testsupport::RunDirectory& 
 
 TestBench::TestBench(const Programs& programs)
     : i_tool(CopyOf(programs.tool, i_directory), programs.library) {
-    if (!i_region.open("/resource0", REGION_SIZE)) {
+    if (!i_region.open("/resource0")) {
         throw std::runtime_error("shared memory /resource0: " + i_region.error());
     }
 }
@@ -36,9 +35,7 @@ void TestBench::writeImage(const Scenario& scenario) {
 
 std::unique_ptr<EmbeddedController> TestBench::prepare(const Scenario& scenario) {
     writeImage(scenario);
-    auto* words =
-        reinterpret_cast<uint32_t*>(static_cast<char*>(i_region.address()) + MAILBOX_OFFSET);
-    return std::make_unique<EmbeddedController>(scenario, words);
+    return std::make_unique<EmbeddedController>(scenario, i_region.mailbox());
 }
 
 void TestBench::start(const Scenario& scenario, uint64_t killAtLock) {

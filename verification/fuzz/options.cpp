@@ -1,38 +1,29 @@
 #include "platform/options.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <set>
 #include <string>
 
+#include "tests/support/framedirectory.h"
 #include "verification/fuzz/fuzzing.h"
 
 /** A byte for the platform, and software.options. */
 namespace {
 
-/** The frame's storage in a folder of its own, from whose `run` the file, in memory, is found. */
+/** The frame's storage, with software.options in memory. */
 class Storage {
   public:
-    Storage() : i_base(std::filesystem::temp_directory_path() / "tolmira_fuzz_XXXXXX") {
-        REQUIRE(mkdtemp(i_base.data()) != nullptr);
-        std::filesystem::create_directories(i_base + "/NANDdata/simapp/data");
+    Storage() {
+        std::filesystem::create_directories(i_frame.path("NANDdata/simapp/data"));
         std::filesystem::create_symlink(i_file.path(),
-                                        i_base + "/NANDdata/simapp/data/software.options");
-        std::filesystem::create_directory(i_base + "/run");
-        std::filesystem::current_path(i_base + "/run");
+                                        i_frame.path("NANDdata/simapp/data/software.options"));
     }
-    ~Storage() {
-        std::error_code ignored;
-        std::filesystem::remove_all(i_base, ignored);
-    }
-    Storage(const Storage&) = delete;
-    Storage& operator=(const Storage&) = delete;
 
     void write(const std::string& contents) { i_file.write(contents); }
 
   private:
     fuzzing::MemoryFile i_file;
-    std::string i_base;
+    testsupport::FrameDirectory i_frame;
 };
 
 bool IsHalfMeMode(e_SwitcherMode mode) {

@@ -1,9 +1,9 @@
 #include "companions/operator/inspect/answer.h"
 
-#include <nlohmann/json.hpp>
 #include <ostream>
 
 #include "companions/commandline/printable.h"
+#include "companions/jsonvalue/jsonvalue.h"
 
 namespace inspect {
 
@@ -11,7 +11,6 @@ namespace {
 
 using commandline::ChecksumText;
 using commandline::Printable;
-using Json = nlohmann::ordered_json;
 
 bool HasLastPage(const Layout& layout) {
     return layout.pages != 0 && layout.lastPageContent >= 0;
@@ -51,12 +50,12 @@ void PrintOne(std::ostream& out, const Inspection& inspection) {
     }
 }
 
-Json JsonOf(const Inspection& inspection) {
-    Json object = {{"file", inspection.file},
-                   {"verdict", WordsOf(inspection.verdict)},
-                   {"sendable", inspection.verdict == e_Verdict_Sendable},
-                   {"reason", inspection.reason},
-                   {"header", inspection.header}};
+JsonValue JsonOf(const Inspection& inspection) {
+    JsonValue object = {{"file", inspection.file},
+                        {"verdict", WordsOf(inspection.verdict)},
+                        {"sendable", inspection.verdict == e_Verdict_Sendable},
+                        {"reason", inspection.reason},
+                        {"header", inspection.header}};
     if (inspection.size) {
         object["size"] = *inspection.size;
     }
@@ -94,11 +93,11 @@ void PrintAsText(std::ostream& out, const std::vector<Inspection>& inspections) 
 }
 
 void PrintAsJson(std::ostream& out, const std::vector<Inspection>& inspections) {
-    Json answer = {{"format", 1}, {"images", Json::array()}};
+    JsonValue answer = {{"format", 1}, {"images", JsonValue::array()}};
     for (const Inspection& inspection : inspections) {
         answer["images"].push_back(JsonOf(inspection));
     }
-    out << answer.dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
+    out << answer.dump(1) << '\n';
 }
 
 }  // namespace inspect

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "companions/commandline/failure.h"
+#include "companions/jsonvalue/jsonvalue.h"
 #include "link/mailbox.h"
 #include "memory/hostlock.h"
 #include "tool/versioninfo.h"
@@ -14,8 +14,6 @@
 namespace status {
 
 namespace {
-
-using JsonObject = nlohmann::ordered_json;
 
 struct Word {
     unsigned address;
@@ -61,10 +59,10 @@ std::string Host(const Snapshot& snapshot) {
     return HostState(snapshot) + (snapshot.host ? ", " + ProcessText(*snapshot.host) : "");
 }
 
-JsonObject HostObject(const Snapshot& snapshot) {
+JsonValue HostObject(const Snapshot& snapshot) {
     const pid_t pid = snapshot.host.value_or(0);
-    JsonObject object = {{"state", HostState(snapshot)},
-                         {"pid", pid != 0 ? JsonObject(pid) : JsonObject(nullptr)}};
+    JsonValue object = {{"state", HostState(snapshot)},
+                        {"pid", pid != 0 ? JsonValue(pid) : JsonValue(nullptr)}};
     if (snapshot.leftByAKilledRun()) {
         object["next_step"] = NEXT_STEP;
     }
@@ -86,8 +84,8 @@ std::string UpperBits(const Snapshot& snapshot) {
 }
 
 /** An object by the addresses, which JSON wants as texts. */
-JsonObject UpperBitsObject(const Snapshot& snapshot) {
-    JsonObject object = JsonObject::object();
+JsonValue UpperBitsObject(const Snapshot& snapshot) {
+    JsonValue object = JsonValue::object();
     for (const auto& [address, bits] : snapshot.upperBits()) {
         object[std::to_string(address)] = bits;
     }
@@ -99,7 +97,7 @@ std::string Direction(const Snapshot& snapshot, unsigned state, unsigned flag, u
            "; data: " + Hex(snapshot.byte(data), 2);
 }
 
-JsonObject DirectionObject(const Snapshot& snapshot, unsigned state, unsigned flag, unsigned data) {
+JsonValue DirectionObject(const Snapshot& snapshot, unsigned state, unsigned flag, unsigned data) {
     return {{"state", NameOf(snapshot, state)},
             {"state_value", snapshot.byte(state)},
             {"flag", NameOf(snapshot, flag)},
@@ -117,7 +115,7 @@ std::string Revisions(const Snapshot& snapshot) {
 }
 
 /** What both forms of JSON have. */
-JsonObject Opening(const Snapshot& snapshot) {
+JsonValue Opening(const Snapshot& snapshot) {
     return {{"format", 1},
             {"present", snapshot.present()},
             {"revision", snapshot.revision()},
@@ -148,7 +146,7 @@ std::string Text(const Snapshot& snapshot) {
 }
 
 std::string Json(const Snapshot& snapshot) {
-    JsonObject object = Opening(snapshot);
+    JsonValue object = Opening(snapshot);
     object["receive"] =
         DirectionObject(snapshot, MAILBOX_RX_STATE, MAILBOX_RX_FLAG, MAILBOX_RX_DATA);
     object["send"] = DirectionObject(snapshot, MAILBOX_TX_STATE, MAILBOX_TX_FLAG, MAILBOX_TX_DATA);
@@ -170,7 +168,7 @@ std::string ShortJson(const Snapshot& snapshot) {
     if (!snapshot.failure.empty()) {
         return commandline::FailureAsJson(snapshot.failure, e_Exit_NoObject);
     }
-    JsonObject object = Opening(snapshot);
+    JsonValue object = Opening(snapshot);
     object["receive"] = NameOf(snapshot, MAILBOX_RX_STATE);
     object["send"] = NameOf(snapshot, MAILBOX_TX_STATE);
     object["upper_bits"] = UpperBitsObject(snapshot);

@@ -8,18 +8,17 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <nlohmann/json.hpp>
 #include <sstream>
 #include <stdexcept>
 
 #include "companions/commandline/commandline.h"
 #include "companions/commandline/failure.h"
+#include "companions/jsonvalue/jsonvalue.h"
 #include "companions/registers/velnor_regs/outline.h"
 #include "cpputils/include/standarddescriptors.h"
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Outline = std::vector<regs::GroupOutline>;
 
 /** An address map by the design that it is named after, and all designs that have it. */
@@ -46,48 +45,48 @@ std::vector<AddressMap> AddressMaps() {
     return maps;
 }
 
-Json Repeated(Json object, const regs::Repeat& repeat) {
+JsonValue Repeated(JsonValue object, const regs::Repeat& repeat) {
     object["count"] = repeat.count;
     object["step"] = repeat.step;
     return object;
 }
 
 /** Left out where there is none. */
-void AddText(Json& object, const char* name, const std::string& text) {
+void AddText(JsonValue& object, const char* name, const std::string& text) {
     if (!text.empty()) {
         object[name] = text;
     }
 }
 
-Json JsonOf(const regs::MemberOutline& member) {
-    Json fields = Json::array();
+JsonValue JsonOf(const regs::MemberOutline& member) {
+    JsonValue fields = JsonValue::array();
     for (const regs::FieldOutline& field : member.fields) {
-        Json object = Repeated({{"name", field.name}, {"mask", field.mask}, {"shift", field.shift}},
-                               field.repeat);
+        JsonValue object = Repeated(
+            {{"name", field.name}, {"mask", field.mask}, {"shift", field.shift}}, field.repeat);
         AddText(object, "access", regs::AccessText(field.said.access));
         if (field.said.reset) {
             object["reset"] = *field.said.reset;
         }
         fields.push_back(std::move(object));
     }
-    Json object = Repeated({{"name", member.name},
-                            {"memory", member.isMemory},
-                            {"offset", member.offset},
-                            {"words", member.words}},
-                           member.repeat);
+    JsonValue object = Repeated({{"name", member.name},
+                                 {"memory", member.isMemory},
+                                 {"offset", member.offset},
+                                 {"words", member.words}},
+                                member.repeat);
     AddText(object, "about", member.said.about);
     object["fields"] = std::move(fields);
     return object;
 }
 
-Json JsonOf(const AddressMap& map) {
-    Json groups = Json::array();
+JsonValue JsonOf(const AddressMap& map) {
+    JsonValue groups = JsonValue::array();
     for (const regs::GroupOutline& group : map.outline) {
-        Json object =
+        JsonValue object =
             Repeated({{"domain", group.domain}, {"name", group.name}, {"address", group.address}},
                      group.repeat);
         AddText(object, "about", group.said.about);
-        Json& members = object["members"] = Json::array();
+        JsonValue& members = object["members"] = JsonValue::array();
         for (const regs::MemberOutline& member : group.members) {
             members.push_back(JsonOf(member));
         }
@@ -97,7 +96,7 @@ Json JsonOf(const AddressMap& map) {
 }
 
 /** How much there is of what in a map. */
-Json SummaryOf(const AddressMap& map) {
+JsonValue SummaryOf(const AddressMap& map) {
     const regs::Counts counts = regs::CountsOf(map.outline);
     return {{"design", map.design},
             {"designs", map.designs},
@@ -107,14 +106,14 @@ Json SummaryOf(const AddressMap& map) {
             {"fields", counts.fields}};
 }
 
-Json OverviewOf(const std::vector<AddressMap>& maps) {
+JsonValue OverviewOf(const std::vector<AddressMap>& maps) {
     std::vector<Outline> outlines;
-    Json summaries = Json::array();
+    JsonValue summaries = JsonValue::array();
     for (const AddressMap& map : maps) {
         outlines.push_back(map.outline);
         summaries.push_back(SummaryOf(map));
     }
-    Json differences = Json::array();
+    JsonValue differences = JsonValue::array();
     for (const regs::Difference& difference : regs::DifferencesOf(outlines)) {
         differences.push_back({{"path", difference.path}, {"values", difference.values}});
     }
@@ -126,9 +125,9 @@ Json OverviewOf(const std::vector<AddressMap>& maps) {
 }
 
 /** Fills the parts of a page and writes it. */
-class Press {
+class Pages {
   public:
-    Press(std::string assets, std::string output, const std::vector<AddressMap>& maps)
+    Pages(std::string assets, std::string output, const std::vector<AddressMap>& maps)
         : i_assets(std::move(assets)), i_output(std::move(output)) {
         i_pages.emplace_back("index", "Differences");
         for (const AddressMap& map : maps) {
@@ -137,7 +136,7 @@ class Press {
     }
 
     void write(const std::string& page, const std::string& title, const std::string& script,
-               const Json& data) const {
+               const JsonValue& data) const {
         const std::string file = i_output + "/" + page + ".html";
         std::ofstream out(file);
         out << filled({{"title", title},
@@ -187,10 +186,10 @@ void Write(const std::string& assets, const std::string& output) {
     std::error_code error;
     std::filesystem::create_directories(output, error);
     const std::vector<AddressMap> maps = AddressMaps();
-    const Press press(assets, output, maps);
-    press.write("index", "Register atlas", "differences.js", OverviewOf(maps));
+    const Pages pages(assets, output, maps);
+    pages.write("index", "Register atlas", "differences.js", OverviewOf(maps));
     for (const AddressMap& map : maps) {
-        press.write(map.design, map.design + " - register atlas", "map.js", JsonOf(map));
+        pages.write(map.design, map.design + " - register atlas", "map.js", JsonOf(map));
     }
 }
 

@@ -3,16 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <iomanip>
-#include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "companions/jsonvalue/jsonvalue.h"
 #include "companions/registers/velnor_regs/number.h"
 
 namespace regs {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 struct TextOfCell {
     std::string operator()(std::monostate /*nothing*/) const { return ""; }
@@ -22,17 +20,17 @@ struct TextOfCell {
 };
 
 struct JsonOfCell {
-    Json operator()(std::monostate /*nothing*/) const { return nullptr; }
-    Json operator()(std::uint64_t number) const { return number; }
-    Json operator()(Hex hex) const { return hex.number; }
-    Json operator()(const std::string& text) const { return text; }
+    JsonValue operator()(std::monostate /*nothing*/) const { return nullptr; }
+    JsonValue operator()(std::uint64_t number) const { return number; }
+    JsonValue operator()(Hex hex) const { return hex.number; }
+    JsonValue operator()(const std::string& text) const { return text; }
 };
 
 std::string TextOf(const Cell& cell) {
     return std::visit(TextOfCell(), cell);
 }
 
-void Add(Json& object, const std::string& key, const Cell& cell) {
+void Add(JsonValue& object, const std::string& key, const Cell& cell) {
     if (!std::holds_alternative<std::monostate>(cell)) {
         object[key] = std::visit(JsonOfCell(), cell);
     }
@@ -80,10 +78,10 @@ void PrintChange(std::ostream& out, const Change& change) {
 }
 
 void PrintChangeAsJson(std::ostream& out, const Change& change) {
-    Json line = {{"format", 1},
-                 {"seconds", std::round(change.seconds * 1000) / 1000},
-                 {"path", change.path},
-                 {"value", change.value}};
+    JsonValue line = {{"format", 1},
+                      {"seconds", std::round(change.seconds * 1000) / 1000},
+                      {"path", change.path},
+                      {"value", change.value}};
     if (change.before) {
         line["before"] = *change.before;
     }
@@ -105,13 +103,13 @@ void PrintAsText(std::ostream& out, const Answer& answer) {
 }
 
 void PrintAsJson(std::ostream& out, const Answer& answer) {
-    Json whole = {{"format", 1}};
+    JsonValue whole = {{"format", 1}};
     for (const auto& [name, cell] : answer.facts) {
         Add(whole, name, cell);
     }
-    Json& rows = whole[answer.subject] = Json::array();
+    JsonValue& rows = whole[answer.subject] = JsonValue::array();
     for (const Row& row : answer.rows) {
-        Json object = Json::object();
+        JsonValue object = JsonValue::object();
         for (std::size_t i = 0; i < row.size(); ++i) {
             Add(object, answer.columns[i], row[i]);
         }

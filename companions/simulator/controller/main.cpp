@@ -122,18 +122,13 @@ void Save(const Flash& flash, Journal& journal, const std::string& fileName) {
     }
 }
 
-MailboxPort MailboxOf(const SharedRegion& region) {
-    return MailboxPort(
-        reinterpret_cast<uint32_t*>(static_cast<char*>(region.address()) + MAILBOX_OFFSET));
-}
-
 /** Opens and takes the object; what is wrong, if anything. */
 std::string TakeObject(SharedRegion& region, const Settings& settings) {
-    if (!region.open(settings.object, REGION_SIZE)) {
+    if (!region.open(settings.object)) {
         return region.error() + "; check the name and /dev/shm";
     }
     const std::string occupant =
-        OccupantOf(region.descriptor(), MailboxOf(region).read(MAILBOX_TX_STATE));
+        OccupantOf(region.descriptor(), MailboxPort(region.mailbox()).read(MAILBOX_TX_STATE));
     return settings.force ? "" : occupant;
 }
 
@@ -143,7 +138,7 @@ int Serve(const SharedRegion& region, const Settings& settings) {
     Flash flash;
     Conversation conversation(flash, journal, settings.expectedChecksum);
     FaultPlan plan(settings.faults, journal);
-    Session session(MailboxOf(region), conversation, plan, journal, settings.behaviour,
+    Session session(MailboxPort(region.mailbox()), conversation, plan, journal, settings.behaviour,
                     [&] { Save(flash, journal, settings.flashFile); });
     if (!plan.empty()) {
         journal.event("faults " + ScheduleText(settings.faults));

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "companions/jsonvalue/jsonvalue.h"
+
 namespace controller {
 
 void PrintReport(std::ostream& out, const Report& report) {
@@ -13,16 +15,13 @@ void PrintReport(std::ostream& out, const Report& report) {
 }
 
 void PrintReportAsJson(std::ostream& out, const Report& report) {
-    out << "{\"format\": 1";
+    JsonValue object = {{"format", 1}};
     for (const auto& [name, value] : report) {
         std::string key = name;
         std::replace(key.begin(), key.end(), ' ', '_');
-        const char* quote = std::holds_alternative<std::string>(value) ? "\"" : "";
-        out << ", \"" << key << "\": " << quote;
-        std::visit([&](const auto& shown) { out << shown; }, value);
-        out << quote;
+        object[key] = std::visit([](const auto& shown) { return JsonValue(shown); }, value);
     }
-    out << "}\n";
+    out << object.dump() << '\n';
 }
 
 }  // namespace controller

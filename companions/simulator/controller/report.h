@@ -14,7 +14,7 @@ using Report = std::vector<std::pair<std::string, std::variant<unsigned long, st
 /** One line "name: value" for each entry. */
 void PrintReport(std::ostream& out, const Report& report);
 
-/** One JSON object on one line; blanks in the names become underscores. No text needs an escape. */
+/** One JSON object on one line; blanks in the names become underscores. */
 void PrintReportAsJson(std::ostream& out, const Report& report);
 
 }  // namespace controller

@@ -14,38 +14,40 @@ namespace controller {
 
 SharedRegion::~SharedRegion() {
     if (i_address != nullptr) {
-        munmap(i_address, i_size);
+        munmap(i_address, REGION_SIZE);
     }
     if (i_fd >= 0) {
         close(i_fd);
     }
 }
 
-bool SharedRegion::open(const std::string& name, size_t size) {
+bool SharedRegion::open(const std::string& name) {
     i_fd = shm_open(name.c_str(), O_RDWR | O_CREAT | O_NONBLOCK, 0666);
     if (i_fd < 0) {
         return fail("open", errno);
     }
-    if (!prepare(size)) {
+    if (!prepare()) {
         return false;
     }
-    void* address = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, i_fd, 0);
+    void* address = mmap(nullptr, REGION_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, i_fd, 0);
     if (address == MAP_FAILED) {
         return fail("map", errno);
     }
     i_address = address;
-    i_size = size;
     return true;
 }
 
+std::uint32_t* SharedRegion::mailbox() const {
+    return reinterpret_cast<std::uint32_t*>(static_cast<char*>(i_address) + MAILBOX_OFFSET);
+}
+
 /** Gives it its size, and the mailbox its memory. */
-bool SharedRegion::prepare(size_t size) {
+bool SharedRegion::prepare() {
     struct stat status = {};
     if (fstat(i_fd, &status) != 0) {
         return fail("examine", errno);
     }
-    if (static_cast<size_t>(status.st_size) < size &&
-        ftruncate(i_fd, static_cast<off_t>(size)) != 0) {
+    if (static_cast<size_t>(status.st_size) < REGION_SIZE && ftruncate(i_fd, REGION_SIZE) != 0) {
         return fail("grow", errno);
     }
     const int error = posix_fallocate(i_fd, MAILBOX_OFFSET, MAILBOX_SIZE);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
 #include <string>
 
 namespace controller {
@@ -8,7 +8,7 @@ namespace controller {
 /**
  * A mapped POSIX shared-memory object: the address space of the card, seen from its far side.
  *
- * Opening creates the object where it is missing, grows it where it is smaller than `size`, and
+ * Opening creates the object where it is missing, grows it where it is smaller than that space, and
  * allocates the mailbox's page, since a store without memory would end the process. It never
  * shrinks, clears or removes an object: the host may hold it at the same time. Mapping and
  * descriptor live as long as this object; the name outlives both.
@@ -20,22 +20,21 @@ class SharedRegion {
     SharedRegion(const SharedRegion&) = delete;
     SharedRegion& operator=(const SharedRegion&) = delete;
 
-    /** Maps `size` bytes of the object. False: nothing is mapped, and `error()` says why. */
-    bool open(const std::string& name, size_t size);
+    /** Maps the object. False: nothing is mapped, and `error()` says why. */
+    [[nodiscard]] bool open(const std::string& name);
 
-    /** The first byte of the mapping, null before a successful `open`. */
-    void* address() const { return i_address; }
+    /** The first word of the mailbox; only after a successful `open`. */
+    std::uint32_t* mailbox() const;
     const std::string& error() const { return i_error; }
     /** Of the object, for locks on it; -1 before a successful `open`. */
     int descriptor() const { return i_fd; }
 
   private:
-    bool prepare(size_t size);
+    bool prepare();
     bool fail(const char* step, int error);
 
     int i_fd = -1;
     void* i_address = nullptr;
-    size_t i_size = 0;
     std::string i_error;
 };
 

@@ -4,14 +4,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "src/card/velnor/hwmap/generator/meanings.h"
 #include "tests/support/child.h"
+#include "tests/support/testdirectory.h"
 
 using hwmaptables::EmitDesign;
 using hwmaptables::Findings;
@@ -117,27 +116,20 @@ TEST(Emitter, TellsTheMeaningsForEachDesignOfABody) {
 
 class GenerateTest : public testing::Test {
   protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/hwmap_generate_XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        i_folder = pattern;
-        write("m.placement", PLACEMENT);
-        write("c.catalogue", CATALOGUE);
+    GenerateTest() {
+        i_folder.write("m.placement", PLACEMENT);
+        i_folder.write("c.catalogue", CATALOGUE);
     }
-    void TearDown() override { fs::remove_all(i_folder); }
 
-    std::string path(const std::string& name) const { return i_folder / name; }
-    void write(const std::string& name, const std::string& text) const {
-        std::ofstream(path(name)) << text;
-    }
+    std::string path(const std::string& name) const { return i_folder.path(name); }
     ChildResult generate(const char* design, const char* units) const {
         return RunInChild([&] {
-            execl(HWMAP_GENERATE, HWMAP_GENERATE, design, units, i_folder.c_str(),
+            execl(HWMAP_GENERATE, HWMAP_GENERATE, design, units, i_folder.path().c_str(),
                   path("m.placement").c_str(), path("c.catalogue").c_str(), nullptr);
         });
     }
 
-    fs::path i_folder;
+    testsupport::TestDirectory i_folder;
 };
 
 TEST_F(GenerateTest, RewritesOnlyWhatChanged) {
@@ -149,7 +141,7 @@ TEST_F(GenerateTest, RewritesOnlyWhatChanged) {
     fs::last_write_time(unit, longAgo);
     std::string moved = CATALOGUE;
     moved.replace(moved.find("[3:0]"), 5, "[4:1]");
-    write("c.catalogue", moved);
+    i_folder.write("c.catalogue", moved);
     ASSERT_EQ(generate("d", "2").exitValue, 0);
     EXPECT_EQ(fs::last_write_time(header), longAgo);
     EXPECT_NE(fs::last_write_time(unit), longAgo);
@@ -163,7 +155,7 @@ TEST_F(GenerateTest, ReportsAndWritesNothing) {
         EXPECT_EQ(generate("d", units).exitValue, 2) << units;
     }
 
-    write("c.catalogue", std::string(CATALOGUE) + "0 R_a v[0:1]\n");
+    i_folder.write("c.catalogue", std::string(CATALOGUE) + "0 R_a v[0:1]\n");
     const ChildResult refused = generate("d", "2");
     EXPECT_EQ(refused.exitValue, 1);
     EXPECT_THAT(refused.err, HasSubstr(path("c.catalogue") + ":7: field 'v' of 'R_a': high bit 0"));
