@@ -29,7 +29,7 @@ class Descriptor {
  * Opens a file of somebody else's for reading. It never waits, as opening a FIFO does, and takes
  * regular files alone, links followed. Without a descriptor `why` tells the reason.
  */
-Descriptor OpenRegularFile(const std::string& path, std::string& why);
+[[nodiscard]] Descriptor OpenRegularFile(const std::string& path, std::string& why);
 
 /** The same for writing: the file is created if it is missing, and emptied. */
 Descriptor CreateRegularFile(const std::string& path, std::string& why);

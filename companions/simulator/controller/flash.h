@@ -49,7 +49,7 @@ class Flash {
     const std::vector<uint8_t>& bytes() const { return i_bytes; }
 
     /** Writes the contents to a file, complete or not at all. False leaves errno. */
-    bool save(const std::string& fileName) const;
+    [[nodiscard]] bool save(const std::string& fileName) const;
 
   private:
     PageResult judge(const FlashPage& page) const;
