@@ -363,7 +363,7 @@ TEST_F(KilledRunTest, IsToldByTheNextAndMadeGood) {
     writeImage(Payload(1000));
     for (const bool toolToo : {false, true}) {
         SCOPED_TRACE(toolToo);
-        killInPage("late=1500@1.1.4", toolToo);
+        killInPage("late=2500@1.1.4", toolToo);
         ProcessResult result;
         const json answer = next(result);
         EXPECT_EQ(answer["cause"], "upgraded");
@@ -381,7 +381,7 @@ TEST_F(KilledRunTest, IsToldByTheNextAndMadeGood) {
 // verdict of the one before it, and that of the last one is never read.
 TEST_F(KilledRunTest, HidesNoRefusalOfTheLastPage) {
     writeImage(Payload(1000));
-    killInPage("late=1500@1.1.4 " + AtEveryAttempt("result=1", 3), true);
+    killInPage("late=2500@1.1.4 " + AtEveryAttempt("result=1", 3), true);
     ProcessResult result;
     EXPECT_EQ(next(result)["cause"], "page failed");
     EXPECT_EQ(result.exitValue, 255);

@@ -53,13 +53,13 @@ bool WriteAll(int fd, const char* bytes, std::size_t count) {
 /** A copy of the file in memory that nobody can change any more; none if it can't be made. */
 Descriptor SealedCopy(int fd) {
     Descriptor memory(memfd_create("tolmira image", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    constexpr int SEALS = F_SEAL_WRITE | F_SEAL_GROW | F_SEAL_SHRINK | F_SEAL_SEAL;
+    constexpr int seals = F_SEAL_WRITE | F_SEAL_GROW | F_SEAL_SHRINK | F_SEAL_SEAL;
     const bool copied = memory &&
                         ReadAll(fd, ImageFile::MOST_BYTES,
                                 [&](const char* bytes, std::size_t count) {
                                     return WriteAll(memory.get(), bytes, count);
                                 }) &&
-                        fcntl(memory.get(), F_ADD_SEALS, SEALS) == 0 &&
+                        fcntl(memory.get(), F_ADD_SEALS, seals) == 0 &&
                         lseek(memory.get(), 0, SEEK_SET) == 0;
     return copied ? std::move(memory) : Descriptor();
 }

@@ -1,5 +1,7 @@
 #include "companions/operator/run/outcome.h"
 
+#include "companions/toolcontract/toolcontract.h"
+
 namespace run {
 
 namespace {
@@ -35,7 +37,7 @@ int ExitValueOf(const Outcome& outcome, const Settings& settings) {
     if (settings.exitByCause) {
         return row.exitByCause;
     }
-    if (settings.check && row.usualExit == toollog::EXIT_NOT_UPGRADED) {
+    if (settings.check && row.usualExit == toolcontract::EXIT_NOT_UPGRADED) {
         return EXIT_IMAGE_FINDING;
     }
     if (row.usualExit >= 0) {

@@ -5,7 +5,7 @@
 #include <ctime>
 #include <nlohmann/json.hpp>
 
-#include "tool/versioninfo.h"
+#include "companions/toolcontract/toolcontract.h"
 
 namespace run {
 
@@ -46,7 +46,7 @@ Json Tool(const Settings& settings, const Outcome& outcome) {
     return {{"path", settings.tool},
             {"arguments", settings.toolArguments},
             {"version", own ? Json(TOLMIRA_VERSION) : Json(nullptr)},
-            {"revision", own ? Json(GetVersionInfo().getRevision()) : Json(nullptr)},
+            {"revision", own ? Json(toolcontract::TOOL_REVISION) : Json(nullptr)},
             {"exit_value", exited ? Json(ending->exitValue) : Json(nullptr)},
             {"signal", ending && !exited ? Json(ending->signal) : Json(nullptr)}};
 }

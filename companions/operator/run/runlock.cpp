@@ -26,20 +26,20 @@ constexpr int MOST_TRIES = 10;
  * that can only be read can still be locked.
  */
 int OpenOrCreate(const char* name, bool& writable) {
-    constexpr int FLAGS = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
+    constexpr int flags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
     writable = true;
-    int fd = open(name, O_RDWR | FLAGS);
+    int fd = open(name, O_RDWR | flags);
     if (fd < 0 && errno == ENOENT) {
-        fd = open(name, O_RDWR | FLAGS | O_CREAT | O_EXCL, READABLE_FOR_ALL);
+        fd = open(name, O_RDWR | flags | O_CREAT | O_EXCL, READABLE_FOR_ALL);
         if (fd >= 0) {
             fchmod(fd, READABLE_FOR_ALL);  // whatever the umask
         } else if (errno == EEXIST) {
-            fd = open(name, O_RDWR | FLAGS);
+            fd = open(name, O_RDWR | flags);
         }
     }
     if (fd < 0 && (errno == EACCES || errno == EROFS)) {
         writable = false;
-        fd = open(name, O_RDONLY | FLAGS);
+        fd = open(name, O_RDONLY | flags);
     }
     return fd;
 }

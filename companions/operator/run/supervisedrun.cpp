@@ -6,8 +6,8 @@
 #include <cstring>
 
 #include "companions/operator/inspect/inspection.h"
+#include "companions/toolcontract/toolcontract.h"
 #include "memory/hostlock.h"
-#include "tool/versioninfo.h"
 
 namespace run {
 
@@ -39,8 +39,7 @@ e_Cause CauseOf(inspect::e_Verdict verdict) {
 }
 
 bool HasToolsRevision(const MailboxLook& look) {
-    return look.controllerPresent() &&
-           static_cast<int>(look.revision) == GetVersionInfo().getRevision();
+    return look.controllerPresent() && look.revision == toolcontract::TOOL_REVISION;
 }
 
 }  // namespace
