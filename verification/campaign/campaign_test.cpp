@@ -19,7 +19,7 @@ using campaign::TestBench;
 
 namespace {
 
-const campaign::Programs PROGRAMS = {TOLMIRA_UPGRADE, LOCKSTEP_LIBRARY};
+const campaign::Programs PROGRAMS = {TOLMIRA_UPGRADE, TOLMIRA_RUN, LOCKSTEP_LIBRARY};
 
 class CampaignTest : public testing::Test {
   protected:

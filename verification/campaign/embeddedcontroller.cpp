@@ -32,7 +32,7 @@ EmbeddedController::EmbeddedController(const Scenario& scenario, uint32_t* words
       i_plan(scenario.faults, i_journal),
       i_conversation(i_flash, i_journal, std::nullopt),
       i_session(controller::MailboxPort(words), i_conversation, i_plan, i_journal,
-                {scenario.revision, TOOL_REVISION, true}, [] {}),
+                {scenario.revision, TOOL_REVISION, true, scenario.keepsAnswers}, [] {}),
       i_now(scenario.start) {
     i_session.clear();
     announceIfDue();
@@ -52,10 +52,10 @@ milliseconds EmbeddedController::now() const {
     return milliseconds((i_now - i_scenario.start) / US_PER_MS);
 }
 
-ToolEnd EmbeddedController::serve(LockstepTool& tool, const std::function<void()>& onCall) {
+ToolEnd EmbeddedController::serve(LockstepTool& tool, const std::function<void(uint64_t)>& onCall) {
     for (std::optional<Call> call = tool.next(); call; call = tool.next()) {
         if (onCall) {
-            onCall();
+            onCall(tool.locks());
         }
         handle(*call);
         tool.proceed(i_now);

@@ -28,8 +28,9 @@ class EmbeddedController {
   public:
     EmbeddedController(const Scenario& scenario, uint32_t* words);
 
-    /** Goes with the tool to its end; `onCall` is called in front of each of its calls. */
-    ToolEnd serve(LockstepTool& tool, const std::function<void()>& onCall = {});
+    /** Goes with the tool to its end; `onCall` is called before each call, with the locks so far.
+     */
+    ToolEnd serve(LockstepTool& tool, const std::function<void(uint64_t)>& onCall = {});
     /** Lets so much time go by without a tool. */
     void idle(std::chrono::milliseconds time);
 

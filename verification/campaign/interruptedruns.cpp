@@ -22,49 +22,44 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/** Where the kill hit. */
+/** Where the kill hit: X(name, words). */
+#define KILL_POINTS(X)                                       \
+    X(BeforeRequest, "direction not asked for")              \
+    X(Requested, "direction asked for, nothing sent")        \
+    X(InBegin, "in the opening message")                     \
+    X(BehindBegin, "after the opening message")              \
+    X(InPage0, "in page 0")                                  \
+    X(InPage1, "in page 1")                                  \
+    X(InLaterPage, "in a later page")                        \
+    X(BeforeAnswer, "page sent, nothing of the answer read") \
+    X(InAnswer, "in an answer")                              \
+    X(BehindAnswer, "answer read")                           \
+    X(InInfo, "in the information or before it")             \
+    X(InEnd, "in the end message or before it")              \
+    X(AllSent, "all sent")                                   \
+    X(InVain, "waiting in vain for an answer, resetting")
+
 enum KillPoint {
-    e_BeforeRequest,
-    e_Requested,
-    e_InBegin,
-    e_BehindBegin,
-    e_InPage0,
-    e_InPage1,
-    e_InLaterPage,
-    e_BeforeAnswer,
-    e_InAnswer,
-    e_BehindAnswer,
-    e_InInfo,
-    e_InEnd,
-    e_AllSent,
-    e_InVain,
-    e_Places,
+#define KILL_POINT(name, words) e_##name,
+    KILL_POINTS(KILL_POINT)
+#undef KILL_POINT
+        e_Places,
 };
 
-constexpr const char* PLACE_NAMES[e_Places] = {
-    "direction not asked for",
-    "direction asked for, nothing sent",
-    "in the opening message",
-    "behind the opening message",
-    "in page 0",
-    "in page 1",
-    "in a later page",
-    "page sent, nothing of the answer read",
-    "in an answer",
-    "answer read",
-    "in the information or in front of it",
-    "in the end message or in front of it",
-    "all sent",
-    "waiting in vain for an answer, resetting",
+constexpr const char* PLACE_NAMES[] = {
+#define KILL_POINT(name, words) words,
+    KILL_POINTS(KILL_POINT)
+#undef KILL_POINT
 };
 
 /** How it goes on. */
-enum Way { e_AtOnce, e_Rest, e_NoImage, e_Ways };
+enum Way { e_AtOnce, e_Rest, e_NoImage, e_Supervised, e_Ways };
 
 constexpr const char* WAY_NAMES[e_Ways] = {
     "at once",
     "after a rest of 5 seconds",
-    "behind a run with a missing image",
+    "after a run with a missing image",
+    "through tolmira_run",
 };
 
 /** Longer than the controller waits for the rest of a message. */
@@ -74,6 +69,9 @@ constexpr milliseconds REST{5000};
 enum Result { e_Upgraded, e_OnStaleAnswer, e_AlreadyCurrent, e_Failed, e_Results };
 
 constexpr unsigned MOST_RUNS = 3;
+
+/** One for each of the tool's attempts at a page. */
+constexpr unsigned REFUSALS = 5;
 
 struct Row {
     std::atomic<uint64_t> hits;
@@ -85,8 +83,11 @@ struct Table {
     std::atomic<uint64_t> findings;
     std::atomic<uint64_t> neverUpgraded;
     Row rows[e_Ways][e_Places];
-    /** Second runs with a controller that refuses the last page: failed, and successful. */
-    std::atomic<uint64_t> refused[e_Ways][e_Places][2];
+    /**
+     * Second runs with a controller that refuses the last page: failed, and successful; those
+     * through tolmira_run with one that keeps its answers come last.
+     */
+    std::atomic<uint64_t> refused[e_Ways + 1][e_Places][2];
     /** Which bytes the kill left at which address. */
     std::atomic<bool> left[e_Places][MAILBOX_TX_STATE + 1][256];
 };
@@ -130,6 +131,10 @@ KillPoint KillPointOf(const EmbeddedController& controller, const Words& words, 
     return taken < closing + INFO_SIZE + END_SIZE ? e_InEnd : e_AllSent;
 }
 
+bool LastPageTaken(const EmbeddedController& controller, const Scenario& scenario) {
+    return controller.bytesTaken() >= BEGIN_SIZE + Pages(scenario) * PAGE_SIZE;
+}
+
 std::string ExpectedFlash(const std::string& payload) {
     std::string flash;
     for (size_t page = 0; page * 256 < payload.size(); ++page) {
@@ -155,6 +160,7 @@ class Interruption {
     uint64_t chooseLock();
     void kill();
     void goOn();
+    ToolEnd startAgain();
     bool runAgain(unsigned number);
     void goOnRefused();
     Result judge(const ToolEnd& end);
@@ -180,13 +186,15 @@ using LocksByKillPoint = std::map<KillPoint, std::vector<uint64_t>>;
 LocksByKillPoint Watch(TestBench& bench, const Scenario& scenario) {
     LocksByKillPoint locks;
     const auto controller = bench.prepare(scenario);
-    bench.watchTool(*controller, scenario, [&](uint64_t count) {
+    bench.runTool(*controller, scenario, 0, [&](uint64_t count) {
         const KillPoint killPoint = KillPointOf(*controller, controller->words(), Pages(scenario));
         for (uint64_t start = 0; locks.empty() && start < count; ++start) {
             locks[e_BeforeRequest].push_back(start);
         }
-        // What follows a reset is no more than the same again.
-        if (controller->resets() == 0) {
+        // What follows a reset is no more than the same again, and so is a page that is refused.
+        const bool refused =
+            scenario.faults.size() == REFUSALS && LastPageTaken(*controller, scenario);
+        if (controller->resets() == 0 && !refused) {
             locks[killPoint].push_back(count);
         }
     });
@@ -222,7 +230,7 @@ uint64_t Interruption::chooseLock() {
 void Interruption::kill() {
     const uint64_t lock = chooseLock();
     i_controller = i_bench.prepare(i_scenario);
-    const ToolEnd end = i_bench.killTool(*i_controller, i_scenario, lock);
+    const ToolEnd end = i_bench.runTool(*i_controller, i_scenario, lock);
     // At the very end the tool may be quicker.
     const int ownEnd = i_refused ? 255 : 0;
     require(end.signal == SIGKILL || end.exitValue == ownEnd, "another end than a kill", end);
@@ -269,19 +277,27 @@ Result Interruption::judge(const ToolEnd& end) {
     if (end.exitValue == 0) {
         require(upgraded, "success without an upgrade", end);
         const bool unread = Holds(i_controller->words(), MAILBOX_RX_FLAG, RX_BYTE_OFFERED);
+        require(!unread || i_way != e_Supervised, "success with an answer unread", end);
         return unread ? e_OnStaleAnswer : e_Upgraded;
     }
     if (Says(end, "Controller is already at revision")) {
         require(upgraded && end.exitValue == 255, "nothing to do without an upgrade", end);
         return e_AlreadyCurrent;
     }
-    require(end.exitValue == 255 && Says(end, "S: ERROR"), "a failure that isn't told", end);
+    const bool told =
+        i_way == e_Supervised ? !end.err.empty() : end.exitValue == 255 && Says(end, "S: ERROR");
+    require(told, "a failure that isn't told", end);
     return e_Failed;
+}
+
+ToolEnd Interruption::startAgain() {
+    return i_way == e_Supervised ? i_bench.superviseTool(*i_controller)
+                                 : i_bench.runTool(*i_controller, i_scenario);
 }
 
 /** True if there is nothing more to do. */
 bool Interruption::runAgain(unsigned number) {
-    const Result result = judge(i_bench.runTool(*i_controller, i_scenario));
+    const Result result = judge(startAgain());
     ++i_table.rows[i_way][i_killPoint].results[number][result];
     return result != e_Failed;
 }
@@ -289,7 +305,7 @@ bool Interruption::runAgain(unsigned number) {
 /** A controller that answers each of the last page's attempts with a bad result. */
 controller::Schedule Refusal(uint16_t lastPage) {
     controller::Schedule faults;
-    for (unsigned attempt = 1; attempt <= 5; ++attempt) {
+    for (unsigned attempt = 1; attempt <= REFUSALS; ++attempt) {
         faults.push_back({controller::FaultKind::Result,
                           1,
                           {controller::HostMessage::Page, lastPage, attempt, 0}});
@@ -305,9 +321,12 @@ void Interruption::choose() {
     if (i_silent) {
         i_scenario.faults = {{controller::FaultKind::Silence, {}, {}}};
     }
-    i_refused = !i_silent && Pages(i_scenario) > 1 && i_random.oneIn(3);
+    i_refused = !i_silent && Pages(i_scenario) > 1 && !i_random.oneIn(3);
     if (i_refused) {
         i_scenario.faults = Refusal(static_cast<uint16_t>(Pages(i_scenario) - 1));
+        // Most of them the way that must never report success falsely.
+        i_way = i_random.oneIn(4) ? i_way : e_Supervised;
+        i_scenario.keepsAnswers = i_way == e_Supervised && i_random.oneIn(2);
     }
 }
 
@@ -328,15 +347,17 @@ void Interruption::run() {
     i_table.neverUpgraded += number == MOST_RUNS ? 1 : 0;
 }
 
-/** Where the last page has been refused before the kill, this tells nothing and is left out. */
+/** If the last page was refused before the kill, this tells nothing and is left out. */
 void Interruption::goOnRefused() {
-    if (i_controller->bytesTaken() >= BEGIN_SIZE + (Pages(i_scenario) - 1) * PAGE_SIZE) {
+    if (LastPageTaken(*i_controller, i_scenario)) {
         return;
     }
     ++i_table.runs;
     goOn();
-    const ToolEnd end = i_bench.runTool(*i_controller, i_scenario);
-    ++i_table.refused[i_way][i_killPoint][end.exitValue == 0 ? 1 : 0];
+    const ToolEnd end = startAgain();
+    const bool success = end.exitValue == 0;
+    require(!success || i_way != e_Supervised, "success with a page refused", end);
+    ++i_table.refused[i_scenario.keepsAnswers ? e_Ways : i_way][i_killPoint][success ? 1 : 0];
 }
 
 void PrintRow(const char* name, const Row& row) {
@@ -366,8 +387,8 @@ void PrintLeft(const Table& table, size_t killPoint) {
 void PrintRefused(const Table& table) {
     printf(
         "\nSecond runs with a controller that refuses the last page: failed, and successful\n"
-        "%-40s  %-15s %-15s %-15s\n",
-        "killed", "at once", "rest", "missing image");
+        "%-40s  %-15s %-15s %-15s %-15s %-15s\n",
+        "killed", "at once", "rest", "missing image", "tolmira_run", "answers kept");
     for (size_t killPoint = 0; killPoint < e_Places; ++killPoint) {
         printf("%-40s", PLACE_NAMES[killPoint]);
         for (const auto& way : table.refused) {

@@ -12,6 +12,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "verification/campaign/futex.h"
 #include "verification/campaign/turns.h"
@@ -25,7 +26,9 @@ Turns* turns = nullptr;
 
 __attribute__((constructor)) void Join() {
     const char* descriptor = getenv(campaign::LOCKSTEP_VARIABLE);
-    if (descriptor == nullptr) {
+    // A program that supervises the tool gets the variable too, and goes its own way.
+    if (descriptor == nullptr ||
+        strcmp(program_invocation_short_name, campaign::LOCKSTEP_PROGRAM) != 0) {
         return;
     }
     void* memory = mmap(nullptr, sizeof(Turns), PROT_READ | PROT_WRITE, MAP_SHARED,

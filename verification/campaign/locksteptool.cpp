@@ -9,7 +9,6 @@
 #include <csignal>
 #include <cstring>
 #include <stdexcept>
-#include <utility>
 
 #include "verification/campaign/futex.h"
 
@@ -61,9 +60,8 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 
 }  // namespace
 
-LockstepTool::LockstepTool(std::string program, const std::string& library)
-    : i_program(std::move(program)),
-      // The one descriptor that the tool inherits.
+LockstepTool::LockstepTool(const std::string& library)
+    :  // The one descriptor that the tool inherits.
       i_turnsFile(MemoryFile("turns", 0)),
       i_outFile(MemoryFile("out", MFD_CLOEXEC)),
       i_errFile(MemoryFile("err", MFD_CLOEXEC)) {
@@ -111,7 +109,7 @@ void LockstepTool::makeEnvironment(const std::string& library) {
     i_environment.push_back(LOCKSTEP_VARIABLE + ("=" + std::to_string(i_turnsFile)));
 }
 
-void LockstepTool::start(const std::vector<std::string>& arguments, const std::string& directory,
+void LockstepTool::start(std::vector<std::string> command, const std::string& directory,
                          const AtLocks& atLocks) {
     Empty(i_outFile);
     Empty(i_errFile);
@@ -121,20 +119,18 @@ void LockstepTool::start(const std::vector<std::string>& arguments, const std::s
     i_turns->killAtLock = atLocks.kill;
     i_hung = false;
 
-    std::vector<std::string> words = {i_program};
-    words.insert(words.end(), arguments.begin(), arguments.end());
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, i_outFile, STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, i_errFile, STDERR_FILENO);
     posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
-    const int rc = posix_spawn(&i_pid, i_program.c_str(), &actions, nullptr, Pointers(words).data(),
-                               Pointers(i_environment).data());
+    const int rc = posix_spawn(&i_pid, command[0].c_str(), &actions, nullptr,
+                               Pointers(command).data(), Pointers(i_environment).data());
     posix_spawn_file_actions_destroy(&actions);
     if (rc != 0) {
         i_pid = -1;
-        throw std::runtime_error("cannot start " + i_program + ": " + strerror(rc));
+        throw std::runtime_error("cannot start " + command[0] + ": " + strerror(rc));
     }
 }
 

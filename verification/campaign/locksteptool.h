@@ -22,7 +22,8 @@ struct ToolEnd {
 };
 
 /**
- * The built tool, run in lockstep with the caller: again and again, one process at a time.
+ * The built tool, run in lockstep with the caller: again and again, one process at a time, by
+ * itself or through a program that starts it.
  *
  * The process that holds this object must have no other children, since it learns of the tool's end
  * through SIGCHLD; and one such object at a time. One thread.
@@ -30,7 +31,7 @@ struct ToolEnd {
 class LockstepTool {
   public:
     /** `library` is the path of liblockstep.so. Throws std::runtime_error on failure. */
-    LockstepTool(std::string program, const std::string& library);
+    explicit LockstepTool(const std::string& library);
     ~LockstepTool();
     LockstepTool(const LockstepTool&) = delete;
     LockstepTool& operator=(const LockstepTool&) = delete;
@@ -42,7 +43,8 @@ class LockstepTool {
         /** It is killed in front of this one, from 1 on; 0: never. */
         uint64_t kill = 0;
     };
-    void start(const std::vector<std::string>& arguments, const std::string& directory,
+    /** The command's first word is the program. */
+    void start(std::vector<std::string> command, const std::string& directory,
                const AtLocks& atLocks);
     /** Waits for what the tool does next; no value: it has ended, or hangs. */
     std::optional<Call> next();
@@ -56,7 +58,6 @@ class LockstepTool {
   private:
     void makeEnvironment(const std::string& library);
 
-    std::string i_program;
     std::vector<std::string> i_environment;
     int i_turnsFile;
     int i_outFile;

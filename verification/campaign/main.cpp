@@ -16,7 +16,7 @@ namespace campaign {
 namespace {
 
 struct Settings {
-    Programs programs = {TOLMIRA_UPGRADE, LOCKSTEP_LIBRARY};
+    Programs programs = {TOLMIRA_UPGRADE, TOLMIRA_RUN, LOCKSTEP_LIBRARY};
     Extent extent = {0, 0, 2};
     uint64_t interrupted = 0;
     uint64_t seed = 1;

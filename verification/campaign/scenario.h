@@ -22,6 +22,8 @@ struct Scenario {
     /** What the controller announces. */
     uint16_t revision = 0;
     bool force = false;
+    /** The controller's answers outlive the next host's request for the direction. */
+    bool keepsAnswers = false;
     /** The time at the beginning, microseconds since the epoch. */
     int64_t start = 0;
     /** How far the clock goes on at a call in a silence; milliseconds. */

@@ -11,7 +11,7 @@ namespace {
 
 /** Away from its symbols, which only reports need, the tool starts in a third of the time. */
 std::string CopyOf(const std::string& program, const testsupport::RunDirectory& directory) {
-    std::string copy = directory.path("tolmira_upgrade");
+    std::string copy = directory.path(LOCKSTEP_PROGRAM);
     std::filesystem::copy_file(program, copy);
     return copy;
 }
@@ -19,7 +19,9 @@ std::string CopyOf(const std::string& program, const testsupport::RunDirectory& 
 }  // namespace
 
 TestBench::TestBench(const Programs& programs)
-    : i_tool(CopyOf(programs.tool, i_directory), programs.library) {
+    : i_program(CopyOf(programs.tool, i_directory)),
+      i_runner(programs.runner),
+      i_tool(programs.library) {
     if (!i_region.open("/resource0")) {
         throw std::runtime_error("shared memory /resource0: " + i_region.error());
     }
@@ -38,29 +40,19 @@ std::unique_ptr<EmbeddedController> TestBench::prepare(const Scenario& scenario)
     return std::make_unique<EmbeddedController>(scenario, i_region.mailbox());
 }
 
-void TestBench::start(const Scenario& scenario, uint64_t killAtLock) {
-    std::vector<std::string> arguments = {"image", "configuration"};
+ToolEnd TestBench::runTool(EmbeddedController& controller, const Scenario& scenario,
+                           uint64_t killAtLock, const std::function<void(uint64_t)>& onCall) {
+    std::vector<std::string> command = {i_program, "image", "configuration"};
     if (scenario.force) {
-        arguments.insert(arguments.begin(), "-f");
+        command.insert(command.begin() + 1, "-f");
     }
-    i_tool.start(arguments, i_directory.path(), {scenario.everyAccess, killAtLock});
+    i_tool.start(std::move(command), i_directory.path(), {scenario.everyAccess, killAtLock});
+    return controller.serve(i_tool, onCall);
 }
 
-ToolEnd TestBench::runTool(EmbeddedController& controller, const Scenario& scenario) {
-    start(scenario);
+ToolEnd TestBench::superviseTool(EmbeddedController& controller) {
+    i_tool.start({i_runner, "--tool", i_program, "image", "configuration"}, i_directory.path(), {});
     return controller.serve(i_tool);
-}
-
-ToolEnd TestBench::killTool(EmbeddedController& controller, const Scenario& scenario,
-                            uint64_t lock) {
-    start(scenario, lock);
-    return controller.serve(i_tool);
-}
-
-ToolEnd TestBench::watchTool(EmbeddedController& controller, const Scenario& scenario,
-                             const std::function<void(uint64_t)>& onCall) {
-    start(scenario);
-    return controller.serve(i_tool, [&] { onCall(i_tool.locks()); });
 }
 
 Outcome TestBench::run(const Scenario& scenario) {

@@ -16,6 +16,8 @@ namespace campaign {
 /** Where the programs of a campaign are. */
 struct Programs {
     std::string tool;
+    /** tolmira_run. */
+    std::string runner;
     /** liblockstep.so. */
     std::string library;
 };
@@ -38,18 +40,19 @@ class TestBench {
     void writeImage(const Scenario& scenario);
     /** A controller with nothing left of an earlier one, and the scenario's image. */
     std::unique_ptr<EmbeddedController> prepare(const Scenario& scenario);
-    /** One run of the tool with that controller. */
-    ToolEnd runTool(EmbeddedController& controller, const Scenario& scenario);
-    /** The same, killed in front of the lock with this number, from 1 on. */
-    ToolEnd killTool(EmbeddedController& controller, const Scenario& scenario, uint64_t lock);
-    /** The same whole, calling `onCall` with the locks so far in front of each call of the tool. */
-    ToolEnd watchTool(EmbeddedController& controller, const Scenario& scenario,
-                      const std::function<void(uint64_t)>& onCall);
+    /**
+     * One run of the tool with that controller, killed in front of this lock, from 1 on; `onCall`
+     * is called in front of each call of the tool, with the locks so far.
+     */
+    ToolEnd runTool(EmbeddedController& controller, const Scenario& scenario,
+                    uint64_t killAtLock = 0, const std::function<void(uint64_t)>& onCall = {});
+    /** One that tolmira_run starts. */
+    ToolEnd superviseTool(EmbeddedController& controller);
 
   private:
-    void start(const Scenario& scenario, uint64_t killAtLock = 0);
-
     testsupport::RunDirectory i_directory;
+    std::string i_program;
+    std::string i_runner;
     LockstepTool i_tool;
     controller::SharedRegion i_region;
 };

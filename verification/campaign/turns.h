@@ -13,11 +13,13 @@
  * still but for what the far side does to it.
  *
  * The memory is an anonymous file; its descriptor is inherited, and its number is the value of
- * LOCKSTEP_VARIABLE. Without the variable the library does nothing at all.
+ * LOCKSTEP_VARIABLE. Without the variable, or in a program of another name than LOCKSTEP_PROGRAM,
+ * the library does nothing at all.
  */
 namespace campaign {
 
 constexpr const char* LOCKSTEP_VARIABLE = "TOLMIRA_LOCKSTEP";
+constexpr const char* LOCKSTEP_PROGRAM = "tolmira_upgrade";
 
 /** The word that the side waits on which has not got the turn. */
 enum Turn : uint32_t { e_ToolsTurn, e_FarSidesTurn, e_ToolEnded };

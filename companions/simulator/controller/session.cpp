@@ -146,7 +146,9 @@ bool Session::followReceiveState(unsigned char state) {
 void Session::acceptHost() {
     i_journal.trace("host asks for the receive direction");
     i_conversation.restart();
-    dropAnswers();
+    if (!i_behaviour.keepsAnswers) {
+        dropAnswers();
+    }
     i_closing = false;
     i_receiveUp = true;
     if (const Fault* revise = i_plan.ofRun(FaultKind::Revise)) {

@@ -20,6 +20,8 @@ struct Behaviour {
     uint16_t newRevision = 0;
     /** Whether both directions are brought up again when the host has reset the mailbox. */
     bool rearm = true;
+    /** Whether answers that no host has read outlive the next host's request for the direction. */
+    bool keepsAnswers = false;
 };
 
 /**

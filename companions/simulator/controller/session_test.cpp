@@ -27,8 +27,8 @@ const Bytes STRAY_PAGE = PackFrame(ID_FLASH_PAGE, {});
 /** The test is the host: it writes the words, and lets the session look when it chooses. */
 class SessionTest : public testing::Test {
   protected:
-    explicit SessionTest(bool rearm = true, const Schedule& faults = {})
-        : i_behaviour{100, 19525, rearm}, i_plan(faults, i_journal) {
+    explicit SessionTest(bool rearm = true, const Schedule& faults = {}, bool keepsAnswers = false)
+        : i_behaviour{100, 19525, rearm, keepsAnswers}, i_plan(faults, i_journal) {
         i_words.fill(0);
     }
 
@@ -94,6 +94,11 @@ class SessionTest : public testing::Test {
 class DeadAfterReset : public SessionTest {
   protected:
     DeadAfterReset() : SessionTest(false) {}
+};
+
+class KeepingAnswers : public SessionTest {
+  protected:
+    KeepingAnswers() : SessionTest(true, {}, true) {}
 };
 
 class SlowAndDying : public SessionTest {
@@ -192,6 +197,16 @@ TEST_F(SessionTest, StartsAfreshWithTheNextHost) {
     send(STRAY_PAGE);
     EXPECT_EQ(receive().size(), 9U);
     EXPECT_THAT(i_out.str(), HasSubstr("message broken off: another host has come"));
+}
+
+TEST_F(KeepingAnswers, GivesTheNextHostWhatTheLastOneDidNotRead) {
+    connect();
+    send(STRAY_PAGE);
+    i_words[MAILBOX_RX_STATE] = 0;
+    i_session.poll({});
+    connect();
+    send(STRAY_PAGE);
+    EXPECT_EQ(receive().size(), 18U) << "both answers";
 }
 
 TEST_F(SessionTest, KeepsTheFirstByteOfAHostThatHasJustAsked) {
