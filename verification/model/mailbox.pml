@@ -9,6 +9,9 @@
  * bytes an answer, and an answer does not say which page it means. A poll that finds nothing
  * changes nothing, so the host waits in place of polling.
  *
+ * LEADS puts a lead byte in front of each of the host's messages, as the real header has two: a byte
+ * that a killed run left on offer is then no message.
+ *
  * scripts/model checks it. What a run assumes is said by definitions:
  *
  *   SLIPPING    a wait of the host may run out at any time; else only if the controller is mute or
@@ -21,6 +24,13 @@
  *   UNASKED     it may give an answer that nobody asked for, once
  *   DIRTY       it stores what it likes above the byte, in one of the words
  *   PAUSES      the second run comes when the controller has given up an unfinished message
+ *   PUNCTUAL    of a second run's waits only those for an answer may run out
+ *
+ * what the host's supervisor does:
+ *
+ *   CLEANS      before a second run, if the first one left the receive direction up or an answer
+ *               unread, the host comes and goes once; the run is refused if the direction stays up
+ *   CHECKS      a success that leaves an answer unread is none
  *
  * and what the controller does otherwise than the ordinary one:
  *
@@ -41,6 +51,8 @@
 #define END 2
 #define PAGE 10 /* and the page's number */
 #define DATA 20
+#define INFO 6
+#define HEAD 7
 #define LEAD 3
 #define GOOD 4
 #define BAD 5
@@ -69,6 +81,11 @@ short word[6];
 #define TIME_UP true
 #else
 #define TIME_UP (mute || !up || anew || again)
+#endif
+#ifdef PUNCTUAL
+#define TAKING_TIME_UP (mute || !up || anew)
+#else
+#define TAKING_TIME_UP TIME_UP
 #endif
 
 bool mute = false;  /* the controller gives no sign until a reset */
@@ -192,11 +209,11 @@ inline resetMailbox() {
 }
 
 /* A match on the read behind the one that ran out of time comes too late. */
-inline waitFor(address, value) {
+inline waitFor(address, value, timeUp) {
   if
   :: atomic { BYTE(address) == value -> ok = true; printf("R %d %d\n", address, value) }
   :: atomic {
-       BYTE(address) != value && TIME_UP;
+       BYTE(address) != value && timeUp;
        ok = false;
        printf("R %d %d\ntime\n", address, BYTE(address))
      }
@@ -221,7 +238,7 @@ inline sendByte(value) {
   :: else ->
      hostWrite(TX_DATA, value, OFFER_DATA);
      hostWrite(TX_FLAG, TX_OFFERED, OFFER);
-     waitFor(TX_FLAG, TX_TAKEN);
+     waitFor(TX_FLAG, TX_TAKEN, TAKING_TIME_UP);
      if
      :: ok -> CHECK(inTxData == OLD) /* or the byte is lost */
      :: else -> MET(metNoTaker); resetMailbox()
@@ -230,13 +247,26 @@ inline sendByte(value) {
   printf("is %d\n", ok)
 }
 
+/* A message of one byte. */
+#ifdef LEADS
+inline sendMessage(symbol) {
+  sendByte(HEAD);
+  if
+  :: ok -> sendByte(symbol)
+  :: else
+  fi
+}
+#else
+#define sendMessage(symbol) sendByte(symbol)
+#endif
+
 inline readByte() {
   printf("read\n");
   hostRead(RX_STATE);
   if
   :: seen != READY -> MET(metDown); ok = false
   :: else ->
-     waitFor(RX_FLAG, RX_OFFERED);
+     waitFor(RX_FLAG, RX_OFFERED, TIME_UP);
      if
      :: ok ->
         atomic {
@@ -263,7 +293,7 @@ inline enable() {
 
 /* One attempt; `ok` if the answer is good. */
 inline sendPage() {
-  sendByte(PAGE + page);
+  sendMessage(PAGE + page);
   if
   :: ok -> sendByte(DATA + page)
   :: else
@@ -279,9 +309,28 @@ inline sendPage() {
   got = 0
 }
 
+inline leave() {
+  printf("close\n");
+  hostWrite(RX_STATE, ABSENT, LEAVE)
+}
+
+/* Whether the first run left something behind, and the host that comes and goes for it. */
+inline clean() {
+  hostRead(RX_STATE);
+  ok = seen == ABSENT;
+  if
+  :: ok -> hostRead(RX_FLAG); ok = seen != RX_OFFERED
+  :: else
+  fi;
+  if
+  :: !ok -> enable(); leave(); hostRead(RX_STATE); ok = seen == ABSENT
+  :: else
+  fi
+}
+
 inline upgrade() {
   enable();
-  sendByte(BEGIN);
+  sendMessage(BEGIN);
   do
   :: page < PAGES ->
      attempt = 0;
@@ -299,11 +348,18 @@ inline upgrade() {
   od;
   success = page == PAGES;
   if
-  :: success -> sendByte(END)
+  :: success ->
+#ifdef CHECKS
+     sendMessage(INFO); /* an answer that waits is on offer before the next byte is taken */
+#endif
+     sendMessage(END)
   :: else
   fi;
-  printf("close\n");
-  hostWrite(RX_STATE, ABSENT, LEAVE)
+  leave();
+#ifdef CHECKS
+  hostRead(RX_FLAG);
+  success = success && seen != RX_OFFERED
+#endif
 }
 
 active proctype Host() {
@@ -312,6 +368,17 @@ active proctype Host() {
   bool ok = false;
 start:
   {
+#ifdef CLEANS
+    if
+    :: again ->
+       clean();
+       if
+       :: ok -> ok = false
+       :: else -> goto over
+       fi
+    :: else
+    fi;
+#endif
     if
     :: atomic {
          BYTE(TX_STATE) != ABSENT -> printf("present\nR %d %d\n", TX_STATE, BYTE(TX_STATE))
@@ -333,6 +400,7 @@ start:
     goto start
 #endif
   };
+over:
   atomic {
     ended = true;
     assert(HOLDS)
@@ -431,12 +499,24 @@ inline judge(number, symbol) {
   fi
 }
 
+/* What `begun` holds where a message may begin. */
+#ifdef LEADS
+#define HEADED 254
+#define START HEADED
+#else
+#define START NOTHING
+#endif
+
 /* A message is a byte alone, or a page's number and its data. */
 inline understand(symbol) {
   if
-  :: begun != NOTHING -> judge(begun, symbol); begun = NOTHING
-  :: begun == NOTHING && symbol >= PAGE && symbol < PAGE + PAGES -> begun = symbol - PAGE
-  :: begun == NOTHING && symbol == BEGIN ->
+  :: begun < PAGES -> judge(begun, symbol); begun = NOTHING
+#ifdef LEADS
+  :: begun >= PAGES && symbol == HEAD -> begun = HEADED
+#endif
+  :: begun == START && symbol >= PAGE && symbol < PAGE + PAGES -> begun = symbol - PAGE
+  :: begun == START && symbol == BEGIN ->
+     begun = NOTHING;
      open = true;
 #ifdef CLEARS
      dropAnswers();
@@ -447,8 +527,8 @@ inline understand(symbol) {
      :: else -> break
      od;
      page = 0
-  :: begun == NOTHING && symbol == END -> upgraded = open
-  :: else
+  :: begun == START && symbol == END -> begun = NOTHING; upgraded = open
+  :: else -> begun = NOTHING
   fi
 }
 
@@ -500,7 +580,7 @@ inline startAnew() {
 active proctype Controller() {
   chan answers = [ATTEMPTS + 1] of { byte };
   byte flag = 0, state = 0, x = 0, page = 0;
-  byte begun = NOTHING;   /* else the page whose data comes next */
+  byte begun = NOTHING;   /* else the page whose data comes next, or HEADED */
   bool half = false;      /* the answer's first byte is out */
   bool fresh = true;      /* nothing was offered since the direction came up */
   bool receiving = false; /* the direction is up */
