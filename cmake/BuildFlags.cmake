@@ -14,7 +14,8 @@ add_library(usage_flags INTERFACE)
 target_compile_features(usage_flags INTERFACE cxx_std_17)
 target_include_directories(usage_flags INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
-  $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}>)
+  $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}>
+  $<INSTALL_INTERFACE:include/tolmira-frame>)
 
 # Source paths in log lines are relative. The second prefix map wins for files below the build tree,
 # which is inside the source tree.
@@ -31,6 +32,7 @@ target_compile_options(common_flags INTERFACE
   "$<$<CONFIG:Release>:-fno-plt;-fstack-protector-strong;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2;-ffat-lto-objects>")
 target_link_options(common_flags INTERFACE "$<$<CONFIG:Release>:LINKER:-z,relro,-z,now>")
 
+# What looks addresses up in a symbol file passes this on to its programs.
 add_library(fixed_position INTERFACE)
 target_compile_options(fixed_position INTERFACE -fno-pie)
 target_link_options(fixed_position INTERFACE -no-pie)

@@ -3,8 +3,8 @@
 #include "logger/logger.h"
 
 /**
- * Logs `Assertion "text" failed.` at EMERGENCY with the position of the caller. It reports and
- * returns: for the few places that end in order after the report.
+ * Logs that the assertion with this text failed, at EMERGENCY with the position of the caller. It
+ * reports and returns: for the few places that end in order after the report.
  */
 #define LOG_FAILED_ASSERTION(text) LOG_NO_ALLOC(EMERGENCY, "Assertion \"%s\" failed.", text)
 
