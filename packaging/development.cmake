@@ -2,12 +2,13 @@
 include(CMakePackageConfigHelpers)
 
 set(headers include/tolmira-frame)
-set(archives lib/tolmira-frame)
+set(libraryRoot lib/${CMAKE_LIBRARY_ARCHITECTURE})
+set(archives ${libraryRoot}/tolmira-frame)
 
 # install_exported(NAME COMPONENT TARGETS target... DEPENDENCIES call...)
 function(install_exported name component)
   cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "TARGETS;DEPENDENCIES")
-  set(folder lib/cmake/${name})
+  set(folder ${libraryRoot}/cmake/${name})
   install(TARGETS ${arg_TARGETS} EXPORT ${name}
     ARCHIVE DESTINATION ${archives} COMPONENT ${component})
   install(EXPORT ${name} NAMESPACE ${name}:: DESTINATION ${folder} COMPONENT ${component})
@@ -49,7 +50,7 @@ foreach(target IN LISTS exportedFrame)
 endforeach()
 configure_file(tolmira-frame.pc.in tolmira-frame.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/tolmira-frame.pc
-  DESTINATION lib/pkgconfig COMPONENT frame_dev)
+  DESTINATION ${libraryRoot}/pkgconfig COMPONENT frame_dev)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
   DESTINATION share/doc/libtolmira-frame-dev COMPONENT frame_dev)
 install(DIRECTORY ${PROJECT_BINARY_DIR}/api/html
