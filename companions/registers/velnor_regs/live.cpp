@@ -117,6 +117,7 @@ Answer Read(const Request& request) {
     const CardView card;
     CheckCard(card);
     std::vector<std::uint32_t> values;
+    values.reserve(words.size());
     for (const MapLocation& word : words) {
         values.push_back(WordOf(card, word));
     }

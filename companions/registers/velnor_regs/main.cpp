@@ -110,6 +110,7 @@ struct Settings {
 
 std::vector<std::string> FormatNames() {
     std::vector<std::string> names;
+    names.reserve(EXPORT_FORMATS.size());
     for (const ExportFormat& format : EXPORT_FORMATS) {
         names.emplace_back(format.name);
     }
