@@ -76,12 +76,13 @@ TEST_F(OptionsTest, WithoutAFileLogAndKeepEveryMode) {
             printf("%zu modes, mode %d\n", options.getAvailableSwitcherModes().size(),
                    options.getSwitcherMode());
         });
-        EXPECT_THAT(result.out,
-                    testing::MatchesRegex(
-                        "C: 001 S: CRITICAL T: p:[0-9]+ \"Software options file not present; using "
-                        "1 mle\\(s\\), 18 input\\(s\\) and switcherMode "
-                        "e_SwitcherMode_Pelwin_FCFS\\.\" at platform/options\\.cpp:[0-9]+\\.\n"
-                        "7 modes, mode 0\n"));
+        EXPECT_THAT(
+            result.out,
+            testing::MatchesRegex(
+                "C: [0-9]+ S: CRITICAL T: p:[0-9]+ \"Software options file not present; using "
+                "1 mle\\(s\\), 18 input\\(s\\) and switcherMode "
+                "e_SwitcherMode_Pelwin_FCFS\\.\" at platform/options\\.cpp:[0-9]+\\.\n"
+                "7 modes, mode 0\n"));
     }
 }
 

@@ -221,7 +221,7 @@ TEST_F(SystemCallerTest, BreaksOffTheWholeGroupAndKeepsTheOutput) {
         const char* out;
     } cases[] = {
         {INTERRUPT_MARK, "", "Interrupted", -1, SIGKILL, "kept\n"},
-        {TIMEOUT_MARK, "echo ended; exit 3", "Timeout Occured", e_Error_Timeout, 768,
+        {TIMEOUT_MARK, "sleep 0.1; echo ended; exit 3", "Timeout Occured", e_Error_Timeout, 768,
          "kept\nended\n"},
     };
     int finished = 0;

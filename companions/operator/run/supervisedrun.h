@@ -40,7 +40,6 @@ class SupervisedRun {
     bool judgeImage();
     bool takeLock();
     bool refuseBesideAnotherHost();
-    bool allocateMailbox();
     bool awaitController();
     bool recover();
     bool upgrade();
