@@ -10,7 +10,7 @@
 /** The card's address space, and the mailbox in it, one 32-bit word for each address; bytes. */
 constexpr std::size_t REGION_SIZE = 0x1000000;
 constexpr std::size_t MAILBOX_OFFSET = 0x2800;
-constexpr std::size_t MAILBOX_SIZE = 32 * 4;
+constexpr std::size_t MAILBOX_SIZE = std::size_t{32} * 4;
 
 /** Receive direction, controller to host. */
 constexpr unsigned int MAILBOX_RX_DATA = 5;

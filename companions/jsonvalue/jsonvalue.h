@@ -36,7 +36,7 @@ class JsonValue {
     static JsonValue array() { return JsonValue(Elements()); }
     static JsonValue object() { return JsonValue(Members()); }
 
-    void push_back(JsonValue element) { std::get<Elements>(i_value).push_back(std::move(element)); }
+    void append(JsonValue element) { std::get<Elements>(i_value).push_back(std::move(element)); }
     /** The member of an object, added as null if there is none. */
     JsonValue& operator[](const std::string& key);
 

@@ -95,7 +95,7 @@ void PrintAsText(std::ostream& out, const std::vector<Inspection>& inspections) 
 void PrintAsJson(std::ostream& out, const std::vector<Inspection>& inspections) {
     JsonValue answer = {{"format", 1}, {"images", JsonValue::array()}};
     for (const Inspection& inspection : inspections) {
-        answer["images"].push_back(JsonOf(inspection));
+        answer["images"].append(JsonOf(inspection));
     }
     out << answer.dump(1) << '\n';
 }

@@ -67,7 +67,7 @@ JsonValue JsonOf(const regs::MemberOutline& member) {
         if (field.said.reset) {
             object["reset"] = *field.said.reset;
         }
-        fields.push_back(std::move(object));
+        fields.append(std::move(object));
     }
     JsonValue object = Repeated({{"name", member.name},
                                  {"memory", member.isMemory},
@@ -88,9 +88,9 @@ JsonValue JsonOf(const AddressMap& map) {
         AddText(object, "about", group.said.about);
         JsonValue& members = object["members"] = JsonValue::array();
         for (const regs::MemberOutline& member : group.members) {
-            members.push_back(JsonOf(member));
+            members.append(JsonOf(member));
         }
-        groups.push_back(std::move(object));
+        groups.append(std::move(object));
     }
     return {{"design", map.design}, {"designs", map.designs}, {"groups", std::move(groups)}};
 }
@@ -111,11 +111,11 @@ JsonValue OverviewOf(const std::vector<AddressMap>& maps) {
     JsonValue summaries = JsonValue::array();
     for (const AddressMap& map : maps) {
         outlines.push_back(map.outline);
-        summaries.push_back(SummaryOf(map));
+        summaries.append(SummaryOf(map));
     }
     JsonValue differences = JsonValue::array();
     for (const regs::Difference& difference : regs::DifferencesOf(outlines)) {
-        differences.push_back({{"path", difference.path}, {"values", difference.values}});
+        differences.append({{"path", difference.path}, {"values", difference.values}});
     }
     return {{"maps", std::move(summaries)}, {"differences", std::move(differences)}};
 }

@@ -113,7 +113,7 @@ void PrintAsJson(std::ostream& out, const Answer& answer) {
         for (std::size_t i = 0; i < row.size(); ++i) {
             Add(object, answer.columns[i], row[i]);
         }
-        rows.push_back(std::move(object));
+        rows.append(std::move(object));
     }
     out << whole.dump(1) << '\n';
 }
