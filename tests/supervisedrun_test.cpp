@@ -417,8 +417,28 @@ TEST_F(SupervisedRunTest, RefusesBesideAnotherRun) {
     EXPECT_EQ(result.exitValue, 75);
     EXPECT_EQ(result.out, "");
     EXPECT_THAT(result.err, HasSubstr("tolmira_run: another run is under way"));
-    // Who removes the lock file gets past it, but not past the tool's own lock.
     EXPECT_EQ(first.stop().exitValue, 128 + SIGTERM);
+}
+
+TEST_F(SupervisedRunTest, RefusesBesideARunWhoseLockFileIsGone) {
+    Process first(TOLMIRA_RUN, USUAL, i_directory.path(), "first");
+    ASSERT_TRUE(first.waitForOutput("Controller isn't there"));
+    ASSERT_TRUE(std::filesystem::remove(LOCK_FILE));
+    ProcessResult result;
+    EXPECT_EQ(report(USUAL, result)["cause"], "another run");
+    EXPECT_EQ(result.exitValue, 75) << "by the tool's own lock";
+}
+
+// The terminal reaches no process of another session, and no signal but SIGKILL ends the tool.
+TEST_F(SupervisedRunTest, StartsTheToolOutOfTheTerminalsReach) {
+    const std::string tool =
+        "read -r _ _ _ _ _ session _ </proc/$$/stat; test $session = $$ && echo leader; "
+        "sed -n 's/^SigIgn:.*\\(....\\)$/\\1/p' /proc/$$/status";
+    const std::string out = runProgram(script(tool) + USUAL).out;
+    EXPECT_THAT(out, testing::StartsWith("leader\n"));
+    const unsigned long ignored =
+        1UL << (SIGHUP - 1) | 1UL << (SIGINT - 1) | 1UL << (SIGQUIT - 1) | 1UL << (SIGTERM - 1);
+    EXPECT_EQ(std::stoul(out.substr(out.find('\n') + 1), nullptr, 16) & ignored, ignored) << out;
 }
 
 TEST_F(SupervisedRunTest, TakesNoLockThatIsNone) {
