@@ -14,6 +14,7 @@
 
 #include "link/mailbox.h"
 #include "memory/hostlock.h"
+#include "memory/mailboxpage.h"
 #include "memory/memorymapcontainer.h"
 #include "tests/support/child.h"
 #include "tests/support/privateshm.h"
@@ -122,6 +123,30 @@ TEST_F(CardViews, WordsAreReadWithoutTouchingTheObject) {
     // It shrinks while it is looked at.
     ASSERT_EQ(ftruncate(fd, 4096), 0);
     EXPECT_EQ(card.mailboxWord(10), std::nullopt);
+    close(fd);
+}
+
+TEST_F(CardViews, TheMailboxGetsItsPageOrTheReasonIsTold) {
+    EXPECT_EQ(AllocateMailboxPage(), "") << "there is no object";
+    EXPECT_NE(access(PATH, F_OK), 0);
+    makeObject(REGION_SIZE);
+    {
+        const testsupport::FullSharedMemory memory;
+        if (!memory.full()) {
+            GTEST_SKIP() << "this machine permits no /dev/shm of its own";
+        }
+        EXPECT_EQ(AllocateMailboxPage(),
+                  "cannot allocate the mailbox in /resource0: No space left on device");
+    }
+    const uint32_t word = 7;
+    const int fd = open(PATH, O_RDWR | O_CLOEXEC);
+    EXPECT_EQ(AllocateMailboxPage(), "");
+    struct stat status = {};
+    fstat(fd, &status);
+    EXPECT_EQ(status.st_blocks, 8) << "one page, in units of 512 bytes";
+    ASSERT_EQ(pwrite(fd, &word, sizeof word, 0x2800), ssize_t{sizeof word});
+    EXPECT_EQ(AllocateMailboxPage(), "");
+    EXPECT_EQ(CardView().mailboxWord(0), 7U) << "the contents stay";
     close(fd);
 }
 

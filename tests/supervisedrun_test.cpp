@@ -13,6 +13,7 @@
 #include "companions/digest/sha256.h"
 #include "companions/operator/toollog/causes.h"
 #include "link/mailbox.h"
+#include "tests/support/privateshm.h"
 #include "tests/support/region.h"
 #include "tests/support/terminal.h"
 #include "tests/upgradefixture.h"
@@ -476,6 +477,20 @@ TEST_F(SupervisedRunTest, ReadsNoMailboxThatIsNone) {
     ProcessResult result;
     EXPECT_EQ(report(USUAL, result)["cause"], "mailbox unreadable");
     EXPECT_EQ(result.exitValue, 74);
+}
+
+// The tool would end with SIGBUS.
+TEST_F(SupervisedRunTest, TellsAFullSharedMemory) {
+    std::ofstream("/dev/shm/resource0").flush();
+    std::filesystem::resize_file("/dev/shm/resource0", REGION_SIZE);
+    const testsupport::FullSharedMemory memory;
+    if (!memory.full()) {
+        GTEST_SKIP() << "this machine permits no /dev/shm of its own";
+    }
+    ProcessResult result;
+    EXPECT_EQ(report(USUAL, result)["cause"], "mailbox unreadable");
+    EXPECT_EQ(result.exitValue, 74);
+    EXPECT_THAT(result.err, HasSubstr("cannot allocate the mailbox in /resource0: No space left"));
 }
 
 TEST_F(SupervisedRunTest, ReportsEveryEnd) {

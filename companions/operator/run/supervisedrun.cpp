@@ -8,6 +8,7 @@
 #include "companions/operator/inspect/inspection.h"
 #include "companions/toolcontract/toolcontract.h"
 #include "memory/hostlock.h"
+#include "memory/mailboxpage.h"
 
 namespace run {
 
@@ -55,10 +56,15 @@ SupervisedRun::SupervisedRun(const Settings& settings, Signals& signals, Console
 
 Outcome SupervisedRun::perform() {
     constexpr bool (SupervisedRun::*STEPS[])() = {
-        &SupervisedRun::takeImage,       &SupervisedRun::judgeImage,
-        &SupervisedRun::takeLock,        &SupervisedRun::refuseBesideAnotherHost,
-        &SupervisedRun::awaitController, &SupervisedRun::recover,
-        &SupervisedRun::upgrade,         &SupervisedRun::lookForUnreadAnswer,
+        &SupervisedRun::takeImage,
+        &SupervisedRun::judgeImage,
+        &SupervisedRun::takeLock,
+        &SupervisedRun::refuseBesideAnotherHost,
+        &SupervisedRun::awaitController,
+        &SupervisedRun::allocateMailbox,
+        &SupervisedRun::recover,
+        &SupervisedRun::upgrade,
+        &SupervisedRun::lookForUnreadAnswer,
         &SupervisedRun::verify,
     };
     (void)std::all_of(std::begin(STEPS), std::end(STEPS),
@@ -145,6 +151,11 @@ bool SupervisedRun::refuseBesideAnotherHost() {
         i_outcome.revisionBefore = look.revision;
     }
     return true;
+}
+
+bool SupervisedRun::allocateMailbox() {
+    const std::string why = AllocateMailboxPage();
+    return why.empty() || end(toollog::e_Cause_MailboxUnreadable, why);
 }
 
 MailboxLook SupervisedRun::await(std::chrono::milliseconds limit,

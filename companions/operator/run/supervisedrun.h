@@ -40,6 +40,7 @@ class SupervisedRun {
     bool judgeImage();
     bool takeLock();
     bool refuseBesideAnotherHost();
+    bool allocateMailbox();
     bool awaitController();
     bool recover();
     bool upgrade();
