@@ -408,7 +408,7 @@ TEST_F(SupervisedRunTest, RefusesBesideAnotherRun) {
     EXPECT_EQ(result.exitValue, 75);
     EXPECT_EQ(answer["cause"], "another run");
     EXPECT_THAT(result.err,
-                HasSubstr("without tolmira_run is at work, pid " + std::to_string(tool.pid())));
+                HasSubstr("another tolmira_upgrade is at work, pid " + std::to_string(tool.pid())));
     tool.stop();
 
     Process first(TOLMIRA_RUN, script("echo ready; exec sleep 100") + USUAL, i_directory.path(),

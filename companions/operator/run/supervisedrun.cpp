@@ -143,9 +143,8 @@ bool SupervisedRun::refuseBesideAnotherHost() {
         return end(toollog::e_Cause_MailboxUnreadable, look.failure);
     }
     if (look.host) {
-        return end(
-            toollog::e_Cause_Busy,
-            "a tool that was started without tolmira_run is at work, " + ProcessText(*look.host));
+        return end(toollog::e_Cause_Busy,
+                   "another tolmira_upgrade is at work, " + ProcessText(*look.host));
     }
     if (look.controllerPresent()) {
         i_outcome.revisionBefore = look.revision;
