@@ -11,6 +11,15 @@ function(install_exported name component)
   set(folder ${libraryRoot}/cmake/${name})
   install(TARGETS ${arg_TARGETS} EXPORT ${name}
     ARCHIVE DESTINATION ${archives} COMPONENT ${component})
+  # What link-time optimisation adds has random names, and only the same compiler reads it.
+  install(CODE "
+    file(GLOB libraries \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${archives}/*.a\")
+    foreach(library IN LISTS libraries)
+      execute_process(COMMAND \"${CMAKE_OBJCOPY}\" --enable-deterministic-archives
+        --remove-section=.gnu.lto_* --remove-section=.gnu.debuglto_* \"\${library}\"
+        COMMAND_ERROR_IS_FATAL ANY)
+    endforeach()"
+    COMPONENT ${component})
   install(EXPORT ${name} NAMESPACE ${name}:: DESTINATION ${folder} COMPONENT ${component})
   list(TRANSFORM arg_DEPENDENCIES REPLACE "(.+)" "find_dependency(\\1)")
   list(JOIN arg_DEPENDENCIES "\n" dependencies)

@@ -11,6 +11,9 @@ namespace {
 constexpr unsigned SPINS = 5000;
 constexpr std::chrono::milliseconds YIELDING{20};
 constexpr std::chrono::microseconds SILENCE_POLL_INTERVAL{100};
+/** After this nobody is in a conversation, and dozens of controllers may share the machine. */
+constexpr std::chrono::seconds LONG_SILENCE{1};
+constexpr std::chrono::milliseconds LONG_SILENCE_POLL_INTERVAL{5};
 
 }  // namespace
 
@@ -24,8 +27,10 @@ std::chrono::milliseconds Pacer::miss() {
         std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - i_quietSince);
     if (quiet < YIELDING) {
         sched_yield();
-    } else {
+    } else if (quiet < LONG_SILENCE) {
         std::this_thread::sleep_for(SILENCE_POLL_INTERVAL);
+    } else {
+        std::this_thread::sleep_for(LONG_SILENCE_POLL_INTERVAL);
     }
     return quiet;
 }

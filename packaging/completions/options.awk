@@ -1,0 +1,29 @@
+# Of the text that --help prints: a line for each option, with its name, the kind of its value, the words that
+# the value can be, and what it does, with tabs between them.
+function put(text) {
+  sub(/^ +/, "", text)
+  count = split(names, name, ",")
+  for (i = 1; i <= count; ++i) {
+    if (name[i] ~ /^--/) {
+      sub(/[{].*/, "", name[i])
+      print name[i] "\t" kind "\t" words "\t" text
+    }
+  }
+  names = ""
+}
+names != "" { put($0); next }
+/^ +-/ {
+  sub(/^ +/, "")
+  kind = words = ""
+  names = $1
+  rest = substr($0, length(names) + 1)
+  if (match(rest, /^ [A-Z][A-Z0-9]*/) && substr(rest, RLENGTH + 1, 1) !~ /[a-z]/) {
+    kind = substr(rest, 2, RLENGTH - 1)
+  }
+  if (match(rest, /:[{][^}]*/)) {
+    words = substr(rest, 3 + RSTART - 1, RLENGTH - 2)
+  }
+  if (match(rest, /   *[^ ]/)) {
+    put(substr(rest, RSTART))
+  }
+}
