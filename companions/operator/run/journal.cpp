@@ -23,10 +23,10 @@ constexpr char SOCKET[] = "/run/systemd/journal/socket";
 using Fields = std::vector<std::string>;
 
 int PriorityOf(const std::string& severity) {
-    static constexpr const char* SEVERITIES[] = {"EMERGENCY", "ALERT",  "CRITICAL", "ERROR",
+    static constexpr const char* severities[] = {"EMERGENCY", "ALERT",  "CRITICAL", "ERROR",
                                                  "WARNING",   "NOTICE", "INFO"};
     int priority = LOG_EMERG;
-    for (const char* name : SEVERITIES) {
+    for (const char* name : severities) {
         if (severity == name) {
             return priority;
         }
