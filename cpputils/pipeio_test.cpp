@@ -82,10 +82,10 @@ TEST(PipeRead, TakesBackWhatWasWritten) {
     const Pipe pipe;
     const std::string text("a\0b\xff", 4);
     const std::vector<char> bytes = {'x', '\0', 'y'};
-    WriteString(pipe.writer(), text);
-    WriteString(pipe.writer(), "");
-    WriteBytes(pipe.writer(), bytes);
-    WriteInt(pipe.writer(), -12345);
+    EXPECT_EQ(WriteString(pipe.writer(), text), 0);
+    EXPECT_EQ(WriteString(pipe.writer(), ""), 0);
+    EXPECT_EQ(WriteBytes(pipe.writer(), bytes), 0);
+    EXPECT_EQ(WriteInt(pipe.writer(), -12345), 0);
     pipe.put("tail");
 
     std::string gotText = "old";
@@ -166,7 +166,7 @@ TEST(PipeWrite, LeavesASignalThatWasPendingBefore) {
         raise(SIGPIPE);
         Pipe pipe;
         pipe.closeReader();
-        WriteInt(pipe.writer(), 1);
+        EXPECT_EQ(WriteInt(pipe.writer(), 1), 0);
         sigpending(&signals);
         _exit(sigismember(&signals, SIGPIPE) == 1 ? 0 : 1);
     });

@@ -79,8 +79,8 @@ class EmptyData : public Packable, public PersistenceBase {
     virtual bool operator==(const EmptyData& other) const;
     virtual bool operator!=(const EmptyData& other) const;
 
-    virtual bool serialize(node_type& node) const;
-    virtual bool deserialize(const node_type& node);
+    [[nodiscard]] virtual bool serialize(node_type& node) const;
+    [[nodiscard]] virtual bool deserialize(const node_type& node);
 };
 
 /** Of the same family; no message of the upgrade carries it. */

@@ -37,11 +37,11 @@ class RouterCommWriter {
 
     /** One frame. False also without memory and for a message that can't be packed: nothing sent.
      */
-    bool send(const YAMPMessage& message);
+    [[nodiscard]] bool send(const YAMPMessage& message);
 
     /** `count` bytes, up to the first that fails. A null pointer is true with nothing sent. */
-    bool sendBytes(const void* bytes, unsigned int count);
-    bool sendByte(unsigned char byte);
+    [[nodiscard]] bool sendBytes(const void* bytes, unsigned int count);
+    [[nodiscard]] bool sendByte(unsigned char byte);
 
     /** True if address 10 is not 0. One read, no wait. */
     bool isControllerPresent();
@@ -80,9 +80,9 @@ class RouterCommReader {
     std::unique_ptr<SmartBufferReader> readMessage(RefPtr<RefBuffer>& buffer, uint16_t& id);
 
     /** True if exactly `count` bytes were read; at most `capacity` are. Null is false. */
-    bool readBytes(void* bytes, unsigned int capacity, unsigned int count);
+    [[nodiscard]] bool readBytes(void* bytes, unsigned int capacity, unsigned int count);
     /** `byte` is set only when the result is true. */
-    bool readByte(unsigned char* byte);
+    [[nodiscard]] bool readByte(unsigned char* byte);
     /** True if a byte waits. One read, no wait. */
     bool isByteOffered();
 

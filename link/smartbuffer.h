@@ -54,7 +54,7 @@ class WriteableSmartBuffer {
     virtual void setFailed() = 0;
     virtual Checkpoint getCheckpoint() const = 0;
     /** 0, or -1 with nothing changed for an invalid checkpoint or one ahead of the offset. */
-    virtual int restoreCheckpoint(const Checkpoint& checkpoint) = 0;
+    [[nodiscard]] virtual int restoreCheckpoint(const Checkpoint& checkpoint) = 0;
 
     virtual void write(const bool& value) = 0;
     virtual void write(const char& value) = 0;
@@ -89,7 +89,7 @@ class ReadableSmartBuffer {
     virtual bool hasFailed() const = 0;
     virtual void setFailed() = 0;
     /** Back to the first byte, failure cleared. 0 or -1. */
-    virtual int rewind() = 0;
+    [[nodiscard]] virtual int rewind() = 0;
 
     virtual void read(bool& value) = 0;
     virtual void read(char& value) = 0;
@@ -150,7 +150,7 @@ class SmartBufferCursorT {
     uint32_t getOffset() const { return i_offset; }
 
     /** Moves the cursor and clears failure. -1, nothing changed, past the end. */
-    int setOffset(uint32_t offset) {
+    [[nodiscard]] int setOffset(uint32_t offset) {
         if (offset > i_size) {
             return -1;
         }
@@ -168,7 +168,8 @@ class SmartBufferCursorT {
 
     /** A part of another buffer; the array stays its owner's. A sizing buffer has no part. */
     template <typename OtherByte>
-    int attachView(const SmartBufferCursorT<OtherByte>& other, uint32_t start, uint32_t length) {
+    [[nodiscard]] int attachView(const SmartBufferCursorT<OtherByte>& other, uint32_t start,
+                                 uint32_t length) {
         if (!other.isInit() || start > other.i_size || length > other.i_size - start) {
             return -1;
         }
@@ -177,7 +178,7 @@ class SmartBufferCursorT {
     }
 
     template <typename OtherByte>
-    int attachView(const SmartBufferCursorT<OtherByte>& other, uint32_t start) {
+    [[nodiscard]] int attachView(const SmartBufferCursorT<OtherByte>& other, uint32_t start) {
         return start > other.i_size ? -1 : attachView(other, start, other.i_size - start);
     }
 
@@ -187,7 +188,7 @@ class SmartBufferCursorT {
      * Moves past `count` bytes and ends a run of bools. False, with the failure set, where they
      * don't fit. `place` becomes their first byte, or null when there is none to touch.
      */
-    bool claim(uint32_t count, Byte*& place) {
+    [[nodiscard]] bool claim(uint32_t count, Byte*& place) {
         if (i_failed) {
             return false;
         }
@@ -202,7 +203,7 @@ class SmartBufferCursorT {
     }
 
     /** The same for the next bool of a run: `place` is its byte, `bit` its bit in there. */
-    bool claimBit(Byte*& place, unsigned char& bit) {
+    [[nodiscard]] bool claimBit(Byte*& place, unsigned char& bit) {
         const uint32_t position = i_boolBufferOffset;
         if (position == 0) {
             if (!claim(1, place)) {
@@ -264,7 +265,7 @@ class SmartBufferWriter : public WriteableSmartBuffer, public SmartBufferCursorT
     bool hasFailed() const override { return i_failed; }
     void setFailed() override { i_failed = true; }
     Checkpoint getCheckpoint() const override { return Checkpoint(i_offset); }
-    int restoreCheckpoint(const Checkpoint& checkpoint) override;
+    [[nodiscard]] int restoreCheckpoint(const Checkpoint& checkpoint) override;
 
     void write(const bool& value) override;
     void write(const char& value) override;
@@ -311,7 +312,7 @@ class SmartBufferReader : public ReadableSmartBuffer,
     uint32_t bytesRemaining() const override { return remaining(); }
     bool hasFailed() const override { return i_failed; }
     void setFailed() override { i_failed = true; }
-    int rewind() override { return setOffset(0); }
+    [[nodiscard]] int rewind() override { return setOffset(0); }
 
     void read(bool& value) override;
     void read(char& value) override;
@@ -389,4 +390,4 @@ ReadableSmartBuffer& operator>>(ReadableSmartBuffer& buffer, std::vector<T>& val
 }
 
 /** Measures `object` in bytes. 0, or -1 with `size` untouched if it can't be packed. */
-int GetPackedSize(const Packable& object, unsigned int& size);
+[[nodiscard]] int GetPackedSize(const Packable& object, unsigned int& size);

@@ -59,14 +59,15 @@ class TolmiraMessageT : public YAMPMessage {
  * Builds the frame of `message` in `buffer` and stores its total length, in bytes, in `packedSize`.
  * 0, or -1 if the buffer can't hold it, with `packedSize` untouched if the body didn't fit.
  */
-int YAMPPack(void* buffer, unsigned int bufferSize, const YAMPMessage& message,
-             unsigned int* packedSize);
+[[nodiscard]] int YAMPPack(void* buffer, unsigned int bufferSize, const YAMPMessage& message,
+                           unsigned int* packedSize);
 
 /**
  * Checks the first 8 of `size` bytes. 0, or -1 if they head no frame. The total length and the id
  * are stored before they are judged; the id isn't judged at all, nor an upper limit of the length.
  */
-int YAMPParseHeader(const void* bytes, unsigned int size, unsigned int* totalLength, uint16_t* id);
+[[nodiscard]] int YAMPParseHeader(const void* bytes, unsigned int size, unsigned int* totalLength,
+                                  uint16_t* id);
 
 /**
  * A reader over the body of the frame at `frame`, where `size` bytes lie, which it doesn't copy and

@@ -31,7 +31,7 @@ class SymbolMap {
      * False, with the buffer as it was, if there is none or the file can't be opened any more. No
      * heap.
      */
-    bool lookup(uint32_t address, char* buffer, int size) const;
+    [[nodiscard]] bool lookup(uint32_t address, char* buffer, int size) const;
 
   private:
     struct Line {
@@ -53,4 +53,4 @@ class SymbolMap {
 std::string SymbolFileOf(const std::string& executable);
 
 /** SymbolMap::lookup in the map of this program. */
-bool GetSymbolText(uint32_t address, char* buffer, int size);
+[[nodiscard]] bool GetSymbolText(uint32_t address, char* buffer, int size);

@@ -123,18 +123,18 @@ class MemoryMapContainer {
      * whatever the size. Null on failure, which is logged; the region stays closed and can be tried
      * again.
      */
-    MemoryMap* createMemoryMap(e_MemoryMapType type);
-    MemoryMap* createMemoryMap(e_MemoryMapType type, size_t size);
+    [[nodiscard]] MemoryMap* createMemoryMap(e_MemoryMapType type);
+    [[nodiscard]] MemoryMap* createMemoryMap(e_MemoryMapType type, size_t size);
 
     /** The map if it is created, else null. Takes no lock. */
-    MemoryMap* getMemoryMap(e_MemoryMapType type);
+    [[nodiscard]] MemoryMap* getMemoryMap(e_MemoryMapType type);
     /** The map, which must be created. Takes no lock. */
     MemoryMap& getMemoryMapReference(e_MemoryMapType type);
 
   private:
     using Mutex = PMutexT<CriticalThreadCantBlockPolicy>;
 
-    MemoryMap* openMap(e_MemoryMapType type, size_t size) REQUIRES(i_mutex);
+    [[nodiscard]] MemoryMap* openMap(e_MemoryMapType type, size_t size) REQUIRES(i_mutex);
     static void closeMap(MemoryMap& map);
 
     std::array<MemoryMap, NUM_MEMORY_MAPS> i_maps;

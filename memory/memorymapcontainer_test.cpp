@@ -136,9 +136,9 @@ TEST_F(MemoryMaps, TypesBeyondTheTableAreRefused) {
             .assertion("\"Invalid memoryMap\"");
         const ChildResult result = RunInChild([&] {
             MemoryMapContainer container;
-            container.createMemoryMap(bad);
-            container.createMemoryMap(bad, 4096);
-            container.getMemoryMap(bad);
+            (void)container.createMemoryMap(bad);
+            (void)container.createMemoryMap(bad, 4096);
+            (void)container.getMemoryMap(bad);
             container.getMemoryMapReference(bad);
         });
         EXPECT_EQ(Normalised(result.out), expected.text());
@@ -243,7 +243,7 @@ TEST_F(MemoryMaps, ThreadsThatRaceForARegionOpenItOnce) {
         }
         racer = std::thread([&] {
             second = gettid();
-            container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA);
+            (void)container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA);
         });
         // It waits for the lock, or it opens the region too.
         while (opens == 1 && (second == 0 || !IsAsleep(second))) {
@@ -260,9 +260,9 @@ TEST_F(MemoryMaps, ThreadsThatRaceForARegionOpenItOnce) {
 TEST_F(MemoryMaps, ACriticalThreadIsStoppedAlsoAtAnOpenRegion) {
     const ChildResult result = RunInChild([] {
         MemoryMapContainer container;
-        container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA);
-        ThreadRegistrar::instance().registerFieldMain(0);
-        container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA, 4096);
+        (void)container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA);
+        EXPECT_EQ(ThreadRegistrar::instance().registerFieldMain(0), 0);
+        (void)container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA, 4096);
     });
     EXPECT_EQ(result.signal, SIGABRT);
     EXPECT_THAT(result.out, HasSubstr("ASSERT_BLOCKABLE_THREAD Failed"));

@@ -18,7 +18,7 @@ class SharedMemory {
      * new object reads as zeroes, an old one keeps its contents. -1 on failure, which is logged;
      * errno tells why.
      */
-    int createFd();
+    [[nodiscard]] int createFd();
 
   private:
     const std::string i_name;

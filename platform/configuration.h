@@ -34,13 +34,13 @@ class Configuration {
      * Returns 0, or e_Error_CannotOpenFile, with the record unchanged, if the file can't be opened
      * or read to its end, as a directory can't.
      */
-    int load(const std::string& fileName, bool clearFirst);
+    [[nodiscard]] int load(const std::string& fileName, bool clearFirst);
 
     /**
      * Writes the record over the file. Returns 0, e_Error_CannotOpenFile if the file can't be
      * opened for writing, or e_Error_WriteFailed if not all of it could be written.
      */
-    int save(const std::string& fileName) const;
+    [[nodiscard]] int save(const std::string& fileName) const;
 
     /** Keys and sections in ascending order, the default section first and without a header. */
     void print(std::ostream& out) const;
@@ -55,9 +55,9 @@ class Configuration {
      * Gives the value to `stream`, cleared and ready to read, and returns 0. For a missing key
      * returns e_Error_NotFound and leaves the stream alone.
      */
-    int getValue(const std::string& section, const std::string& key,
-                 std::istringstream& stream) const;
-    int getValue(const std::string& key, std::istringstream& stream) const {
+    [[nodiscard]] int getValue(const std::string& section, const std::string& key,
+                               std::istringstream& stream) const;
+    [[nodiscard]] int getValue(const std::string& key, std::istringstream& stream) const {
         return getValue(defaultSection, key, stream);
     }
     std::string getValue(const std::string& section, const std::string& key,

@@ -90,34 +90,35 @@ std::string storageLocationToString(e_StorageLocation location);
 /** Whether stat finds the path. */
 bool pathExists(const std::string& path);
 /** 0, or e_Error_NotFound without a stick: silent. */
-int checkUsbMounted();
+[[nodiscard]] int checkUsbMounted();
 
 /**
  * Sees to it that the directory is there, with those above it. On the USB stick, but not through
  * its mount point: e_Error_NotFound without a stick, -1 when mkdir fails or there is nothing below
  * the mount point to make. Elsewhere by the shell: its code.
  */
-int checkAndCreateDir(const std::string& directory);
+[[nodiscard]] int checkAndCreateDir(const std::string& directory);
 
 /**
  * Makes `to` hold what `from` holds, and no more, by rsync; with a pattern, those files of `from`
  * that match. A source that isn't there is no failure. Returns the code of the directory or of the
  * shell command.
  */
-int copyFiles(const std::string& from, const std::string& to, const std::string& filepattern);
-/** copyFiles, and its failure is logged with the names. The two differ in theirs alone. */
-int copyFilesToFlash(const std::string& from, const std::string& to,
-                     const std::string& filepattern);
-int copyFilesToOrFromNonUSB(const std::string& from, const std::string& to,
+[[nodiscard]] int copyFiles(const std::string& from, const std::string& to,
                             const std::string& filepattern);
+/** copyFiles, and its failure is logged with the names. The two differ in theirs alone. */
+[[nodiscard]] int copyFilesToFlash(const std::string& from, const std::string& to,
+                                   const std::string& filepattern);
+[[nodiscard]] int copyFilesToOrFromNonUSB(const std::string& from, const std::string& to,
+                                          const std::string& filepattern);
 /** As these; e_Error_NotFound without a stick. */
-int copyFilesToOrFromUSB(const std::string& from, const std::string& to,
-                         const std::string& filepattern);
+[[nodiscard]] int copyFilesToOrFromUSB(const std::string& from, const std::string& to,
+                                       const std::string& filepattern);
 
 /** Packs the log files below /tmp into an archive on the USB stick, in place of the one there. */
-int copyLogs();
+[[nodiscard]] int copyLogs();
 /** e_Error_NotFound without a stick. */
-int copyLogsToUSB();
+[[nodiscard]] int copyLogsToUSB();
 
 /**
  * The names of the schemes in byte order: of the default directory, which is made, of the system's,

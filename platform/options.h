@@ -64,21 +64,21 @@ class Options {
      * mode that isn't available; e_Error_NotFound if the file's directory can't be made; or what
      * Configuration::save returns. To use them, link `optionsetters`.
      */
-    int setAvailableMles(size_t count) const;
-    int setAvailableInputs(size_t count) const;
-    int setSwitcherMode(e_SwitcherMode mode) const;
-    int setLogToUSB(bool on) const;
-    int setWebMediaAccess(bool on) const;
-    int setFtpAccess(bool on) const;
-    int setQuibnetAccess(bool on) const;
-    int setAutoDiscoveryOn(bool on) const;
-    int setRoleBasedControlAccess(unsigned level) const;
-    int setNumABU(unsigned count) const;
-    int setNumConfAudioChannels(unsigned count) const;
-    int setAuthVRQConnections(int index, int value) const;
+    [[nodiscard]] int setAvailableMles(size_t count) const;
+    [[nodiscard]] int setAvailableInputs(size_t count) const;
+    [[nodiscard]] int setSwitcherMode(e_SwitcherMode mode) const;
+    [[nodiscard]] int setLogToUSB(bool on) const;
+    [[nodiscard]] int setWebMediaAccess(bool on) const;
+    [[nodiscard]] int setFtpAccess(bool on) const;
+    [[nodiscard]] int setQuibnetAccess(bool on) const;
+    [[nodiscard]] int setAutoDiscoveryOn(bool on) const;
+    [[nodiscard]] int setRoleBasedControlAccess(unsigned level) const;
+    [[nodiscard]] int setNumABU(unsigned count) const;
+    [[nodiscard]] int setNumConfAudioChannels(unsigned count) const;
+    [[nodiscard]] int setAuthVRQConnections(int index, int value) const;
     /** An absent value takes the key out of the file. */
-    int setVistrolName(const Optional<std::string>& name) const;
-    int setRbacMasterPassword(const Optional<std::string>& password) const;
+    [[nodiscard]] int setVistrolName(const Optional<std::string>& name) const;
+    [[nodiscard]] int setRbacMasterPassword(const Optional<std::string>& password) const;
 
   private:
     void readCounts(const Configuration& file);

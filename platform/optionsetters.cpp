@@ -19,7 +19,7 @@ int saveOption(const std::string& key, const Optional<std::string>& value) {
     }
     const std::string path = optionsDir + softwareOptionsFile;
     Configuration file;
-    file.load(path, true);  // a missing file is an empty one
+    (void)file.load(path, true);  // a missing file is an empty one
     if (value.exists()) {
         file.setValue(key, value.data());
     } else {

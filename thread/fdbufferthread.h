@@ -28,14 +28,14 @@ class FDBufferThread : public Runnable {
     FDBufferThread& operator=(const FDBufferThread&) = delete;
 
     /** 0; -1 if it is started already or has no pipe; else the error number of pthread_create. */
-    int start();
+    [[nodiscard]] int start();
     /**
      * Asks the thread to end, wherever the stream is, and joins it. 0; -1 without a thread;
      * e_Error_WriteFailed, and then the thread runs on.
      */
-    int stop();
+    [[nodiscard]] int stop();
     /** Waits for the thread's own end. Results as ThreadRunner::join. */
-    int join(void** result);
+    [[nodiscard]] int join(void** result);
     bool isCreated() const;
 
     std::string getText();

@@ -82,18 +82,18 @@ TEST(FDBufferThread, TellsWhatEndedItEarly) {
          [](FDBufferThread& buffer) {
              const int nextDescriptor = dup(STDOUT_FILENO);
              close(nextDescriptor);
-             buffer.start();  // its pipe takes the next two
+             EXPECT_EQ(buffer.start(), 0);  // its pipe takes the next two
              const unsigned char command = 0x80;
              EXPECT_EQ(write(nextDescriptor + 1, &command, 1), 1);
-             buffer.join(nullptr);
+             (void)buffer.join(nullptr);
          }},
         {"Pipe to FDBufferThread closed (Success)",
          [](FDBufferThread& buffer) {
              const int nextDescriptor = dup(STDOUT_FILENO);
              close(nextDescriptor);
-             buffer.start();
+             EXPECT_EQ(buffer.start(), 0);
              close(nextDescriptor + 1);
-             buffer.join(nullptr);
+             (void)buffer.join(nullptr);
          }},
         {"Could not create the to pipe for FDBufferThread",
          [](FDBufferThread& buffer) {
@@ -103,14 +103,14 @@ TEST(FDBufferThread, TellsWhatEndedItEarly) {
         {"select failed (Bad file descriptor)",
          [](FDBufferThread&) {
              FDBufferThread onClosed(BEYOND_SELECT);
-             onClosed.start();
-             onClosed.join(nullptr);
+             EXPECT_EQ(onClosed.start(), 0);
+             (void)onClosed.join(nullptr);
          }},
     };
     for (const auto& c : cases) {
         const std::string out = RunInChild([&] {
                                     PipeEnds stream;
-                                    stream.create();
+                                    EXPECT_EQ(stream.create(), 0);
                                     FDBufferThread buffer(stream.readEnd());
                                     c.body(buffer);
                                 }).out;

@@ -57,12 +57,12 @@ class InterruptThread : public Runnable {
     InterruptThread& operator=(const InterruptThread&) = delete;
 
     /** Results as ThreadRunner::start. */
-    int start();
+    [[nodiscard]] int start();
     /**
      * Ends the thread, waiting for an action under way, and joins it. 0; -1 if there is none or it
      * can't be told, and then it runs on; else the error number of pthread_join.
      */
-    int stop();
+    [[nodiscard]] int stop();
     bool isCreated() const;
 
     /** 0, -1 or e_Error_Timeout, and the text to it. To be asked when the thread is joined. */
@@ -74,7 +74,7 @@ class InterruptThread : public Runnable {
   private:
     using Lock = PMutexT<CriticalThreadCantBlockPolicy>;
 
-    bool createPipes();
+    [[nodiscard]] bool createPipes();
     int interruptReadEnd() const;
     void waitForEvent();
     void actOnMark();

@@ -148,7 +148,7 @@ TEST(InterruptThread, CanBeStoppedWithoutAPipe) {
         FarSides sides;
         InterruptThread thread(&sides, &sides, nullptr);
         testsupport::LimitDescriptors(0);
-        thread.start();
+        (void)thread.start();
         printf("%d ", thread.stop());
         printf("%d %s %d", thread.rc(), thread.message().c_str(), thread.stop());
     });

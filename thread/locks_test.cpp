@@ -104,7 +104,7 @@ TEST(Mutex, FailingCallsAreReportedAndStop) {
         {[] { NoticingCondition().wait(); },
          "Assertion \"0 == pthread_cond_wait(&i_cond,&i_mutex)\" failed."},
         {[] {
-             NoticingCondition().timedWait({0, 0});
+             (void)NoticingCondition().timedWait({0, 0});
          },
          "Assertion \"0 == rc || 110 == rc\" failed."},
         {[] { const EverySem semaphore(0xFFFFFFFF); },
@@ -229,21 +229,21 @@ TEST(Policy, StopsACriticalThreadBeforeItCouldBlock) {
         {"wait for a posted semaphore", [] { CriticalSem(1).wait(); }, true},
         {"timed wait",
          [] {
-             CriticalSem(1).timedWait({0, 0});
+             (void)CriticalSem(1).timedWait({0, 0});
          },
          true},
         {"timed wait for no time",
          [] {
-             CriticalSem(1).timedWait({-1, 0});
+             (void)CriticalSem(1).timedWait({-1, 0});
          },
          false},
         {"try operations and post",
          [] {
              CriticalMutex mutex(PTHREAD_MUTEX_NORMAL);
-             mutex.tryLock();
+             (void)mutex.tryLock();
              mutex.unlock();
              CriticalSem semaphore(0);
-             semaphore.tryWait();
+             (void)semaphore.tryWait();
              semaphore.post();
          },
          false},
@@ -258,7 +258,7 @@ TEST(Policy, StopsACriticalThreadBeforeItCouldBlock) {
     for (const PolicyCase& c : cases) {
         SCOPED_TRACE(c.name);
         const ChildResult result = RunInChild([&] {
-            ThreadRegistrar::instance().registerFieldMain(0);
+            EXPECT_EQ(ThreadRegistrar::instance().registerFieldMain(0), 0);
             c.body();
         });
         EXPECT_EQ(result.signal, c.stops ? SIGABRT : 0);

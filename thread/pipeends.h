@@ -13,7 +13,7 @@ class PipeEnds {
     PipeEnds& operator=(const PipeEnds&) = delete;
 
     /** Closes what is open, then makes a new pipe. 0, or -1 with errno set and both ends closed. */
-    int create();
+    [[nodiscard]] int create();
     void closeRead();
     void closeWrite();
     void close();

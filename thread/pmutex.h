@@ -31,7 +31,7 @@ class CAPABILITY("mutex") PMutexImpl {
         ASSERT(0 == pthread_mutex_unlock(&i_mutex));
     }
     /** 0 when the lock was taken, else the error number. */
-    int tryLock() TRY_ACQUIRE(0) NO_THREAD_SAFETY_ANALYSIS {
+    [[nodiscard]] int tryLock() TRY_ACQUIRE(0) NO_THREAD_SAFETY_ANALYSIS {
         return pthread_mutex_trylock(&i_mutex);
     }
 
@@ -53,7 +53,7 @@ class CAPABILITY("mutex") PMutexWithCondImpl : public PMutexImpl {
      * Waits at most `timeout`, a length of time. 0, e_Error_Timeout, or e_Error_InvalidArgument at
      * once for a timeout that is none.
      */
-    int timedWait(const timeval& timeout) REQUIRES(this);
+    [[nodiscard]] int timedWait(const timeval& timeout) REQUIRES(this);
     void signal();
     void broadcast();
 
@@ -75,7 +75,9 @@ class CAPABILITY("mutex") PMutexT {
     }
     [[gnu::always_inline]] void unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS { i_impl.unlock(); }
     /** 0 when the lock was taken, else the error number. Never sleeps, so no policy is asked. */
-    int tryLock() TRY_ACQUIRE(0) NO_THREAD_SAFETY_ANALYSIS { return i_impl.tryLock(); }
+    [[nodiscard]] int tryLock() TRY_ACQUIRE(0) NO_THREAD_SAFETY_ANALYSIS {
+        return i_impl.tryLock();
+    }
 
   private:
     PMutexImpl i_impl;

@@ -18,12 +18,12 @@ class PThread {
     PThread& operator=(const PThread&) = delete;
 
     /** 0; -1 if it is created already; else the error number of pthread_create, logged. */
-    int create(void* (*start)(void*), void* argument);
+    [[nodiscard]] int create(void* (*start)(void*), void* argument);
     /**
      * Waits for the thread's end; `result` may be null. 0; -1 for a detached thread or one that
      * isn't created; else the error number of pthread_join, logged.
      */
-    int join(void** result);
+    [[nodiscard]] int join(void** result);
 
     bool isCreated() const;
 

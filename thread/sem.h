@@ -30,7 +30,7 @@ class SemT {
     void post() { ASSERT(0 == sem_post(&i_sem)); }
 
     /** 0, or -1 with errno set; never sleeps. */
-    int tryWait() { return sem_trywait(&i_sem); }
+    [[nodiscard]] int tryWait() { return sem_trywait(&i_sem); }
 
     void wait() {
         Policy::assertBlockingIsAllowed();
@@ -45,7 +45,7 @@ class SemT {
      * Waits at most `timeout`, a length of time. 0, e_Error_Timeout, or e_Error_InvalidArgument at
      * once for a timeout that is none.
      */
-    int timedWait(const timeval& timeout) {
+    [[nodiscard]] int timedWait(const timeval& timeout) {
         if (!IsValidTimeout(timeout)) {
             return e_Error_InvalidArgument;
         }

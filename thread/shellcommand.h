@@ -15,4 +15,5 @@
  * If a thread cannot be started the command runs to its end, uninterruptible; an output that nobody
  * can collect is closed. Then localRC is -1, and the status is not reported.
  */
-SystemCaller::RC RunShellCommand(const std::string& command, int interruptFd, bool capture);
+[[nodiscard]] SystemCaller::RC RunShellCommand(const std::string& command, int interruptFd,
+                                               bool capture);

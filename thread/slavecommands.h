@@ -11,4 +11,4 @@
  * Returns 1 when the master is gone or the link is broken, after saying so at ERROR: there is no
  * other end.
  */
-int SlaveAppProcessCommands(int readFd, int writeFd);
+[[nodiscard]] int SlaveAppProcessCommands(int readFd, int writeFd);

@@ -140,9 +140,9 @@ TEST(SyscallSlave, TellsWhichStepOfTheProtocolFailed) {
         const auto child = testsupport::RunInChild([&c] {
             PipeEnds commands;
             PipeEnds results;
-            commands.create();
-            results.create();
-            WriteString(commands.writeEnd(), "true");
+            EXPECT_EQ(commands.create(), 0);
+            EXPECT_EQ(results.create(), 0);
+            EXPECT_EQ(WriteString(commands.writeEnd(), "true"), 0);
             int written = 0;
             testsupport::HookWrites([&](int fd, const void* bytes, size_t count) -> ssize_t {
                 if (fd == results.writeEnd() && written == c.writes) {

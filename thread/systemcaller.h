@@ -62,16 +62,17 @@ class SystemCaller {
      * they break the command off. When the link to the slave fails, the slave is ended, and the
      * next command starts another.
      */
-    RC exec(const std::string& command, Interrupter* interrupter, const timeval* timeout);
+    [[nodiscard]] RC exec(const std::string& command, Interrupter* interrupter,
+                          const timeval* timeout);
     /** These return localRC or, if that is 0, commandRC, and log what isn't 0. */
-    int execLogged(const std::string& command);
-    int execTimed(const std::string& command, int seconds, Interrupter* interrupter);
+    [[nodiscard]] int execLogged(const std::string& command);
+    [[nodiscard]] int execTimed(const std::string& command, int seconds, Interrupter* interrupter);
     /**
      * Runs the command again, up to `retries` more times, as long as it times out; without limit if
      * `retries` is negative. The last run's result.
      */
-    RC execRetry(const std::string& command, const timeval* timeout, int retries);
-    int execRetryLogged(const std::string& command, int seconds, int retries);
+    [[nodiscard]] RC execRetry(const std::string& command, const timeval* timeout, int retries);
+    [[nodiscard]] int execRetryLogged(const std::string& command, int seconds, int retries);
 
   private:
     using Lock = PMutexT<CriticalThreadCantBlockPolicy>;
@@ -80,11 +81,12 @@ class SystemCaller {
     ~SystemCaller();
 
     [[noreturn]] void becomeSlave(const char* readFd, const char* writeFd) REQUIRES(i_lock);
-    int runCommand(const std::string& command, Interrupter* interrupter, const timeval* timeout,
-                   RC& result) REQUIRES(i_lock);
-    bool sendCommand(const std::string& command) REQUIRES(i_lock);
-    int awaitEnd(Interrupter* interrupter, const timeval* timeout, RC& result) REQUIRES(i_lock);
-    int fetchResult(unsigned char acknowledge, RC& result) REQUIRES(i_lock);
+    [[nodiscard]] int runCommand(const std::string& command, Interrupter* interrupter,
+                                 const timeval* timeout, RC& result) REQUIRES(i_lock);
+    [[nodiscard]] bool sendCommand(const std::string& command) REQUIRES(i_lock);
+    [[nodiscard]] int awaitEnd(Interrupter* interrupter, const timeval* timeout, RC& result)
+        REQUIRES(i_lock);
+    [[nodiscard]] int fetchResult(unsigned char acknowledge, RC& result) REQUIRES(i_lock);
 
     /** Recursive: exec calls initialize and destroy, which take it too. */
     Lock i_lock;

@@ -65,7 +65,7 @@ TEST_F(SystemCallerTest, LeavesNothingOverWithoutASlave) {
     const auto noPipes = RunInChild([] {
         const auto descriptors = CountDescriptors();
         PipeEnds next;
-        next.create();
+        EXPECT_EQ(next.create(), 0);
         const auto limit = static_cast<rlim_t>(next.writeEnd()) + 2;  // a pipe and a half
         next.close();
         testsupport::LimitDescriptors(limit);
@@ -104,8 +104,8 @@ TEST_F(SystemCallerTest, NeitherLocksNorLogsTooLateAndStopsACriticalThread) {
     EXPECT_THAT(unused.out, HasSubstr("\"Destroying slave process\" at thread/systemcaller.cpp:"));
 
     const auto critical = RunInChild([] {
-        ThreadRegistrar::instance().registerFieldMain(0);
-        SystemCaller::instance().exec("true", nullptr, nullptr);
+        EXPECT_EQ(ThreadRegistrar::instance().registerFieldMain(0), 0);
+        (void)SystemCaller::instance().exec("true", nullptr, nullptr);
     });
     EXPECT_EQ(critical.signal, SIGABRT);
     EXPECT_THAT(critical.out, HasSubstr("ASSERT_BLOCKABLE_THREAD Failed"));
@@ -119,7 +119,7 @@ TEST_F(SystemCallerTest, LeavesNoSlaveAndNoCommandWhenItsProcessIsKilled) {
     const pid_t master = fork();
     if (master == 0) {
         SystemCaller::instance().initialize(SYSCALLSLAVE);
-        SystemCaller::instance().execTimed(
+        (void)SystemCaller::instance().execTimed(
             "exec 5>" + fifo + "; echo $PPID >&5; sleep 60 & sleep 60", 600, nullptr);
         _exit(1);
     }

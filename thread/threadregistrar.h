@@ -77,7 +77,7 @@ class ThreadRegistrar {
     }
 
     /** Takes the first free slot: 0, or -1 if there is none. A second call takes a second slot. */
-    int registerFieldMain(uint32_t cookie);
+    [[nodiscard]] int registerFieldMain(uint32_t cookie);
     /** The slot, 0 or 1, that has the caller's handle; -1 for any other thread. */
     int fieldMainIndex() const {
         for (size_t i = 0; i < i_fieldMain.size(); ++i) {
@@ -104,7 +104,7 @@ class ThreadRegistrar {
     std::string listThreads();
 
     /** A single slot beside the two: 0, or -1 if it is held, by whomever. */
-    int claimSoleThread();
+    [[nodiscard]] int claimSoleThread();
     /** Gives it back if the caller holds it. */
     void releaseSoleThread();
     bool isSoleThread() const { return i_soleThread.hasHandleOfCaller(); }

@@ -95,7 +95,7 @@ TEST(ThreadRegistrar, HasTwoSlotsAndFreesTheFirstOfACaller) {
 TEST(ThreadRegistrar, ListsSlotsThenNames) {
     OnFreshThread([] {
         Registrar().registerName("listed");
-        Registrar().registerFieldMain(0);
+        EXPECT_EQ(Registrar().registerFieldMain(0), 0);
         const std::string id =
             "pid: " + std::to_string(getpid()) + " threadId: " + std::to_string(pthread_self());
         std::string list;
@@ -133,7 +133,7 @@ TEST(ThreadRegistrar, IdsAreOrderedByProcessThenHandle) {
 TEST(ThreadRegistrar, ForkedChildOfACriticalThreadCanLog) {
     const ChildResult result = RunInChild([] {
         Registrar().registerName("parent");
-        Registrar().registerFieldMain(0);
+        EXPECT_EQ(Registrar().registerFieldMain(0), 0);
         const pid_t child = fork();
         if (child == 0) {
             LOG_MESSAGE(CRITICAL, "from the child");
@@ -170,7 +170,7 @@ TEST(ThreadRegistrar, SlotsAndNamesMayBeReadWhileOthersChangeThem) {
     for (int i = 0; i < 200; ++i) {
         OnFreshThread([&] {
             Registrar().registerName("writer");
-            Registrar().registerFieldMain(1);
+            EXPECT_EQ(Registrar().registerFieldMain(1), 0);
             // The second reading from now on began behind the registration.
             for (const int before = readings; readings < before + 2;) {
                 std::this_thread::yield();

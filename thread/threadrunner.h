@@ -33,9 +33,9 @@ class ThreadRunner {
     ThreadRunner& operator=(const ThreadRunner&) = delete;
 
     /** Results as PThread::create. */
-    int start();
+    [[nodiscard]] int start();
     /** Results as PThread::join. */
-    int join(void** result);
+    [[nodiscard]] int join(void** result);
 
     /** Tells a started thread, not yet joined. */
     bool isCreated() const;

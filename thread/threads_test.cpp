@@ -56,7 +56,7 @@ TEST(PThread, DetachedOneStaysCreatedAndIsNeverJoined) {
 /** Starts a thread that detaches itself and goes on. */
 void CreateDetachingItself(PThread& thread) {
     static SemT<EveryThreadCanBlockPolicy> detached(0);
-    thread.create(
+    (void)thread.create(
         [](void*) -> void* {
             pthread_detach(pthread_self());
             detached.post();
@@ -73,17 +73,17 @@ TEST(PThread, TellsWhatGoesWrong) {
         void (*body)(PThread& thread);
     } cases[] = {
         {"WARNING T: p:[0-9]+ \"pthread \\([0-9]+\\) may still be running\\.\\.\\.\"",
-         [](PThread& thread) { thread.create(ReturnArgument, nullptr); }},
+         [](PThread& thread) { (void)thread.create(ReturnArgument, nullptr); }},
         {"ERROR T: p:[0-9]+ \"pthread create failed: 11:Resource temporarily unavailable\"",
          [](PThread& thread) {
              testsupport::LimitThreadStarts(0);
-             thread.create(ReturnArgument, nullptr);
+             (void)thread.create(ReturnArgument, nullptr);
          }},
 #ifndef __SANITIZE_THREAD__  // which ends at such a call
         {"ERROR T: p:[0-9]+ \"pthread join failed: 22:Invalid argument\"",
          [](PThread& thread) {
              CreateDetachingItself(thread);
-             thread.join(nullptr);
+             (void)thread.join(nullptr);
          }},
         {"ERROR T: p:[0-9]+ \"pthread detach failed: 22:Invalid argument\"",
          [](PThread& thread) { CreateDetachingItself(thread); }},

@@ -13,4 +13,5 @@ struct ReadableEnds {
  * the count of readable ones, 0 when `timeout` has passed (null waits for ever), or -1 with errno:
  * EBADF for a descriptor that isn't open, EINVAL for a negative timeout, EINTR.
  */
-int WaitReadable(int first, int second, const timeval* timeout, ReadableEnds& readable);
+[[nodiscard]] int WaitReadable(int first, int second, const timeval* timeout,
+                               ReadableEnds& readable);

@@ -7,7 +7,7 @@
  * A new mailbox over the FPGA region mapped at `base`, with the register map of the switcher mode
  * that the software options tell. Never null; the caller owns it. Touches no hardware.
  */
-RouterCommsInterface* CreateTolmiraComms(void* base);
+[[nodiscard]] RouterCommsInterface* CreateTolmiraComms(void* base);
 
 /** The same for a given mode. A mode without a design in this tool is logged and stops. */
-RouterCommsInterface* CreateTolmiraComms(void* base, e_SwitcherMode mode);
+[[nodiscard]] RouterCommsInterface* CreateTolmiraComms(void* base, e_SwitcherMode mode);

@@ -14,9 +14,10 @@
  * True only if the last page was delivered. The first page that can't be delivered ends the
  * transfer, and so does a failing read; pages that have gone out stay gone.
  */
-bool SendUpgradeContentsToController(std::ifstream& image, long int payloadSize, uint16_t pages,
-                                     RouterCommWriter& writer, RouterCommReader& reader);
+[[nodiscard]] bool SendUpgradeContentsToController(std::ifstream& image, long int payloadSize,
+                                                   uint16_t pages, RouterCommWriter& writer,
+                                                   RouterCommReader& reader);
 
 /** Sends one page, up to five times, until the controller calls it good; false if it never does. */
-bool SendFlashPageToTolmira(const std::vector<char>& page, uint16_t pageNumber,
-                            RouterCommWriter& writer, RouterCommReader& reader);
+[[nodiscard]] bool SendFlashPageToTolmira(const std::vector<char>& page, uint16_t pageNumber,
+                                          RouterCommWriter& writer, RouterCommReader& reader);

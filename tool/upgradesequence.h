@@ -7,4 +7,5 @@
  * the pages, says Info and End. True only if every page was acknowledged; every failure is logged,
  * and every run ends with the line "Done". A file that is no image sends nothing at all.
  */
-bool UpgradeController(const char* imagePath, RouterCommWriter& writer, RouterCommReader& reader);
+[[nodiscard]] bool UpgradeController(const char* imagePath, RouterCommWriter& writer,
+                                     RouterCommReader& reader);

@@ -145,7 +145,7 @@ class Program : public Options {
      * and is on standard output, or the usage is wrong, which has been reported, as JSON too if the
      * words ask for it.
      */
-    std::optional<int> read(int argc, const char* const* argv);
+    [[nodiscard]] std::optional<int> read(int argc, const char* const* argv);
 
     /** Whether read() has met the program's option of this name, be it with an empty word. */
     bool given(const std::string& name) const;

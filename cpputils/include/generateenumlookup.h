@@ -66,7 +66,7 @@ constexpr const char* EnumToString(EnumType value) {
 
 /** True, with `*out` set, if `name` is an enumerator's whole name; else `*out` stays. */
 template <typename EnumType>
-bool StringToEnum(const char* name, EnumType* out) {
+[[nodiscard]] bool StringToEnum(const char* name, EnumType* out) {
     for (const EnumEntryT<EnumType>& entry : EnumTableT<EnumType>::entries) {
         if (strcmp(entry.name, name) == 0) {
             *out = entry.value;
@@ -78,7 +78,7 @@ bool StringToEnum(const char* name, EnumType* out) {
 
 /** True, with `*out` set, if `value` is an enumerator's number; else `*out` stays. */
 template <typename EnumType>
-bool ValToEnum(EnumType* out, unsigned value) {
+[[nodiscard]] bool ValToEnum(EnumType* out, unsigned value) {
     for (const EnumEntryT<EnumType>& entry : EnumTableT<EnumType>::entries) {
         if (static_cast<unsigned>(entry.value) == value) {
             *out = entry.value;

@@ -17,22 +17,22 @@
  * One write call for the 4 bytes of a number, one for the content. A write that takes only a part
  * is EIO; a reader that is gone is EPIPE, and no SIGPIPE is raised.
  */
-int WriteString(int fd, const std::string& text);
-int WriteBytes(int fd, const std::vector<char>& bytes);
-int WriteInt(int fd, int value);
+[[nodiscard]] int WriteString(int fd, const std::string& text);
+[[nodiscard]] int WriteBytes(int fd, const std::vector<char>& bytes);
+[[nodiscard]] int WriteInt(int fd, int value);
 /** A byte alone, without a length. */
-int WriteByte(int fd, unsigned char byte);
+[[nodiscard]] int WriteByte(int fd, unsigned char byte);
 
 /**
  * These read byte by byte, so they take no byte too many. The end of the stream is EPIPE. On
  * failure the text and the number stay as they are; the vector has the stated length at once, if
  * that arrived, and what came behind it stands at its front.
  */
-int ReadString(int fd, std::string& text);
-int ReadBytes(int fd, std::vector<char>& bytes);
-int ReadInt(int fd, int& value);
+[[nodiscard]] int ReadString(int fd, std::string& text);
+[[nodiscard]] int ReadBytes(int fd, std::vector<char>& bytes);
+[[nodiscard]] int ReadInt(int fd, int& value);
 /** A byte alone; it stays as it is on failure. */
-int ReadByte(int fd, unsigned char& byte);
+[[nodiscard]] int ReadByte(int fd, unsigned char& byte);
 
 /**
  * Closes every descriptor from 3 up to the process's limit but the two given; -1 keeps nothing. For

@@ -80,7 +80,7 @@ class factory_mgr {
     bool provides(const std::string& name) const { return i_factories.count(name) != 0; }
 
     /** A new object of the type, which the caller owns, or null for an unknown name. */
-    T* create(const std::string& name) const {
+    [[nodiscard]] T* create(const std::string& name) const {
         const auto found = i_factories.find(name);
         return found != i_factories.end() ? found->second() : nullptr;
     }
@@ -111,7 +111,7 @@ class serializer {
     /** The first line of what it writes, by which a file's format is known. */
     virtual std::string magic_cookie() const = 0;
     /** False if the tree is too deep or the stream fails; part of it may have been written. */
-    virtual bool serialize(const s11n_node& node, std::ostream& out) const = 0;
+    [[nodiscard]] virtual bool serialize(const s11n_node& node, std::ostream& out) const = 0;
     /** A new tree, which the caller owns, or null if the stream doesn't hold one. */
     virtual s11n_node* deserialize(std::istream& in) const = 0;
 };

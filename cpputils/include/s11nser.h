@@ -70,8 +70,8 @@ class S11NObject {
     virtual ~S11NObject() = default;
 
     /** Named and called by the next class down; not virtual. */
-    bool serialize(node_type& node) const;
-    bool deserialize(const node_type& node);
+    [[nodiscard]] bool serialize(node_type& node) const;
+    [[nodiscard]] bool deserialize(const node_type& node);
 
   private:
     uint32_t i_version;
@@ -82,8 +82,8 @@ class PersistenceBase : public S11NObject {
   public:
     PersistenceBase();
 
-    bool serialize(node_type& node) const;
-    bool deserialize(const node_type& node);
+    [[nodiscard]] bool serialize(node_type& node) const;
+    [[nodiscard]] bool deserialize(const node_type& node);
 };
 
 /**

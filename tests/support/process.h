@@ -33,7 +33,7 @@ class Process {
     /** Asks it to end with SIGTERM, and waits. */
     ProcessResult stop();
     /** Waits until its standard output holds the text. False: it ended, or ten seconds are over. */
-    bool waitForOutput(const std::string& text);
+    [[nodiscard]] bool waitForOutput(const std::string& text);
 
   private:
     bool ended();

@@ -19,7 +19,7 @@ class Terminal {
 
     /** Reads until the screen has shown the text. False: the program ended, or ten seconds are
      * over. */
-    bool waitFor(const std::string& text);
+    [[nodiscard]] bool waitFor(const std::string& text);
     /** As if it had been typed; "\3" is Ctrl-C. */
     void type(const std::string& keys);
     /** The terminal goes away. */

@@ -24,6 +24,6 @@ using Work = std::function<void(uint64_t number)>;
  * to work on, whoever is free. `makeWork` is called once in each process; what it returns is
  * destroyed at its end. Returns when all are done; false if a process failed.
  */
-bool ShareOut(const Extent& extent, const std::function<Work()>& makeWork);
+[[nodiscard]] bool ShareOut(const Extent& extent, const std::function<Work()>& makeWork);
 
 }  // namespace campaign

@@ -119,7 +119,7 @@ struct Fault {
 using Schedule = std::vector<Fault>;
 
 /** Reads a schedule; without a value `error` names the fault and what is wrong with it. */
-std::optional<Schedule> ParseSchedule(const std::string& text, std::string& error);
+[[nodiscard]] std::optional<Schedule> ParseSchedule(const std::string& text, std::string& error);
 
 /** The text that parses to this schedule. */
 std::string ScheduleText(const Schedule& schedule);

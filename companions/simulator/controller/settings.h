@@ -32,6 +32,7 @@ struct Settings {
  * `exitValue`: 0 behind help or version, 2 behind wrong usage, which has been told on standard
  * error.
  */
-std::optional<Settings> ReadCommandLine(int argc, const char* const* argv, int& exitValue);
+[[nodiscard]] std::optional<Settings> ReadCommandLine(int argc, const char* const* argv,
+                                                      int& exitValue);
 
 }  // namespace controller

@@ -101,7 +101,7 @@ TEST_F(TolmiraCommsTest, ACriticalThreadIsStopped) {
     AnyComms comms(i_region.data());
     for (const auto& access : ACCESSES) {
         const ChildResult result = RunInChild([&] {
-            ThreadRegistrar::instance().registerFieldMain(0);
+            EXPECT_EQ(ThreadRegistrar::instance().registerFieldMain(0), 0);
             access(comms, 5);
         });
         EXPECT_EQ(result.signal, SIGABRT);
