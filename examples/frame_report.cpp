@@ -16,7 +16,8 @@ int main(int argc, char** argv) {
         printf("processor: %u MHz\n", rate);
     }
 
-    // The program syscallslave runs the command. It is found in PATH; initialize() names another place.
+    // The program syscallslave runs the command. It is found in PATH; initialize() names another
+    // place.
     const SystemCaller::RC result = SystemCaller::instance().exec("uname -r", nullptr, nullptr);
     if (result.localRC != 0) {
         fprintf(stderr, "frame_report: cannot run a command: %s; is syscallslave installed?\n",
@@ -30,7 +31,8 @@ int main(int argc, char** argv) {
     if (card == nullptr) {
         return 1;
     }
-    hwmap::Design_velnor_vp_mm_fcfs<VolatileAccessor> design(VolatileAccessor(), card->getAddress());
+    hwmap::Design_velnor_vp_mm_fcfs<VolatileAccessor> design(VolatileAccessor(),
+                                                             card->getAddress());
     auto& mailbox = design.sbuf().shelf_status(0).shelf_status_spi_values().value();
     printf("controller: revision %u\n", mailbox.get(17) << 8 | mailbox.get(16));
     return 0;

@@ -162,7 +162,7 @@ TEST_F(AnswersTest, StopsAtThePageThatFails) {
 }
 
 TEST_F(AnswersTest, FailsAtOnceWithoutTheReceiveDirection) {
-    ScriptedFarSide::Behaviour behaviour;
+    ScriptedFarSide::FarSideBehaviour behaviour;
     behaviour.connects = false;
     ScriptedFarSide farSide(i_region, behaviour, [](size_t, const std::string&) { return ""; });
     Transcript transcript = opening();

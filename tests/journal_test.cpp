@@ -111,8 +111,7 @@ TEST_F(JournalTest, GetsEachReportOnceAndNobodyElseDoes) {
     writeImage(Payload(600));
     Controller controller(i_directory, {"--faults", "result=1@1.1"});
     const ProcessResult plain = RunProcess(TOLMIRA_RUN, TO_JOURNAL, i_directory.path());
-    EXPECT_THAT(plain.out, HasSubstr("Page 2 sent successfully"))
-        << "no journal, nothing changes";
+    EXPECT_THAT(plain.out, HasSubstr("Page 2 sent successfully")) << "no journal, nothing changes";
 
     (void)controller.stop();
     const Controller other(i_directory, {"--faults", "result=1@1.1"});

@@ -132,76 +132,82 @@ Option Option::typeName(const std::string& name) const {
     return Option(*i_option->type_name(name));
 }
 
-Option Options::option(const std::string& name, std::string& value, const std::string& help) const {
+Option CommandOptions::option(const std::string& name, std::string& value,
+                              const std::string& help) const {
     return Add(*i_app, name, value, help);
 }
 
-Option Options::option(const std::string& name, int& value, const std::string& help) const {
+Option CommandOptions::option(const std::string& name, int& value, const std::string& help) const {
     return Add(*i_app, name, value, help);
 }
 
-Option Options::option(const std::string& name, int64_t& value, const std::string& help) const {
+Option CommandOptions::option(const std::string& name, int64_t& value,
+                              const std::string& help) const {
     return Add(*i_app, name, value, help);
 }
 
-Option Options::option(const std::string& name, uint16_t& value, const std::string& help) const {
+Option CommandOptions::option(const std::string& name, uint16_t& value,
+                              const std::string& help) const {
     return Add(*i_app, name, value, help);
 }
 
-Option Options::option(const std::string& name, uint32_t& value, const std::string& help) const {
+Option CommandOptions::option(const std::string& name, uint32_t& value,
+                              const std::string& help) const {
     return Add(*i_app, name, value, help);
 }
 
-Option Options::option(const std::string& name, uint64_t& value, const std::string& help) const {
+Option CommandOptions::option(const std::string& name, uint64_t& value,
+                              const std::string& help) const {
     return Add(*i_app, name, value, help);
 }
 
-Option Options::option(const std::string& name, std::optional<std::string>& value,
-                       const std::string& help) const {
+Option CommandOptions::option(const std::string& name, std::optional<std::string>& value,
+                              const std::string& help) const {
     return Add(*i_app, name, value, help);
 }
 
-Option Options::option(const std::string& name, std::optional<uint16_t>& value,
-                       const std::string& help) const {
+Option CommandOptions::option(const std::string& name, std::optional<uint16_t>& value,
+                              const std::string& help) const {
     return Add(*i_app, name, value, help);
 }
 
-Option Options::option(const std::string& name, std::optional<uint64_t>& value,
-                       const std::string& help) const {
+Option CommandOptions::option(const std::string& name, std::optional<uint64_t>& value,
+                              const std::string& help) const {
     return Add(*i_app, name, value, help);
 }
 
-Option Options::option(const std::string& name, const WordHandler& handler,
-                       const std::string& help) const {
+Option CommandOptions::option(const std::string& name, const WordHandler& handler,
+                              const std::string& help) const {
     return Option(*i_app->add_option_function<std::string>(name, handler, help));
 }
 
-Option Options::option(const std::string& name, std::vector<std::string>& values,
-                       const std::string& help) const {
+Option CommandOptions::option(const std::string& name, std::vector<std::string>& values,
+                              const std::string& help) const {
     return Add(*i_app, name, values, help);
 }
 
-Option Options::repeatable(const std::string& name, std::vector<std::string>& values, int most,
-                           const std::string& help) const {
+Option CommandOptions::repeatable(const std::string& name, std::vector<std::string>& values,
+                                  int most, const std::string& help) const {
     return Option(
         *i_app->add_option(name, values, help)->expected(1, most)->allow_extra_args(false));
 }
 
-Option Options::choice(const std::string& name, int& value, const std::map<std::string, int>& names,
-                       const std::string& help) const {
+Option CommandOptions::choice(const std::string& name, int& value,
+                              const std::map<std::string, int>& names,
+                              const std::string& help) const {
     return Option(*i_app->add_option(name, value, help)
                        ->type_name("NAME")
                        ->transform(CLI::CheckedTransformer(names)));
 }
 
-Option Options::flag(const std::string& name, bool& value, const std::string& help) const {
+Option CommandOptions::flag(const std::string& name, bool& value, const std::string& help) const {
     return Option(*i_app->add_flag(name, value, help));
 }
 
 Program::Program(const std::string& description, const std::string& name)
     : Program(std::make_unique<CLI::App>(description, name)) {}
 
-Program::Program(std::unique_ptr<CLI::App> app) : Options(*app), i_program(std::move(app)) {
+Program::Program(std::unique_ptr<CLI::App> app) : CommandOptions(*app), i_program(std::move(app)) {
     i_program->set_help_flag("-h,--help", "Print this help and exit");
 }
 
@@ -212,18 +218,18 @@ void Program::version(const std::string& version) {
                                 "Print the version and exit");
 }
 
-Options Program::oneOfGroup(const std::string& name, const std::string& help) {
+CommandOptions Program::oneOfGroup(const std::string& name, const std::string& help) {
     CLI::Option_group* group = i_program->add_option_group(name, help);
     group->require_option(1);
-    return Options(*group);
+    return CommandOptions(*group);
 }
 
-Options Program::subcommand(const std::string& name, const std::string& help,
-                            const std::function<void()>& chosen) {
+CommandOptions Program::subcommand(const std::string& name, const std::string& help,
+                                   const std::function<void()>& chosen) {
     i_program->require_subcommand(1);
     CLI::App* command = i_program->add_subcommand(name, help);
     command->callback(chosen);
-    return Options(*command);
+    return CommandOptions(*command);
 }
 
 void Program::wordsOfAnother(std::vector<std::string>& words, const std::string& usage,

@@ -72,9 +72,9 @@ class Option {
  * help tells both in the order in which they came. A word that the variable's type can't hold is
  * wrong usage.
  */
-class Options {
+class CommandOptions {
   public:
-    explicit Options(CLI::App& app) : i_app(&app) {}
+    explicit CommandOptions(CLI::App& app) : i_app(&app) {}
 
     Option option(const std::string& name, std::string& value, const std::string& help) const;
     Option option(const std::string& name, int& value, const std::string& help) const;
@@ -113,7 +113,7 @@ class Options {
 };
 
 /** A program's command line; --help is there from the beginning. */
-class Program : public Options {
+class Program : public CommandOptions {
   public:
     Program(const std::string& description, const std::string& name);
     ~Program();
@@ -124,11 +124,11 @@ class Program : public Options {
     void version(const std::string& version);
 
     /** Options of which exactly one is to be given. */
-    Options oneOfGroup(const std::string& name, const std::string& help);
+    CommandOptions oneOfGroup(const std::string& name, const std::string& help);
 
     /** Where there are subcommands, exactly one is to be given; read() calls its `chosen`. */
-    Options subcommand(const std::string& name, const std::string& help,
-                       const std::function<void()>& chosen);
+    CommandOptions subcommand(const std::string& name, const std::string& help,
+                              const std::function<void()>& chosen);
 
     /**
      * The words from the first one on that isn't this program's belong to another program; they are

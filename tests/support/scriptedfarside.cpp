@@ -25,7 +25,7 @@ std::string PageAnswer(unsigned char result) {
     return std::string("\x02\xDC\x2E\xA6\0\0\0\x09", HEADER_SIZE) + static_cast<char>(result);
 }
 
-ScriptedFarSide::ScriptedFarSide(Region& region, const Behaviour& behaviour, Script script)
+ScriptedFarSide::ScriptedFarSide(Region& region, const FarSideBehaviour& behaviour, Script script)
     : i_region(region), i_behaviour(behaviour), i_script(std::move(script)) {
     i_region.setWord(MAILBOX_REVISION_LOW, 0);
     i_region.setWord(MAILBOX_REVISION_HIGH, 0);

@@ -20,13 +20,13 @@ class ScriptedFarSide {
   public:
     using Script = std::function<std::string(size_t number, const std::string& message)>;
 
-    struct Behaviour {
+    struct FarSideBehaviour {
         /** Whether it brings the receive direction up when the host asks. */
         bool connects = true;
     };
 
     /** Announces itself at once. Borrows the region. */
-    ScriptedFarSide(Region& region, const Behaviour& behaviour, Script script);
+    ScriptedFarSide(Region& region, const FarSideBehaviour& behaviour, Script script);
     ~ScriptedFarSide();
     ScriptedFarSide(const ScriptedFarSide&) = delete;
     ScriptedFarSide& operator=(const ScriptedFarSide&) = delete;
@@ -41,7 +41,7 @@ class ScriptedFarSide {
     bool offerByte();
 
     Region& i_region;
-    Behaviour i_behaviour;
+    FarSideBehaviour i_behaviour;
     Script i_script;
     std::string i_received;
     size_t i_messageStart = 0;

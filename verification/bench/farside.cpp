@@ -13,7 +13,7 @@
 
 #include "link/mailbox.h"
 #include "verification/bench/pinned.h"
-#include "verification/bench/series.h"
+#include "verification/bench/samples.h"
 #include "verification/bench/wire.h"
 
 namespace bench {

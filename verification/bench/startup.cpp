@@ -23,7 +23,7 @@
 #include "tests/support/region.h"
 #include "tests/support/rundirectory.h"
 #include "verification/bench/pinned.h"
-#include "verification/bench/series.h"
+#include "verification/bench/samples.h"
 
 namespace bench {
 
@@ -78,7 +78,7 @@ double StartUp(const std::string& tool, const std::string& directory) {
     return after - before;
 }
 
-void Print(const char* what, const Series& series) {
+void Print(const char* what, const Samples& series) {
     printf("%-12s ms of processor: quarter %.2f, median %.2f, 3/4 %.2f\n", what, series.quartile(1),
            series.quartile(2), series.quartile(3));
 }
@@ -88,8 +88,8 @@ void Measure(const std::string& tool) {
     testsupport::Region region;
     region.setWord(MAILBOX_REVISION_LOW, toolcontract::TOOL_REVISION & 0xFF);
     region.setWord(MAILBOX_REVISION_HIGH, toolcontract::TOOL_REVISION >> 8);
-    Series startUp;
-    Series whole;
+    Samples startUp;
+    Samples whole;
     long peakKilobytes = 0;
     for (int run = 0; run < RUNS; ++run) {
         region.setWord(MAILBOX_TX_STATE, STATE_ABSENT);

@@ -20,7 +20,7 @@
 #include "verification/bench/barehost.h"
 #include "verification/bench/farside.h"
 #include "verification/bench/pinned.h"
-#include "verification/bench/series.h"
+#include "verification/bench/samples.h"
 
 namespace bench {
 
@@ -93,19 +93,19 @@ ToolRun Bench::runTool() {
     return run;
 }
 
-void Print(const char* name, const Series& series) {
+void Print(const char* name, const Samples& series) {
     printf("%-28s %8.1f %8.1f %8.1f\n", name, series.quartile(1), series.quartile(2),
            series.quartile(3));
 }
 
 void Bench::run() {
-    Series tool;
-    Series hard;
-    Series resting;
-    Series ruled;
-    Series floor;
-    Series excess;
-    Series ratio;
+    Samples tool;
+    Samples hard;
+    Samples resting;
+    Samples ruled;
+    Samples floor;
+    Samples excess;
+    Samples ratio;
     long peakKilobytes = 0;
     for (unsigned round = 0; round < i_settings.rounds; ++round) {
         const double hardPolling = nanosecondsPerByte(

@@ -12,8 +12,8 @@
 #include "verification/campaign/testbench.h"
 
 using campaign::Differences;
-using campaign::Outcome;
 using campaign::Predict;
+using campaign::RunOutcome;
 using campaign::Scenario;
 using campaign::TestBench;
 
@@ -38,30 +38,30 @@ Scenario ScenarioOf(const std::string& faults) {
 /** One changed thing in what is seen of a run. */
 struct Change {
     const char* report;
-    void (*make)(Outcome&);
+    void (*make)(RunOutcome&);
 };
 
 TEST_F(CampaignTest, ReportsWhateverDiffersFromThePrediction) {
     const Change changes[] = {
-        {"exit value", [](Outcome& seen) { seen.exitValue = 0; }},
-        {"signal", [](Outcome& seen) { seen.signal = 6; }},
-        {"standard error", [](Outcome& seen) { seen.err = "x"; }},
-        {"resets", [](Outcome& seen) { ++seen.resets; }},
-        {"log line 6", [](Outcome& seen) { seen.log.insert(seen.log.find("3 pages"), "1"); }},
-        {"log line", [](Outcome& seen) { seen.log += "more\n"; }},
-        {"flash byte 511", [](Outcome& seen) { seen.flash[511] ^= 1; }},
-        {"flash byte 512", [](Outcome& seen) { seen.flash.resize(512); }},
-        {"final word 31", [](Outcome& seen) { seen.words[31] ^= 0x80000000; }},
-        {"step 7", [](Outcome& seen) { ++seen.steps[7].now; }},
-        {"step 8", [](Outcome& seen) { seen.steps[8].words[5] ^= 0x200; }},
-        {"step 9", [](Outcome& seen) { seen.steps[9].call = campaign::Call::Sleep; }},
+        {"exit value", [](RunOutcome& seen) { seen.exitValue = 0; }},
+        {"signal", [](RunOutcome& seen) { seen.signal = 6; }},
+        {"standard error", [](RunOutcome& seen) { seen.err = "x"; }},
+        {"resets", [](RunOutcome& seen) { ++seen.resets; }},
+        {"log line 6", [](RunOutcome& seen) { seen.log.insert(seen.log.find("3 pages"), "1"); }},
+        {"log line", [](RunOutcome& seen) { seen.log += "more\n"; }},
+        {"flash byte 511", [](RunOutcome& seen) { seen.flash[511] ^= 1; }},
+        {"flash byte 512", [](RunOutcome& seen) { seen.flash.resize(512); }},
+        {"final word 31", [](RunOutcome& seen) { seen.words[31] ^= 0x80000000; }},
+        {"step 7", [](RunOutcome& seen) { ++seen.steps[7].now; }},
+        {"step 8", [](RunOutcome& seen) { seen.steps[8].words[5] ^= 0x200; }},
+        {"step 9", [](RunOutcome& seen) { seen.steps[9].call = campaign::Call::Sleep; }},
     };
     Scenario scenario = ScenarioOf("result=1@2.1 silence@2.2 norearm");
     scenario.payload = 700;
-    const Outcome predicted = Predict(scenario);
+    const RunOutcome predicted = Predict(scenario);
     EXPECT_EQ(Differences(predicted, predicted), "");
     for (const Change& change : changes) {
-        Outcome seen = predicted;
+        RunOutcome seen = predicted;
         change.make(seen);
         EXPECT_EQ(Differences(predicted, seen).find(std::string("  ") + change.report), 0U)
             << change.report;
@@ -87,7 +87,7 @@ TEST_F(CampaignTest, AgreesWithTheToolOnBothSidesOfItsLimits) {
     for (const LimitCase& c : cases) {
         SCOPED_TRACE(c.faults);
         const Scenario scenario = ScenarioOf(c.faults);
-        const Outcome seen = bench.run(scenario);
+        const RunOutcome seen = bench.run(scenario);
         EXPECT_EQ(seen.exitValue, c.exitValue);
         EXPECT_NE(seen.log.find(c.line), std::string::npos) << seen.log;
         EXPECT_EQ(Differences(Predict(scenario), seen), "");

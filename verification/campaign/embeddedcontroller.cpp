@@ -28,10 +28,10 @@ uint32_t* MadeFresh(uint32_t* words) {
 EmbeddedController::EmbeddedController(const Scenario& scenario, uint32_t* words)
     : i_scenario(scenario),
       i_words(MadeFresh(words)),
-      i_journal(i_said, false),
-      i_plan(scenario.faults, i_journal),
-      i_conversation(i_flash, i_journal, std::nullopt),
-      i_session(controller::MailboxPort(words), i_conversation, i_plan, i_journal,
+      i_events(i_said, false),
+      i_plan(scenario.faults, i_events),
+      i_conversation(i_flash, i_events, std::nullopt),
+      i_session(controller::MailboxPort(words), i_conversation, i_plan, i_events,
                 {scenario.revision, TOOL_REVISION, true, scenario.keepsAnswers}, [] {}),
       i_now(scenario.start) {
     i_session.clear();

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "companions/simulator/controller/conversation.h"
+#include "companions/simulator/controller/eventlog.h"
 #include "companions/simulator/controller/faultplan.h"
 #include "companions/simulator/controller/flash.h"
-#include "companions/simulator/controller/journal.h"
 #include "companions/simulator/controller/session.h"
 #include "verification/campaign/locksteptool.h"
 #include "verification/campaign/outcome.h"
@@ -38,7 +38,7 @@ class EmbeddedController {
     const std::vector<ToolCall>& steps() const { return i_steps; }
     Words words() const;
     std::string flash() const;
-    std::string journal() const { return i_said.str(); }
+    std::string events() const { return i_said.str(); }
     uint16_t revision() const { return i_session.revision(); }
     unsigned resets() const { return i_session.resets(); }
     /** How many bytes have been taken from the tools, and how many by them. */
@@ -54,7 +54,7 @@ class EmbeddedController {
     const Scenario& i_scenario;
     uint32_t* i_words;
     std::ostringstream i_said;
-    controller::Journal i_journal;
+    controller::EventLog i_events;
     controller::FaultPlan i_plan;
     controller::Flash i_flash;
     controller::Conversation i_conversation;

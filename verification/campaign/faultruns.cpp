@@ -44,7 +44,7 @@ std::string KindName(size_t kind) {
     return text.substr(0, text.find_first_of("=@"));
 }
 
-void Add(Figures& figures, const Scenario& scenario, const Outcome& outcome) {
+void Add(Figures& figures, const Scenario& scenario, const RunOutcome& outcome) {
     ++figures.runs;
     figures.calls += outcome.steps.size();
     figures.resets += outcome.resets;
@@ -59,13 +59,13 @@ void Add(Figures& figures, const Scenario& scenario, const Outcome& outcome) {
         ++figures.planned[static_cast<size_t>(fault.kind)];
     }
     for (size_t kind = 0; kind < KINDS; ++kind) {
-        figures.acted[kind] += Count("\n" + outcome.journal, "\nfault: " + KindName(kind));
+        figures.acted[kind] += Count("\n" + outcome.events, "\nfault: " + KindName(kind));
     }
 }
 
 void Check(TestBench& bench, Figures& figures, const Scenario& scenario) {
-    const Outcome predicted = Predict(scenario);
-    const Outcome seen = bench.run(scenario);
+    const RunOutcome predicted = Predict(scenario);
+    const RunOutcome seen = bench.run(scenario);
     Add(figures, scenario, seen);
     const std::string differences = Differences(predicted, seen);
     if (!differences.empty()) {
@@ -100,11 +100,11 @@ void Print(const Figures& figures, double seconds) {
     printf(" in all %lu/%lu\n", acted, planned);
 }
 
-bool RunAll(const Programs& programs, const Extent& extent,
+bool RunAll(const Programs& programs, const WorkLimits& extent,
             const std::function<Scenario(uint64_t)>& scenarioOf) {
     auto* figures = new (SharedMemory(sizeof(Figures))) Figures{};
     const auto start = std::chrono::steady_clock::now();
-    const bool good = ShareOut(extent, [&] {
+    const bool good = DistributeWork(extent, [&] {
         const auto bench = std::make_shared<TestBench>(programs);
         return [bench, figures, &scenarioOf](uint64_t run) {
             Check(*bench, *figures, scenarioOf(run));
@@ -117,7 +117,7 @@ bool RunAll(const Programs& programs, const Extent& extent,
 
 }  // namespace
 
-bool RunSeeds(const Programs& programs, uint64_t seed, const Extent& extent) {
+bool RunSeeds(const Programs& programs, uint64_t seed, const WorkLimits& extent) {
     return RunAll(programs, extent,
                   [seed](uint64_t run) { return RandomScenario(SeedOfRun(seed, run)); });
 }

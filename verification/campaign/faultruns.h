@@ -13,7 +13,7 @@ namespace campaign {
  * options that repeat its run and where the two part, and at the end the figures. True if there was
  * no difference.
  */
-[[nodiscard]] bool RunSeeds(const Programs& programs, uint64_t seed, const Extent& extent);
+[[nodiscard]] bool RunSeeds(const Programs& programs, uint64_t seed, const WorkLimits& extent);
 [[nodiscard]] bool RunOne(const Programs& programs, const Scenario& scenario);
 
 }  // namespace campaign

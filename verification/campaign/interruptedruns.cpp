@@ -419,9 +419,9 @@ void Print(const Table& table) {
 
 }  // namespace
 
-bool RunInterrupted(const Programs& programs, uint64_t seed, const Extent& extent) {
+bool RunInterrupted(const Programs& programs, uint64_t seed, const WorkLimits& extent) {
     auto* table = new (SharedMemory(sizeof(Table))) Table{};
-    const bool good = ShareOut(extent, [&] {
+    const bool good = DistributeWork(extent, [&] {
         const auto bench = std::make_shared<TestBench>(programs);
         return [bench, table, seed](uint64_t run) {
             Interruption(*bench, *table, SeedOfRun(seed, run)).run();

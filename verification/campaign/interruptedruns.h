@@ -13,6 +13,7 @@ namespace campaign {
  * behind a run that finds no image. Prints what comes of it, by the place where the kill hit. True
  * if no run called a controller upgraded that isn't, and every one that failed said so.
  */
-[[nodiscard]] bool RunInterrupted(const Programs& programs, uint64_t seed, const Extent& extent);
+[[nodiscard]] bool RunInterrupted(const Programs& programs, uint64_t seed,
+                                  const WorkLimits& extent);
 
 }  // namespace campaign

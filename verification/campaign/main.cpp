@@ -17,7 +17,7 @@ namespace {
 
 struct Settings {
     Programs programs = {TOLMIRA_UPGRADE, TOLMIRA_RUN, LOCKSTEP_LIBRARY};
-    Extent extent = {0, 0, 2};
+    WorkLimits extent = {0, 0, 2};
     uint64_t interrupted = 0;
     uint64_t seed = 1;
     std::optional<std::string> faults;
@@ -26,7 +26,7 @@ struct Settings {
     int image = static_cast<int>(ImageKind::Good);
 };
 
-void AddOptions(const commandline::Options& program, Settings& settings) {
+void AddOptions(const commandline::CommandOptions& program, Settings& settings) {
     const std::map<std::string, int> images = {{"good", static_cast<int>(ImageKind::Good)},
                                                {"missing", static_cast<int>(ImageKind::Missing)},
                                                {"headless", static_cast<int>(ImageKind::NoHeader)}};

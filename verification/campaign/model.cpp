@@ -20,8 +20,8 @@ using toolcontract::EXIT_UPGRADED;
 constexpr int64_t US_PER_MS = 1000;
 constexpr int64_t US_PER_SECOND = 1000000;
 
-Outcome FreshOutcome() {
-    Outcome outcome;
+RunOutcome FreshOutcome() {
+    RunOutcome outcome;
     outcome.words = FreshWords();
     return outcome;
 }
@@ -42,7 +42,7 @@ class RunPredictor {
         announceIfDue();
     }
 
-    Outcome predict() {
+    RunOutcome predict() {
         i_outcome.exitValue = run();
         // The tool's last deed.
         write(MAILBOX_RX_STATE, STATE_ABSENT);
@@ -289,7 +289,7 @@ class RunPredictor {
     }
 
     const Scenario& i_scenario;
-    Outcome i_outcome = FreshOutcome();
+    RunOutcome i_outcome = FreshOutcome();
     testsupport::Transcript i_log;
     int64_t i_now;
     /** The far side changed something at the last call. */
@@ -302,7 +302,7 @@ class RunPredictor {
 
 }  // namespace
 
-Outcome Predict(const Scenario& scenario) {
+RunOutcome Predict(const Scenario& scenario) {
     return RunPredictor(scenario).predict();
 }
 

@@ -6,6 +6,6 @@
 namespace campaign {
 
 /** What must come of a scenario, worked out without the tool and without the controller. */
-Outcome Predict(const Scenario& scenario);
+RunOutcome Predict(const Scenario& scenario);
 
 }  // namespace campaign

@@ -105,7 +105,7 @@ Words FreshWords() {
     return words;
 }
 
-std::string Differences(const Outcome& predicted, const Outcome& seen) {
+std::string Differences(const RunOutcome& predicted, const RunOutcome& seen) {
     const auto equal = [](const auto& a, const auto& b) { return a == b; };
     const auto asItIs = [](const std::string& line) { return line; };
     return Simple("exit value", predicted.exitValue, seen.exitValue) +

@@ -26,7 +26,7 @@ struct ToolCall {
 };
 
 /** All that is seen of a run from outside, or is predicted of it. */
-struct Outcome {
+struct RunOutcome {
     int exitValue = -1;
     int signal = 0;
     /** Standard output with the thread's handle and the positions made alike. */
@@ -38,10 +38,10 @@ struct Outcome {
     std::vector<ToolCall> steps;
     unsigned resets = 0;
     /** What the controller said of itself; nothing is predicted of it. */
-    std::string journal;
+    std::string events;
 };
 
 /** Where two outcomes differ, in lines to read; empty if they don't. */
-std::string Differences(const Outcome& predicted, const Outcome& seen);
+std::string Differences(const RunOutcome& predicted, const RunOutcome& seen);
 
 }  // namespace campaign

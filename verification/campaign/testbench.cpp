@@ -55,10 +55,10 @@ ToolEnd TestBench::superviseTool(EmbeddedController& controller) {
     return controller.serve(i_tool);
 }
 
-Outcome TestBench::run(const Scenario& scenario) {
+RunOutcome TestBench::run(const Scenario& scenario) {
     const std::unique_ptr<EmbeddedController> controller = prepare(scenario);
     const ToolEnd end = runTool(*controller, scenario);
-    Outcome outcome;
+    RunOutcome outcome;
     outcome.exitValue = end.exitValue;
     outcome.signal = end.signal;
     outcome.log = testsupport::Normalised(end.out);
@@ -67,7 +67,7 @@ Outcome TestBench::run(const Scenario& scenario) {
     outcome.words = controller->words();
     outcome.steps = controller->steps();
     outcome.resets = controller->resets();
-    outcome.journal = controller->journal();
+    outcome.events = controller->events();
     return outcome;
 }
 

@@ -34,7 +34,7 @@ class TestBench {
     TestBench& operator=(const TestBench&) = delete;
 
     /** One run of the tool with the scenario's controller, and what came of it. */
-    Outcome run(const Scenario& scenario);
+    RunOutcome run(const Scenario& scenario);
 
     /** Puts the scenario's image in place, or takes away what is there. */
     void writeImage(const Scenario& scenario);

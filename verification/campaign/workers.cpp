@@ -18,7 +18,7 @@ namespace campaign {
 
 namespace {
 
-int DoWork(const Extent& extent, std::atomic<uint64_t>& next,
+int DoWork(const WorkLimits& extent, std::atomic<uint64_t>& next,
            const std::function<Work()>& makeWork) {
     using Clock = std::chrono::steady_clock;
     const auto end = Clock::now() + std::chrono::seconds(extent.seconds);
@@ -48,7 +48,7 @@ void* SharedMemory(size_t size) {
     return memory;
 }
 
-bool ShareOut(const Extent& extent, const std::function<Work()>& makeWork) {
+bool DistributeWork(const WorkLimits& extent, const std::function<Work()>& makeWork) {
     auto* next = new (SharedMemory(sizeof(std::atomic<uint64_t>))) std::atomic<uint64_t>(0);
     fflush(nullptr);
     bool good = true;

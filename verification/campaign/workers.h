@@ -9,7 +9,7 @@ namespace campaign {
 void* SharedMemory(size_t size);
 
 /** How much is to be done, and by how many processes. */
-struct Extent {
+struct WorkLimits {
     uint64_t count = 0;
     /** Nothing more is begun after so many seconds of real time; 0: all is done. */
     unsigned seconds = 0;
@@ -24,6 +24,6 @@ using Work = std::function<void(uint64_t number)>;
  * to work on, whoever is free. `makeWork` is called once in each process; what it returns is
  * destroyed at its end. Returns when all are done; false if a process failed.
  */
-[[nodiscard]] bool ShareOut(const Extent& extent, const std::function<Work()>& makeWork);
+[[nodiscard]] bool DistributeWork(const WorkLimits& extent, const std::function<Work()>& makeWork);
 
 }  // namespace campaign

@@ -15,12 +15,12 @@
 namespace {
 
 using hwmaptables::Body;
-using hwmaptables::Domain;
 using hwmaptables::Findings;
 using hwmaptables::GeneratedFile;
-using hwmaptables::Map;
-using hwmaptables::Member;
 using hwmaptables::Placement;
+using hwmaptables::TableDomain;
+using hwmaptables::TableMap;
+using hwmaptables::TableMember;
 using hwmaptables::Tables;
 
 constexpr uint64_t WORD_BYTES = 4;
@@ -30,9 +30,9 @@ constexpr uint64_t MAX_WORDS = 4096;
 /** Which group and which of its instances has a word. */
 using Owners = std::map<uint64_t, std::pair<const Placement*, uint32_t>>;
 
-void RequireBitsApart(const Member& member) {
+void RequireBitsApart(const TableMember& member) {
     uint32_t taken = 0;
-    for (const hwmaptables::Field& field : member.fields) {
+    for (const hwmaptables::TableField& field : member.fields) {
         REQUIRE(field.low <= field.high && field.high < 32);
         for (uint32_t element = 0; element < field.repeat.count; ++element) {
             const uint64_t shifted = uint64_t{field.mask()}
@@ -46,7 +46,7 @@ void RequireBitsApart(const Member& member) {
 /** Each word of the instance has no other owner, unless the group's own instances may overlap. */
 void ClaimWords(const Body& body, const Placement& placement, uint64_t base, uint32_t instance,
                 Owners& owners, uint64_t& words) {
-    for (const Member& member : body.members) {
+    for (const TableMember& member : body.members) {
         const uint64_t count = uint64_t{member.repeat.count} * member.words;
         words += count;
         for (uint64_t i = 0; i < count && words <= MAX_WORDS; ++i) {
@@ -60,10 +60,10 @@ void ClaimWords(const Body& body, const Placement& placement, uint64_t base, uin
     }
 }
 
-void RequireWordsApart(const Tables& tables, const Map& map) {
+void RequireWordsApart(const Tables& tables, const TableMap& map) {
     Owners owners;
     uint64_t words = 0;
-    for (const Domain& domain : map.domains) {
+    for (const TableDomain& domain : map.domains) {
         for (const Placement& placement : domain.placements) {
             const Body* body = tables.findBody(map, placement.group);
             REQUIRE(body != nullptr);
@@ -98,7 +98,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
         return 0;
     }
     for (const Body& body : tables.bodies) {
-        for (const Member& member : body.members) {
+        for (const TableMember& member : body.members) {
             RequireBitsApart(member);
         }
     }

@@ -97,7 +97,7 @@ JsonValue JsonOf(const AddressMap& map) {
 
 /** How much there is of what in a map. */
 JsonValue SummaryOf(const AddressMap& map) {
-    const regs::Counts counts = regs::CountsOf(map.outline);
+    const regs::MapCounts counts = regs::CountsOf(map.outline);
     return {{"design", map.design},
             {"designs", map.designs},
             {"groupTypes", counts.groupTypes},

@@ -67,7 +67,7 @@ const std::vector<std::string> DumpRows::COLUMNS = {
     "address", "words",  "field", "field_element", "mask",   "shift"};
 
 Row RowOf(const std::string& design) {
-    const Counts counts = CountsOf(OutlineOf(OpenMap(design, nullptr)));
+    const MapCounts counts = CountsOf(OutlineOf(OpenMap(design, nullptr)));
     return {design,           counts.groupTypes, counts.groups,
             counts.registers, counts.memories,   counts.fields};
 }

@@ -118,7 +118,7 @@ std::vector<std::string> FormatNames() {
 }
 
 void AddCommand(commandline::Program& program, const Command& command, Settings& settings) {
-    const commandline::Options sub = program.subcommand(
+    const commandline::CommandOptions sub = program.subcommand(
         command.name, command.help, [&settings, &command] { settings.command = &command; });
     if (command.stream == nullptr) {
         sub.flag("--json", settings.request.json, "Answer as one JSON object, numbers in decimal");

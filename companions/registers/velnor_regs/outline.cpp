@@ -146,8 +146,8 @@ std::vector<GroupOutline> OutlineOf(const Map& map) {
     return outline;
 }
 
-Counts CountsOf(const std::vector<GroupOutline>& map) {
-    Counts counts;
+MapCounts CountsOf(const std::vector<GroupOutline>& map) {
+    MapCounts counts;
     counts.groupTypes = map.size();
     for (const GroupOutline& group : map) {
         counts.groups += group.repeat.count;

@@ -46,7 +46,7 @@ struct GroupOutline {
 std::vector<GroupOutline> OutlineOf(const Map& map);
 
 /** How many objects of each kind a map has. */
-struct Counts {
+struct MapCounts {
     std::uint64_t groupTypes = 0;
     std::uint64_t groups = 0;
     std::uint64_t registers = 0;
@@ -54,7 +54,7 @@ struct Counts {
     std::uint64_t fields = 0;
 };
 
-Counts CountsOf(const std::vector<GroupOutline>& map);
+MapCounts CountsOf(const std::vector<GroupOutline>& map);
 
 /** A difference between maps: what of the path is what in each of them. */
 struct Difference {

@@ -44,7 +44,7 @@ ByteResult Conversation::take(uint8_t byte) {
 void Conversation::noteDroppedBytes() {
     const size_t dropped = i_reader.droppedBytes() - i_droppedBytes;
     if (dropped != 0) {
-        i_journal.finding(std::to_string(dropped) + " bytes belong to no message");
+        i_events.finding(std::to_string(dropped) + " bytes belong to no message");
         i_droppedBytes = i_reader.droppedBytes();
     }
 }
@@ -67,7 +67,7 @@ ByteResult Conversation::handle(const Frame& frame) {
             break;
         default:
             ++i_counts.unknown;
-            i_journal.finding("message of unknown id " + std::to_string(frame.id));
+            i_events.finding("message of unknown id " + std::to_string(frame.id));
             break;
     }
     return outcome;
@@ -76,7 +76,7 @@ ByteResult Conversation::handle(const Frame& frame) {
 void Conversation::begin() {
     close();
     ++i_counts.begins;
-    i_journal.trace("host begins an upgrade");
+    i_events.trace("host begins an upgrade");
     i_flash.erase();
     i_open = true;
     i_fits = false;
@@ -88,7 +88,7 @@ PageResult Conversation::judge(const FlashPage& page) {
     const bool good = result == PageResult::Good;
     ++(good ? i_counts.goodPages : i_counts.badPages);
     if (!good) {
-        i_journal.finding("page " + std::to_string(page.number) + ": " + ResultName(result));
+        i_events.finding("page " + std::to_string(page.number) + ": " + ResultName(result));
     }
     return result;
 }
@@ -98,10 +98,10 @@ PageAnswer Conversation::page(const std::vector<uint8_t>& body) {
     const FlashPage page = UnpackPage(body);
     const unsigned attempt = i_position.attempt();
     const PageResult result = judge(page);
-    if (i_journal.tracing()) {
-        i_journal.trace("host sends page " + std::to_string(page.number) + ", attempt " +
-                        std::to_string(attempt) + ", CRC " + ChecksumText(page.crc) + ", answer " +
-                        ResultName(result));
+    if (i_events.tracing()) {
+        i_events.trace("host sends page " + std::to_string(page.number) + ", attempt " +
+                       std::to_string(attempt) + ", CRC " + ChecksumText(page.crc) + ", answer " +
+                       ResultName(result));
     }
     return {page.number, attempt, PackResult(static_cast<uint8_t>(result))};
 }
@@ -109,35 +109,35 @@ PageAnswer Conversation::page(const std::vector<uint8_t>& body) {
 void Conversation::info(const std::vector<uint8_t>& body) {
     ++i_counts.infos;
     if (body.size() != INFO_SIZE) {
-        i_journal.finding("upgrade information of " + std::to_string(body.size()) + " bytes");
+        i_events.finding("upgrade information of " + std::to_string(body.size()) + " bytes");
         return;
     }
     const uint16_t pages = ReadU16(body.data());
     i_checksum = ReadU16(body.data() + 2);
-    i_journal.trace("host tells " + std::to_string(pages) + " pages, checksum " +
-                    ChecksumText(i_checksum));
+    i_events.trace("host tells " + std::to_string(pages) + " pages, checksum " +
+                   ChecksumText(i_checksum));
     i_fits = pages == i_flash.pages();
     if (!i_fits) {
-        i_journal.finding(std::to_string(pages) + " pages told, " +
-                          std::to_string(i_flash.pages()) + " held");
+        i_events.finding(std::to_string(pages) + " pages told, " + std::to_string(i_flash.pages()) +
+                         " held");
     }
     if (i_expectedChecksum && *i_expectedChecksum != i_checksum) {
         i_fits = false;
-        i_journal.finding("checksum " + ChecksumText(i_checksum) + ", expected " +
-                          ChecksumText(*i_expectedChecksum));
+        i_events.finding("checksum " + ChecksumText(i_checksum) + ", expected " +
+                         ChecksumText(*i_expectedChecksum));
     }
 }
 
 bool Conversation::end() {
     ++i_counts.ends;
-    i_journal.trace("host ends the upgrade");
+    i_events.trace("host ends the upgrade");
     const bool upgraded = i_open && i_fits;
     if (upgraded) {
         ++i_counts.upgrades;
-        i_journal.event("upgrade complete, " + std::to_string(i_flash.pages()) +
-                        " pages, checksum " + ChecksumText(i_checksum));
+        i_events.event("upgrade complete, " + std::to_string(i_flash.pages()) +
+                       " pages, checksum " + ChecksumText(i_checksum));
     } else {
-        i_journal.finding("upgrade ended without a transfer that fits");
+        i_events.finding("upgrade ended without a transfer that fits");
     }
     i_open = false;
     i_fits = false;
@@ -149,7 +149,7 @@ void Conversation::breakOff(const char* why) {
     const bool begun = !i_reader.begun().empty();
     forget();
     if (begun) {
-        i_journal.finding(std::string("message broken off: ") + why);
+        i_events.finding(std::string("message broken off: ") + why);
     }
 }
 
@@ -167,8 +167,7 @@ void Conversation::restart() {
 void Conversation::close() {
     if (i_open) {
         i_open = false;
-        i_journal.finding("upgrade broken off behind page count " +
-                          std::to_string(i_flash.pages()));
+        i_events.finding("upgrade broken off behind page count " + std::to_string(i_flash.pages()));
     }
 }
 

@@ -5,9 +5,9 @@
 #include <optional>
 #include <vector>
 
+#include "companions/simulator/controller/eventlog.h"
 #include "companions/simulator/controller/flash.h"
 #include "companions/simulator/controller/frame.h"
-#include "companions/simulator/controller/journal.h"
 #include "companions/simulator/controller/protocolposition.h"
 
 namespace controller {
@@ -29,7 +29,7 @@ struct ByteResult {
 };
 
 /** How often each thing happened. */
-struct Counts {
+struct MessageCounts {
     unsigned begins = 0;
     unsigned pages = 0;
     unsigned infos = 0;
@@ -43,17 +43,17 @@ struct Counts {
 /**
  * The controller's side of the upgrade conversation, from the host's bytes to the answers, with no
  * mailbox in it. It keeps the flash and judges what arrives; every fault of the host's goes to the
- * journal as a finding.
+ * event log as a finding.
  *
  * The image's checksum covers what only the image's maker knows, so it is compared with the one
  * expected, where there is one, and otherwise only kept.
  *
- * Borrows the flash and the journal. One thread.
+ * Borrows the flash and the event log. One thread.
  */
 class Conversation {
   public:
-    Conversation(Flash& flash, Journal& journal, std::optional<uint16_t> expectedChecksum)
-        : i_flash(flash), i_journal(journal), i_expectedChecksum(expectedChecksum) {}
+    Conversation(Flash& flash, EventLog& events, std::optional<uint16_t> expectedChecksum)
+        : i_flash(flash), i_events(events), i_expectedChecksum(expectedChecksum) {}
 
     /** Takes one byte of the host. */
     ByteResult take(uint8_t byte);
@@ -79,7 +79,7 @@ class Conversation {
     /** Notes a transfer that was begun and not ended as a finding; for the end of a session. */
     void close();
 
-    const Counts& counts() const { return i_counts; }
+    const MessageCounts& counts() const { return i_counts; }
     /** The checksum of the last upgrade information. */
     uint16_t checksum() const { return i_checksum; }
 
@@ -93,11 +93,11 @@ class Conversation {
     PageResult judge(const FlashPage& page);
 
     Flash& i_flash;
-    Journal& i_journal;
+    EventLog& i_events;
     std::optional<uint16_t> i_expectedChecksum;
     FrameReader i_reader;
     size_t i_droppedBytes = 0;
-    Counts i_counts;
+    MessageCounts i_counts;
 
     // The present transfer.
     bool i_open = false;

@@ -47,9 +47,9 @@ class ConversationTest : public testing::Test {
     }
 
     std::ostringstream i_out;
-    Journal i_journal{i_out, true};
+    EventLog i_events{i_out, true};
     Flash i_flash;
-    Conversation i_conversation{i_flash, i_journal, uint16_t{0x1234}};
+    Conversation i_conversation{i_flash, i_events, uint16_t{0x1234}};
 };
 
 TEST_F(ConversationTest, TakesAWholeUpgrade) {
@@ -61,7 +61,7 @@ TEST_F(ConversationTest, TakesAWholeUpgrade) {
     EXPECT_EQ(i_conversation.checksum(), 0x1234);
     EXPECT_EQ(i_flash.pages(), 2U);
     i_conversation.close();
-    EXPECT_EQ(i_journal.findings(), 0U) << i_out.str();
+    EXPECT_EQ(i_events.findings(), 0U) << i_out.str();
 }
 
 TEST_F(ConversationTest, AnswersTheSameFrameWhateverTheVerdict) {
@@ -129,7 +129,7 @@ TEST_F(ConversationTest, NotesWhatWasBrokenOff) {
     EXPECT_THAT(i_out.str(), HasSubstr("finding: upgrade broken off behind page count 1\n"));
     say(9999);
     EXPECT_EQ(i_conversation.counts().unknown, 1U);
-    EXPECT_EQ(i_journal.findings(), 3U);
+    EXPECT_EQ(i_events.findings(), 3U);
 }
 
 }  // namespace

@@ -95,7 +95,7 @@ std::vector<AnswerStep> FaultlessSteps(const std::vector<uint8_t>& bytes) {
     return steps;
 }
 
-FaultPlan::FaultPlan(const Schedule& schedule, Journal& journal) : i_journal(journal) {
+FaultPlan::FaultPlan(const Schedule& schedule, EventLog& events) : i_events(events) {
     for (const Fault& fault : schedule) {
         i_entries.push_back({fault, false});
     }
@@ -107,7 +107,7 @@ void FaultPlan::report(const Fault& fault) {
     for (Entry& entry : i_entries) {
         if (&entry.fault == &fault && !entry.acted) {
             entry.acted = true;
-            i_journal.fault(ScheduleText({fault}));
+            i_events.fault(ScheduleText({fault}));
         }
     }
 }

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "companions/simulator/controller/conversation.h"
-#include "companions/simulator/controller/journal.h"
+#include "companions/simulator/controller/eventlog.h"
 #include "companions/simulator/controller/schedule.h"
 
 namespace controller {
@@ -36,13 +36,13 @@ std::vector<AnswerStep> FaultlessSteps(const std::vector<uint8_t>& bytes);
 
 /**
  * A schedule in use: what the controller is to do wrong now, each fault once, those of a whole run
- * as often as they apply. It tells the journal of each fault when it acts for the first time.
+ * as often as they apply. It notes each fault in the event log when it acts for the first time.
  *
- * Borrows the journal. One thread. The faults that it hands out live as long as it does.
+ * Borrows the event log. One thread. The faults that it hands out live as long as it does.
  */
 class FaultPlan {
   public:
-    FaultPlan(const Schedule& schedule, Journal& journal);
+    FaultPlan(const Schedule& schedule, EventLog& events);
 
     /** The controller is without fault. */
     bool empty() const { return i_entries.empty(); }
@@ -67,7 +67,7 @@ class FaultPlan {
     void applyTo(std::vector<uint8_t>& bytes, const PageAnswer& answer);
     std::vector<const Fault*> stepFaults(const PageAnswer& answer);
 
-    Journal& i_journal;
+    EventLog& i_events;
     /** In the order of kinds, which is the order of acting. */
     std::vector<Entry> i_entries;
 };

@@ -52,8 +52,8 @@ Bytes Page(uint16_t number) {
 class FaultyRun {
   public:
     explicit FaultyRun(const std::string& faults)
-        : i_plan(ParseSchedule(faults, i_error).value(), i_journal),
-          i_session(MailboxPort(i_words.data()), i_conversation, i_plan, i_journal,
+        : i_plan(ParseSchedule(faults, i_error).value(), i_events),
+          i_session(MailboxPort(i_words.data()), i_conversation, i_plan, i_events,
                     {100, 19525, true}, [] {}) {
         i_session.clear();
         i_session.announce();
@@ -64,7 +64,7 @@ class FaultyRun {
 
     const std::string& story() const { return i_story; }
     const std::array<uint32_t, 32>& words() const { return i_words; }
-    unsigned faultsActed() const { return i_journal.faults(); }
+    unsigned faultsActed() const { return i_events.faults(); }
 
   private:
     unsigned char word(unsigned address) const {
@@ -161,9 +161,9 @@ class FaultyRun {
     std::array<uint32_t, 32> i_words{};
     std::ostringstream i_out;
     std::string i_error;
-    Journal i_journal{i_out, false};
+    EventLog i_events{i_out, false};
     Flash i_flash;
-    Conversation i_conversation{i_flash, i_journal, std::nullopt};
+    Conversation i_conversation{i_flash, i_events, std::nullopt};
     FaultPlan i_plan;
     Session i_session;
     milliseconds i_now{0};

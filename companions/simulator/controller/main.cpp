@@ -12,9 +12,9 @@
 #include "companions/commandline/failure.h"
 #include "companions/commandline/printable.h"
 #include "companions/simulator/controller/conversation.h"
+#include "companions/simulator/controller/eventlog.h"
 #include "companions/simulator/controller/faultplan.h"
 #include "companions/simulator/controller/flash.h"
-#include "companions/simulator/controller/journal.h"
 #include "companions/simulator/controller/occupant.h"
 #include "companions/simulator/controller/pacer.h"
 #include "companions/simulator/controller/report.h"
@@ -56,7 +56,7 @@ void DelayAppearance(std::chrono::milliseconds time) {
  * How long to stay away. The host's polls can't be seen from here, but come a second apart; halfway
  * between two of them is the furthest from both, if host and controller start together.
  */
-std::chrono::milliseconds Absence(const Settings& settings, const FaultPlan& plan) {
+std::chrono::milliseconds Absence(const ControllerSettings& settings, const FaultPlan& plan) {
     const std::optional<uint32_t> poll = plan.appearsOnPoll();
     if (!poll) {
         return std::chrono::milliseconds(settings.appearAfterMs);
@@ -71,7 +71,8 @@ Session::Time Now(const FaultPlan& plan) {
                : std::chrono::duration_cast<Session::Time>(Pacer::Clock::now().time_since_epoch());
 }
 
-void Converse(Session& session, const FaultPlan& plan, Journal& journal, const Settings& settings) {
+void Converse(Session& session, const FaultPlan& plan, EventLog& events,
+              const ControllerSettings& settings) {
     Pacer pacer;
     while (stopRequested == 0 && !(settings.once && session.finished())) {
         if (session.poll(Now(plan))) {
@@ -81,16 +82,16 @@ void Converse(Session& session, const FaultPlan& plan, Journal& journal, const S
         const std::chrono::milliseconds quiet = pacer.miss();
         session.idle(quiet);
         if (settings.idleTimeoutS != 0 && quiet >= std::chrono::seconds(settings.idleTimeoutS)) {
-            journal.finding("nothing from a host for " + std::to_string(settings.idleTimeoutS) +
-                            " seconds");
+            events.finding("nothing from a host for " + std::to_string(settings.idleTimeoutS) +
+                           " seconds");
             return;
         }
     }
 }
 
 Report Summary(const Flash& flash, const Conversation& conversation, const Session& session,
-               const Journal& journal) {
-    const Counts& counts = conversation.counts();
+               const EventLog& events) {
+    const MessageCounts& counts = conversation.counts();
     return {
         {"flash pages", flash.pages()},
         {"flash bytes", flash.size()},
@@ -106,24 +107,24 @@ Report Summary(const Flash& flash, const Conversation& conversation, const Sessi
         {"good pages", counts.goodPages},
         {"bad pages", counts.badPages},
         {"upgrades", counts.upgrades},
-        {"faults", journal.faults()},
-        {"findings", journal.findings()},
+        {"faults", events.faults()},
+        {"findings", events.findings()},
     };
 }
 
-void Save(const Flash& flash, Journal& journal, const std::string& fileName) {
+void Save(const Flash& flash, EventLog& events, const std::string& fileName) {
     if (!fileName.empty() && !flash.save(fileName)) {
         // The report is still to come, so that this is no JSON object.
         commandline::ReportFailure(
             NAME,
             "cannot write " + fileName + ": " + strerror(errno) + "; give --flash another place",
             EXIT_FAILURE, false);
-        journal.finding("flash not saved");
+        events.finding("flash not saved");
     }
 }
 
 /** Opens and takes the object; what is wrong, if anything. */
-std::string TakeObject(SharedRegion& region, const Settings& settings) {
+std::string TakeObject(SharedRegion& region, const ControllerSettings& settings) {
     if (!region.open(settings.object)) {
         return region.error() + "; check the name and /dev/shm";
     }
@@ -132,33 +133,33 @@ std::string TakeObject(SharedRegion& region, const Settings& settings) {
     return settings.force ? "" : occupant;
 }
 
-int Serve(const SharedRegion& region, const Settings& settings) {
+int Serve(const SharedRegion& region, const ControllerSettings& settings) {
     // With JSON, standard output has the report and nothing else.
-    Journal journal(settings.json ? std::cerr : std::cout, settings.trace);
+    EventLog events(settings.json ? std::cerr : std::cout, settings.trace);
     Flash flash;
-    Conversation conversation(flash, journal, settings.expectedChecksum);
-    FaultPlan plan(settings.faults, journal);
-    Session session(MailboxPort(region.mailbox()), conversation, plan, journal, settings.behaviour,
-                    [&] { Save(flash, journal, settings.flashFile); });
+    Conversation conversation(flash, events, settings.expectedChecksum);
+    FaultPlan plan(settings.faults, events);
+    Session session(MailboxPort(region.mailbox()), conversation, plan, events, settings.behaviour,
+                    [&] { Save(flash, events, settings.flashFile); });
     if (!plan.empty()) {
-        journal.event("faults " + ScheduleText(settings.faults));
+        events.event("faults " + ScheduleText(settings.faults));
     }
     session.clear();
-    journal.event("waiting at " + commandline::Printable(settings.object));
+    events.event("waiting at " + commandline::Printable(settings.object));
     DelayAppearance(Absence(settings, plan));
     if (stopRequested == 0) {
         session.announce();
-        Converse(session, plan, journal, settings);
+        Converse(session, plan, events, settings);
         session.finish();
         session.withdraw();
     }
-    Save(flash, journal, settings.flashFile);
-    const Report report = Summary(flash, conversation, session, journal);
+    Save(flash, events, settings.flashFile);
+    const Report report = Summary(flash, conversation, session, events);
     (settings.json ? PrintReportAsJson : PrintReport)(std::cout, report);
-    return journal.findings() == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    return events.findings() == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
-int Run(const Settings& settings) {
+int Run(const ControllerSettings& settings) {
     SharedRegion region;
     const std::string wrong = TakeObject(region, settings);
     if (!wrong.empty()) {

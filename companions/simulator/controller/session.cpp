@@ -25,12 +25,12 @@ MailboxPort Dirty(MailboxPort port, FaultPlan& plan) {
 
 }  // namespace
 
-Session::Session(MailboxPort port, Conversation& conversation, FaultPlan& plan, Journal& journal,
+Session::Session(MailboxPort port, Conversation& conversation, FaultPlan& plan, EventLog& events,
                  const Behaviour& behaviour, std::function<void()> onUpgraded)
     : i_port(Dirty(port, plan)),
       i_conversation(conversation),
       i_plan(plan),
-      i_journal(journal),
+      i_events(events),
       i_behaviour(behaviour),
       i_onUpgraded(std::move(onUpgraded)),
       i_outbox(i_port, conversation, plan) {}
@@ -52,7 +52,7 @@ void Session::announce() {
     i_port.write(MAILBOX_TX_STATE, STATE_REQUESTED);
     i_armed = true;
     i_plan.ofRun(FaultKind::Appear);
-    i_journal.event("announced, revision " + std::to_string(i_revision));
+    i_events.event("announced, revision " + std::to_string(i_revision));
 }
 
 bool Session::poll(Time now) {
@@ -98,7 +98,7 @@ bool Session::reset() {
         return false;
     }
     ++i_resets;
-    i_journal.finding("the host has reset the mailbox");
+    i_events.finding("the host has reset the mailbox");
     i_conversation.breakOff("mailbox reset");
     disarm();
     const bool rearm = i_behaviour.rearm && i_plan.ofRun(FaultKind::NoRearm) == nullptr;
@@ -144,7 +144,7 @@ bool Session::followReceiveState(unsigned char state) {
 }
 
 void Session::acceptHost() {
-    i_journal.trace("host asks for the receive direction");
+    i_events.trace("host asks for the receive direction");
     i_conversation.restart();
     if (!i_behaviour.keepsAnswers) {
         dropAnswers();
@@ -171,7 +171,7 @@ bool Session::takeByte() {
     if (outcome.upgraded) {
         i_onUpgraded();
         writeRevision(i_behaviour.newRevision);
-        i_journal.event("reports revision " + std::to_string(i_revision));
+        i_events.event("reports revision " + std::to_string(i_revision));
     }
     if (outcome.complete) {
         i_ending = true;
@@ -255,7 +255,7 @@ void Session::idle(Time quiet) {
     if (i_closing && quiet >= RESET_TIME) {
         i_closing = false;
         i_finished = true;
-        i_journal.trace("host has closed the receive direction");
+        i_events.trace("host has closed the receive direction");
         finish();
     }
     if (quiet >= MESSAGE_TIME) {

@@ -6,8 +6,8 @@
 #include <optional>
 
 #include "companions/simulator/controller/conversation.h"
+#include "companions/simulator/controller/eventlog.h"
 #include "companions/simulator/controller/faultplan.h"
-#include "companions/simulator/controller/journal.h"
 #include "companions/simulator/controller/mailboxport.h"
 #include "companions/simulator/controller/outbox.h"
 
@@ -40,14 +40,14 @@ struct Behaviour {
  *
  * The plan says where it is to go wrong. A dead controller touches nothing any more.
  *
- * Borrows the conversation, the plan and the journal. One thread.
+ * Borrows the conversation, the plan and the events. One thread.
  */
 class Session {
   public:
     using Time = std::chrono::milliseconds;
 
     /** `onUpgraded` runs when an upgrade is complete, in front of the new revision. */
-    Session(MailboxPort port, Conversation& conversation, FaultPlan& plan, Journal& journal,
+    Session(MailboxPort port, Conversation& conversation, FaultPlan& plan, EventLog& events,
             const Behaviour& behaviour, std::function<void()> onUpgraded);
 
     /** Takes what an earlier run left out of the mailbox, presence first. */
@@ -92,7 +92,7 @@ class Session {
     MailboxPort i_port;
     Conversation& i_conversation;
     FaultPlan& i_plan;
-    Journal& i_journal;
+    EventLog& i_events;
     Behaviour i_behaviour;
     std::function<void()> i_onUpgraded;
 

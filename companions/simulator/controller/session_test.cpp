@@ -28,7 +28,7 @@ const Bytes STRAY_PAGE = PackFrame(ID_FLASH_PAGE, {});
 class SessionTest : public testing::Test {
   protected:
     explicit SessionTest(bool rearm = true, const Schedule& faults = {}, bool keepsAnswers = false)
-        : i_behaviour{100, 19525, rearm, keepsAnswers}, i_plan(faults, i_journal) {
+        : i_behaviour{100, 19525, rearm, keepsAnswers}, i_plan(faults, i_events) {
         i_words.fill(0);
     }
 
@@ -79,14 +79,14 @@ class SessionTest : public testing::Test {
 
     std::array<uint32_t, 32> i_words{};
     std::ostringstream i_out;
-    Journal i_journal{i_out, false};
+    EventLog i_events{i_out, false};
     Flash i_flash;
-    Conversation i_conversation{i_flash, i_journal, std::nullopt};
+    Conversation i_conversation{i_flash, i_events, std::nullopt};
     Behaviour i_behaviour;
     unsigned int i_revisionAtUpgrade = 0;
     FaultPlan i_plan;
     Session i_session{
-        MailboxPort(i_words.data()), i_conversation, i_plan, i_journal, i_behaviour, [this] {
+        MailboxPort(i_words.data()), i_conversation, i_plan, i_events, i_behaviour, [this] {
             i_revisionAtUpgrade = revision();
         }};
 };
@@ -183,7 +183,7 @@ TEST_F(SessionTest, TellsALeavingHostFromAReset) {
     EXPECT_FALSE(i_session.finished());
     i_session.idle(milliseconds(50));
     EXPECT_TRUE(i_session.finished());
-    EXPECT_EQ(i_journal.findings(), 0U) << i_out.str();
+    EXPECT_EQ(i_events.findings(), 0U) << i_out.str();
 }
 
 TEST_F(SessionTest, StartsAfreshWithTheNextHost) {
@@ -220,9 +220,9 @@ TEST_F(SessionTest, GivesUpOnAMessageThatStops) {
     connect();
     send({BEGIN[0], BEGIN[1]});
     i_session.idle(milliseconds(1999));
-    EXPECT_EQ(i_journal.findings(), 0U);
+    EXPECT_EQ(i_events.findings(), 0U);
     i_session.idle(milliseconds(2000));
-    EXPECT_EQ(i_journal.findings(), 1U);
+    EXPECT_EQ(i_events.findings(), 1U);
     send(BEGIN);
     EXPECT_EQ(i_conversation.counts().begins, 1U);
 }
@@ -237,7 +237,7 @@ TEST_F(SlowAndDying, BlamesNoHostForItsOwnSilence) {
     EXPECT_FALSE(i_session.poll(milliseconds(9999)));
     EXPECT_TRUE(i_session.poll(milliseconds(10000)));
     EXPECT_EQ(word(MAILBOX_TX_FLAG), TX_BYTE_TAKEN);
-    EXPECT_EQ(i_journal.findings(), 0U) << i_out.str();
+    EXPECT_EQ(i_events.findings(), 0U) << i_out.str();
 }
 
 TEST_F(SlowAndDying, TouchesNothingOnceDead) {

@@ -24,7 +24,8 @@ std::string ReadFaults(const std::string& text, Schedule& faults) {
     return error;
 }
 
-void AddFaultOptions(const commandline::Options& program, Settings& settings, Raw& raw) {
+void AddFaultOptions(const commandline::CommandOptions& program, ControllerSettings& settings,
+                     Raw& raw) {
     const commandline::Option faults =
         program
             .option("--faults", raw.faults,
@@ -43,7 +44,7 @@ void AddFaultOptions(const commandline::Options& program, Settings& settings, Ra
     seed.needs(pages);
 }
 
-void AddOptions(commandline::Program& program, Settings& settings, Raw& raw) {
+void AddOptions(commandline::Program& program, ControllerSettings& settings, Raw& raw) {
     settings.behaviour.newRevision = toolcontract::TOOL_REVISION;
     program.version(TOLMIRA_VERSION);
     program.option("--object", settings.object, "Shared-memory object that holds the mailbox")
@@ -89,8 +90,9 @@ void AddOptions(commandline::Program& program, Settings& settings, Raw& raw) {
 
 }  // namespace
 
-std::optional<Settings> ReadCommandLine(int argc, const char* const* argv, int& exitValue) {
-    Settings settings;
+std::optional<ControllerSettings> ReadCommandLine(int argc, const char* const* argv,
+                                                  int& exitValue) {
+    ControllerSettings settings;
     Raw raw;
     commandline::Program program(
         "The far side of the mailbox: a Tolmira controller for demos and tests.\n"

@@ -10,7 +10,7 @@
 namespace controller {
 
 /** What the command line asks for. */
-struct Settings {
+struct ControllerSettings {
     std::string object = "/resource0";
     Behaviour behaviour;
     /** Empty: the flash stays in memory. */
@@ -32,7 +32,7 @@ struct Settings {
  * `exitValue`: 0 behind help or version, 2 behind wrong usage, which has been told on standard
  * error.
  */
-[[nodiscard]] std::optional<Settings> ReadCommandLine(int argc, const char* const* argv,
-                                                      int& exitValue);
+[[nodiscard]] std::optional<ControllerSettings> ReadCommandLine(int argc, const char* const* argv,
+                                                                int& exitValue);
 
 }  // namespace controller

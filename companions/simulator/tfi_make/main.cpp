@@ -111,7 +111,8 @@ int Write(const Settings& settings) {
 void AddOptions(commandline::Program& program, Settings& settings) {
     program.version(TOLMIRA_VERSION);
     program.option("file", settings.file, "Image to write").required();
-    const commandline::Options extent = program.oneOfGroup("extent", "One of these is needed");
+    const commandline::CommandOptions extent =
+        program.oneOfGroup("extent", "One of these is needed");
     extent.option("--pages", settings.pages, "Payload in whole flash pages of 256 bytes")
         .inRange(uint64_t{0}, LARGEST_PAYLOAD / PAGE_BYTES);
     extent.option("--size", settings.size, "Payload in bytes, the two checksum bytes included")

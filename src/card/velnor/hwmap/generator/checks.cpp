@@ -115,16 +115,16 @@ class UniqueNames {
 
 // --- Fields of a member
 
-std::string NameOf(const Field& field, std::uint32_t element) {
+std::string NameOf(const TableField& field, std::uint32_t element) {
     const std::string name = "field " + Quoted(field.name);
     return field.repeat.isArray() ? name + " element " + std::to_string(element) : name;
 }
 
-std::uint64_t HighestBit(const Field& field) {
+std::uint64_t HighestBit(const TableField& field) {
     return field.high + std::uint64_t{field.repeat.count - 1} * field.repeat.step;
 }
 
-bool CheckBits(const Member& member, const Field& field, Findings& findings) {
+bool CheckBits(const TableMember& member, const TableField& field, Findings& findings) {
     const std::string where = " of " + Quoted(member.name);
     if (field.high < field.low) {
         findings.add(member.origin, "field " + Quoted(field.name) + where + ": high bit " +
@@ -143,13 +143,13 @@ bool CheckBits(const Member& member, const Field& field, Findings& findings) {
 
 /** The element of a field that each bit of a word belongs to. */
 struct BitOwner {
-    const Field* field = nullptr;
+    const TableField* field = nullptr;
     std::uint32_t element = 0;
 };
 using BitOwners = std::array<BitOwner, WORD_BITS>;
 
-void ClaimBits(const Member& member, const Field& field, std::uint32_t element, BitOwners& owners,
-               Findings& findings) {
+void ClaimBits(const TableMember& member, const TableField& field, std::uint32_t element,
+               BitOwners& owners, Findings& findings) {
     const std::uint32_t shift = element * field.repeat.step;
     for (std::uint32_t bit = field.low + shift; bit <= field.high + shift; ++bit) {
         const BitOwner& owner = owners[bit];
@@ -163,10 +163,10 @@ void ClaimBits(const Member& member, const Field& field, std::uint32_t element, 
     }
 }
 
-void CheckFields(const Member& member, Findings& findings) {
+void CheckFields(const TableMember& member, Findings& findings) {
     UniqueNames names(findings);
     BitOwners owners;
-    for (const Field& field : member.fields) {
+    for (const TableField& field : member.fields) {
         CheckName(member.origin, "field", field.name,
                   member.isRegister() ? MEMBERS_OF_REGISTER : MEMBERS_OF_MEMORY, findings);
         names.add(member.origin, "field", field.name);
@@ -195,13 +195,13 @@ struct Extent {
     std::uint64_t end = 0;
     const Placement* placement = nullptr;
     std::uint32_t instance = 0;
-    const Member* member = nullptr;
+    const TableMember* member = nullptr;
     std::uint32_t element = 0;
 };
 
 void AddExtents(const Body& body, Extent start, std::vector<Extent>& extents) {
     const std::uint64_t base = start.begin;
-    for (const Member& member : body.members) {
+    for (const TableMember& member : body.members) {
         start.member = &member;
         for (start.element = 0; start.element < member.repeat.count; ++start.element) {
             start.begin = base + member.offset + std::uint64_t{start.element} * member.repeat.step;
@@ -228,7 +228,7 @@ void ForEachOverlap(std::vector<Extent> extents, const Report& report) {
     }
 }
 
-std::string NameOf(const Member& member, std::uint32_t element) {
+std::string NameOf(const TableMember& member, std::uint32_t element) {
     const std::string name = Quoted(member.name);
     return member.repeat.isArray() ? name + " element " + std::to_string(element) : name;
 }
@@ -236,7 +236,7 @@ std::string NameOf(const Member& member, std::uint32_t element) {
 void CheckMembersApart(const Body& body, Findings& findings) {
     std::vector<Extent> extents;
     AddExtents(body, Extent{}, extents);
-    std::set<std::pair<const Member*, const Member*>> reported;
+    std::set<std::pair<const TableMember*, const TableMember*>> reported;
     ForEachOverlap(std::move(extents), [&](const Extent& later, const Extent& earlier) {
         if (reported.emplace(later.member, earlier.member).second) {
             findings.add(later.member->origin, NameOf(*later.member, later.element) + " overlaps " +
@@ -257,7 +257,7 @@ void CheckAligned(const Origin& origin, const std::string& what, std::uint32_t b
 
 void CheckBody(const Body& body, Findings& findings) {
     UniqueNames names(findings);
-    for (const Member& member : body.members) {
+    for (const TableMember& member : body.members) {
         CheckName(member.origin, "member", member.name, MEMBERS_OF_GROUP, findings);
         names.add(member.origin, "member", member.name);
         CheckAligned(member.origin, "offset of " + Quoted(member.name), member.offset, findings);
@@ -294,7 +294,7 @@ void CheckBodiesOnce(const Tables& tables, Findings& findings) {
 
 // --- Placements of a map
 
-void CheckPlacement(const Placement& placement, const Tables& tables, const Map& map,
+void CheckPlacement(const Placement& placement, const Tables& tables, const TableMap& map,
                     Findings& findings) {
     const std::string group = Quoted(placement.group);
     CheckName(placement.origin, "group", placement.group, MEMBERS_OF_DOMAIN, findings);
@@ -313,16 +313,16 @@ void CheckPlacement(const Placement& placement, const Tables& tables, const Map&
 
 std::uint64_t ElementsOf(const Body& body) {
     std::uint64_t elements = 0;
-    for (const Member& member : body.members) {
+    for (const TableMember& member : body.members) {
         elements += member.repeat.count;
     }
     return elements;
 }
 
 /** False, and a finding, where the map is too large to be expanded. */
-bool CheckSize(const Tables& tables, const Map& map, Findings& findings) {
+bool CheckSize(const Tables& tables, const TableMap& map, Findings& findings) {
     std::uint64_t elements = 0;
-    for (const Domain& domain : map.domains) {
+    for (const TableDomain& domain : map.domains) {
         for (const Placement& placement : domain.placements) {
             if (const Body* body = tables.findBody(map, placement.group)) {
                 elements += placement.count * ElementsOf(*body);
@@ -337,9 +337,9 @@ bool CheckSize(const Tables& tables, const Map& map, Findings& findings) {
     return elements <= MAX_ELEMENTS;
 }
 
-std::vector<Extent> ExtentsOf(const Tables& tables, const Map& map) {
+std::vector<Extent> ExtentsOf(const Tables& tables, const TableMap& map) {
     std::vector<Extent> extents;
-    for (const Domain& domain : map.domains) {
+    for (const TableDomain& domain : map.domains) {
         for (const Placement& placement : domain.placements) {
             const Body* body = tables.findBody(map, placement.group);
             for (std::uint32_t i = 0; body != nullptr && i < placement.count; ++i) {
@@ -359,7 +359,7 @@ std::string NameOf(const Placement& placement, std::uint32_t instance) {
     return "instance " + std::to_string(instance) + " of " + Quoted(placement.group);
 }
 
-void CheckInstancesApart(const Tables& tables, const Map& map, Findings& findings) {
+void CheckInstancesApart(const Tables& tables, const TableMap& map, Findings& findings) {
     std::set<const Placement*> overlapping;
     std::set<std::pair<const Placement*, const Placement*>> reported;
     ForEachOverlap(ExtentsOf(tables, map), [&](const Extent& later, const Extent& earlier) {
@@ -379,7 +379,7 @@ void CheckInstancesApart(const Tables& tables, const Map& map, Findings& finding
                                                       ") at address " + Hex(later.begin));
         }
     });
-    for (const Domain& domain : map.domains) {
+    for (const TableDomain& domain : map.domains) {
         for (const Placement& placement : domain.placements) {
             if (placement.mayOverlap && overlapping.count(&placement) == 0) {
                 findings.add(placement.origin, "instances of " + Quoted(placement.group) +
@@ -389,10 +389,10 @@ void CheckInstancesApart(const Tables& tables, const Map& map, Findings& finding
     }
 }
 
-void CheckMap(const Tables& tables, const Map& map, Findings& findings) {
+void CheckMap(const Tables& tables, const TableMap& map, Findings& findings) {
     UniqueNames domains(findings);
     UniqueNames groups(findings);
-    for (const Domain& domain : map.domains) {
+    for (const TableDomain& domain : map.domains) {
         CheckName(domain.origin, "domain", domain.name, MEMBERS_OF_DOMAIN, findings);
         CheckAligned(domain.origin, "base of " + Quoted(domain.name), domain.base, findings);
         domains.add(domain.origin, "domain", domain.name);
@@ -409,7 +409,7 @@ void CheckMap(const Tables& tables, const Map& map, Findings& findings) {
 void CheckMapNames(const Tables& tables, Findings& findings) {
     UniqueNames maps(findings);
     UniqueNames designs(findings);
-    for (const Map& map : tables.maps) {
+    for (const TableMap& map : tables.maps) {
         maps.add(map.origin, "map", map.name);
         for (const std::string& design : map.designs) {
             designs.add(map.origin, "design", design);
@@ -422,8 +422,8 @@ void CheckMapNames(const Tables& tables, Findings& findings) {
 
 void CheckBodiesUsed(const Tables& tables, Findings& findings) {
     std::set<const Body*> used;
-    for (const Map& map : tables.maps) {
-        for (const Domain& domain : map.domains) {
+    for (const TableMap& map : tables.maps) {
+        for (const TableDomain& domain : map.domains) {
             for (const Placement& placement : domain.placements) {
                 used.insert(tables.findBody(map, placement.group));
             }
@@ -446,7 +446,7 @@ void CheckTables(const Tables& tables, Findings& findings) {
     }
     CheckBodiesOnce(tables, findings);
     CheckMapNames(tables, findings);
-    for (const Map& map : tables.maps) {
+    for (const TableMap& map : tables.maps) {
         CheckMap(tables, map, findings);
     }
     CheckBodiesUsed(tables, findings);

@@ -10,7 +10,7 @@ namespace {
 
 /** One placed group of a design, with its body and the names of its generated classes. */
 struct PlacedGroup {
-    const Domain* domain;
+    const TableDomain* domain;
     const Placement* placement;
     const Body* body;
     /** "Design<A>::Domain_d::Group_g" and the same for the one accessor that the tool uses. */
@@ -22,7 +22,7 @@ struct PlacedGroup {
 
 /** What all files of a design need. */
 struct DesignModel {
-    const Map* map;
+    const TableMap* map;
     std::string className;
     std::string stem;
     std::vector<PlacedGroup> groups;
@@ -36,7 +36,7 @@ std::string InstanceOf(const DesignModel& design) {
 
 std::size_t ClassCount(const Body& body) {
     std::size_t count = 1;
-    for (const Member& member : body.members) {
+    for (const TableMember& member : body.members) {
         count += 1 + member.fields.size();
     }
     return count;
@@ -64,7 +64,7 @@ DesignModel ModelOf(const Tables& tables, const std::string& name, unsigned int 
     design.map = tables.findDesign(name);
     design.className = "Design_velnor_vp_" + name;
     design.stem = "genfpga_velnor_vp_" + name;
-    for (const Domain& domain : design.map->domains) {
+    for (const TableDomain& domain : design.map->domains) {
         for (const Placement& placement : domain.placements) {
             PlacedGroup group{&domain, &placement, tables.findBody(*design.map, placement.group),
                               "", ""};
@@ -136,26 +136,26 @@ void NotCopyable(const std::string& className, Source& out) {
 
 // --- Class definitions
 
-std::string ClassOf(const Member& member) {
+std::string ClassOf(const TableMember& member) {
     return (member.isRegister() ? "Register_" : "Memory_") + member.name;
 }
 
-std::string ClassOf(const Member& member, const Field& field) {
+std::string ClassOf(const TableMember& member, const TableField& field) {
     return (member.isRegister() ? "Field_" : "MemField_") + field.name;
 }
 
-std::string BaseOf(const Member& member) {
+std::string BaseOf(const TableMember& member) {
     return member.isRegister() ? "Register" : "Memory";
 }
 
 /** What the constructor of a member takes beside accessor and address. */
-std::string SizeParameter(const Member& member) {
+std::string SizeParameter(const TableMember& member) {
     return member.isRegister() ? "" : ", std::size_t size";
 }
 
 /** The public way to a held object, or to the elements of a held array of them. */
 void Accessor(const std::string& type, const std::string& name, const std::string& holder,
-              const Repeat& repeat, Source& out) {
+              const TableRepeat& repeat, Source& out) {
     const char* const pattern = repeat.isArray()
                                     ? "$1& $2(unsigned int element) { return *$3[element]; }"
                                     : "$1& $2() { return *$3; }";
@@ -163,12 +163,13 @@ void Accessor(const std::string& type, const std::string& name, const std::strin
 }
 
 /** A held pointer or array of pointers, null until the constructor's body. */
-void Holder(const std::string& type, const std::string& holder, const Repeat& repeat, Source& out) {
+void Holder(const std::string& type, const std::string& holder, const TableRepeat& repeat,
+            Source& out) {
     out.line(repeat.isArray() ? "$1* $2[$3] = {};" : "$1* $2 = nullptr;",
              {type, holder, std::to_string(repeat.count)});
 }
 
-void FieldClass(const Member& member, const Field& field, Source& out) {
+void FieldClass(const TableMember& member, const TableField& field, Source& out) {
     const std::string base = member.isRegister() ? "RegisterField" : "SingleMemoryField";
     out.line("class $1 : public $2<A, unsigned int> {", {ClassOf(member, field), base});
     out.line("public:");
@@ -176,20 +177,20 @@ void FieldClass(const Member& member, const Field& field, Source& out) {
     out.line("};");
 }
 
-void MemberClass(const Member& member, Source& out) {
+void MemberClass(const TableMember& member, Source& out) {
     const std::string name = ClassOf(member);
     out.line("class $1 : public $2<A, unsigned int> {", {name, BaseOf(member)});
     out.line("public:");
-    for (const Field& field : member.fields) {
+    for (const TableField& field : member.fields) {
         FieldClass(member, field, out);
     }
     out.line("$1(A& accessor, std::uintptr_t address$2);", {name, SizeParameter(member)});
     out.line("~$1() override;", {name});
-    for (const Field& field : member.fields) {
+    for (const TableField& field : member.fields) {
         Accessor(ClassOf(member, field), field.name, "i_field_" + field.name, field.repeat, out);
     }
     out.line("private:");
-    for (const Field& field : member.fields) {
+    for (const TableField& field : member.fields) {
         Holder(ClassOf(member, field), "i_field_" + field.name, field.repeat, out);
     }
     out.line("};");
@@ -201,26 +202,26 @@ void GroupClass(const PlacedGroup& group, Source& out) {
     out.line("public:");
     out.line("static constexpr unsigned int NUM_INSTANCES = $1;",
              {Decimal(group.placement->count)});
-    for (const Member& member : group.body->members) {
+    for (const TableMember& member : group.body->members) {
         MemberClass(member, out);
     }
     out.line("$1(A& accessor, std::uintptr_t base);", {group.className()});
     out.line("~$1();", {group.className()});
     NotCopyable(group.className(), out);
     out.line("std::uintptr_t absoluteAddress() const { return i_base; }");
-    for (const Member& member : group.body->members) {
+    for (const TableMember& member : group.body->members) {
         Accessor(ClassOf(member), member.name, "i_member_" + member.name, member.repeat, out);
     }
     out.line("private:");
     out.line("std::uintptr_t i_base;");
-    for (const Member& member : group.body->members) {
+    for (const TableMember& member : group.body->members) {
         Holder(ClassOf(member), "i_member_" + member.name, member.repeat, out);
     }
     out.line("};");
     out.plain("");
 }
 
-void DomainClass(const Domain& domain, Source& out) {
+void DomainClass(const TableDomain& domain, Source& out) {
     const std::string name = "Domain_" + domain.name;
     out.line("class $1 {", {name});
     out.line("public:");
@@ -249,20 +250,20 @@ void DesignClass(const DesignModel& design, Source& out) {
     out.plain("template <class A>");
     out.line("class $1 {", {design.className});
     out.line("public:");
-    for (const Domain& domain : design.map->domains) {
+    for (const TableDomain& domain : design.map->domains) {
         DomainClass(domain, out);
     }
     out.line(
         "/** Borrows the region at `base` and touches nothing in it; uses its own accessor. */");
     out.line("$1(A accessor, void* base);", {design.className});
     NotCopyable(design.className, out);
-    for (const Domain& domain : design.map->domains) {
+    for (const TableDomain& domain : design.map->domains) {
         out.line("Domain_$1& $1() { return i_domain_$1; }", {domain.name});
     }
     out.line("private:");
     out.line("A i_accessor;");
     out.line("std::uintptr_t i_base;");
-    for (const Domain& domain : design.map->domains) {
+    for (const TableDomain& domain : design.map->domains) {
         out.line("Domain_$1 i_domain_$1;", {domain.name});
     }
     out.line("};");
@@ -272,18 +273,18 @@ void DesignClass(const DesignModel& design, Source& out) {
 // --- Construction and teardown
 
 /** How far an element lies from the first: nothing where there is one alone. */
-std::string Distance(const Repeat& repeat, const std::string& step) {
+std::string Distance(const TableRepeat& repeat, const std::string& step) {
     return repeat.isArray() ? " + i * " + step : "";
 }
 
-void MemberBodies(const PlacedGroup& group, const Member& member, Source& out) {
+void MemberBodies(const PlacedGroup& group, const TableMember& member, Source& out) {
     const std::string name = ClassOf(member);
     out.plain("template <class A>");
     out.line("$1::$2::$2(A& accessor, std::uintptr_t address$3)",
              {group.templateName, name, SizeParameter(member)});
     out.line("    : $1<A, unsigned int>(accessor, address$2) {",
              {BaseOf(member), member.isRegister() ? "" : ", size"});
-    for (const Field& field : member.fields) {
+    for (const TableField& field : member.fields) {
         out.each(field.repeat, "i_field_$1@ = new $2(this, $3, $4$5);",
                  {field.name, ClassOf(member, field), Hex(field.mask()), Decimal(field.low),
                   Distance(field.repeat, Decimal(field.repeat.step))});
@@ -291,21 +292,21 @@ void MemberBodies(const PlacedGroup& group, const Member& member, Source& out) {
     out.line("}");
     out.plain("template <class A>");
     out.line("$1::$2::~$2() {", {group.templateName, name});
-    for (const Field& field : member.fields) {
+    for (const TableField& field : member.fields) {
         out.each(field.repeat, "delete i_field_$1@;", {field.name});
     }
     out.line("}");
 }
 
 void GroupBodies(const PlacedGroup& group, Source& out) {
-    for (const Member& member : group.body->members) {
+    for (const TableMember& member : group.body->members) {
         MemberBodies(group, member, out);
     }
     const std::string name = group.className();
     out.plain("template <class A>");
     out.line("$1::$2(A&$3, std::uintptr_t base) : i_base(base) {",
              {group.templateName, name, group.body->isEmpty ? "" : " accessor"});
-    for (const Member& member : group.body->members) {
+    for (const TableMember& member : group.body->members) {
         out.each(member.repeat, "i_member_$1@ = new $2(accessor, base + $3$4$5);",
                  {member.name, ClassOf(member), Hex(member.offset),
                   Distance(member.repeat, Hex(member.repeat.step)),
@@ -314,7 +315,7 @@ void GroupBodies(const PlacedGroup& group, Source& out) {
     out.line("}");
     out.plain("template <class A>");
     out.line("$1::~$2() {", {group.templateName, name});
-    for (const Member& member : group.body->members) {
+    for (const TableMember& member : group.body->members) {
         out.each(member.repeat, "delete i_member_$1@;", {member.name});
     }
     out.line("}");
@@ -323,13 +324,13 @@ void GroupBodies(const PlacedGroup& group, Source& out) {
     out.plain("");
 }
 
-void DomainBodies(const DesignModel& design, const Domain& domain, Source& out) {
+void DomainBodies(const DesignModel& design, const TableDomain& domain, Source& out) {
     const std::string name = "Domain_" + domain.name;
     out.plain("template <class A>");
     out.line("$1<A>::$2::$2(A& accessor, std::uintptr_t base) : i_base(base) {",
              {design.className, name});
     for (const Placement& placement : domain.placements) {
-        const Repeat repeat{placement.count, placement.stride};
+        const TableRepeat repeat{placement.count, placement.stride};
         out.each(repeat, "i_group_$1$2 = new Group_$1(accessor, base + $3$4);",
                  {placement.group, repeat.isArray() ? "@" : "[0]", Hex(placement.first),
                   Distance(repeat, Hex(placement.stride))});
@@ -338,7 +339,7 @@ void DomainBodies(const DesignModel& design, const Domain& domain, Source& out) 
     out.plain("template <class A>");
     out.line("$1<A>::$2::~$2() {", {design.className, name});
     for (const Placement& placement : domain.placements) {
-        const Repeat repeat{placement.count, placement.stride};
+        const TableRepeat repeat{placement.count, placement.stride};
         out.each(repeat, "delete i_group_$1$2;", {placement.group, repeat.isArray() ? "@" : "[0]"});
     }
     out.line("}");
@@ -353,7 +354,7 @@ void DesignBody(const DesignModel& design, Source& out) {
     out.line("$1<A>::$1(A, void* base)", {design.className});
     out.line("    : i_accessor()");
     out.line("    , i_base(reinterpret_cast<std::uintptr_t>(base))");
-    for (const Domain& domain : design.map->domains) {
+    for (const TableDomain& domain : design.map->domains) {
         out.line("    , i_domain_$1(i_accessor, i_base + $2)", {domain.name, Hex(domain.base)});
     }
     out.line("{");
@@ -364,7 +365,7 @@ void DesignBody(const DesignModel& design, Source& out) {
 
 // --- The walk
 
-void VisitField(const Member& member, const Field& field, Source& out) {
+void VisitField(const TableMember& member, const TableField& field, Source& out) {
     const bool isArray = field.repeat.isArray();
     out.each(field.repeat, "visitor.$1(\"$2\", $3, member.$2($4));",
              {member.isRegister() ? "registerField" : "memoryField", field.name,
@@ -373,14 +374,14 @@ void VisitField(const Member& member, const Field& field, Source& out) {
 
 void WalkGroup(const PlacedGroup& group, Source& out) {
     out.line("void Walk($1& group, MapVisitor& visitor) {", {group.instanceName});
-    for (const Member& member : group.body->members) {
+    for (const TableMember& member : group.body->members) {
         out.line("for (unsigned int element = 0; element < $1; ++element) {",
                  {Decimal(member.repeat.count)});
         out.line("auto& member = group.$1($2);",
                  {member.name, member.repeat.isArray() ? "element" : ""});
         out.line("visitor.$1(\"$2\", element, member);",
                  {member.isRegister() ? "registerWord" : "memory", member.name});
-        for (const Field& field : member.fields) {
+        for (const TableField& field : member.fields) {
             VisitField(member, field, out);
         }
         out.line("}");
@@ -478,7 +479,7 @@ std::string DomainsSource(const DesignModel& design) {
     Banner(design, out);
     Include(design.stem + ".h", out);
     OpenNamespace(out);
-    for (const Domain& domain : design.map->domains) {
+    for (const TableDomain& domain : design.map->domains) {
         DomainBodies(design, domain, out);
     }
     DesignBody(design, out);

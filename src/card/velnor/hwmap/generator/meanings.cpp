@@ -35,9 +35,9 @@ class Rows {
 
     void add(const Body& body) {
         text(body, "", body.about);
-        for (const Member& member : body.members) {
+        for (const TableMember& member : body.members) {
             text(body, member.name, member.about);
-            for (const Field& field : member.fields) {
+            for (const TableField& field : member.fields) {
                 add(body, member, field);
             }
         }
@@ -49,7 +49,7 @@ class Rows {
             row(body, member, "", about, e_Access_Unstated, "-1");
         }
     }
-    void add(const Body& body, const Member& member, const Field& field) {
+    void add(const Body& body, const TableMember& member, const TableField& field) {
         if (field.access != e_Access_Unstated || field.reset) {
             row(body, member.name, field.name, "", field.access,
                 field.reset ? Hex(*field.reset) : "-1");
@@ -68,7 +68,7 @@ class Rows {
 
 /** The designs of the one map that a body is for; "" alone if it is for every map. */
 std::vector<std::string> DesignsOf(const Tables& tables, const Body& body) {
-    for (const Map& map : tables.maps) {
+    for (const TableMap& map : tables.maps) {
         if (map.name == body.map) {
             return map.designs;
         }

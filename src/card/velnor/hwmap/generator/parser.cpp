@@ -69,7 +69,7 @@ class Row {
     }
 
     /** xN+S, where it stands. */
-    bool takeRepeat(Repeat& repeat) {
+    bool takeRepeat(TableRepeat& repeat) {
         const std::string word = peek();
         const std::size_t plus = word.find('+');
         if (word.compare(0, 1, "x") != 0 || plus == std::string::npos) {
@@ -149,7 +149,7 @@ bool ParsePlacementRow(Row& row, Placement& placement) {
     return row.takeEnd();
 }
 
-void ParseDesigns(Row& row, Map& map) {
+void ParseDesigns(Row& row, TableMap& map) {
     std::string name;
     do {
         if (!row.takeName("the name of a design", name)) {
@@ -159,8 +159,8 @@ void ParseDesigns(Row& row, Map& map) {
     } while (!row.atEnd());
 }
 
-void ParseDomain(Row& row, Map& map) {
-    Domain domain;
+void ParseDomain(Row& row, TableMap& map) {
+    TableDomain domain;
     domain.origin = row.origin();
     if (row.takeName("the name of a domain", domain.name) &&
         row.takeNumber("the base in bytes", domain.base) && row.takeEnd()) {
@@ -168,7 +168,7 @@ void ParseDomain(Row& row, Map& map) {
     }
 }
 
-void ParseRowOfMap(Row& row, Map& map) {
+void ParseRowOfMap(Row& row, TableMap& map) {
     if (row.takeWord("map")) {
         map.origin = row.origin();
         if (row.takeName("the name of a map", map.name)) {
@@ -186,7 +186,7 @@ void ParseRowOfMap(Row& row, Map& map) {
 }
 
 /** ro, wo or rc, then =RESET; each may be missing. */
-bool ParseMeaning(Row& row, Field& field) {
+bool ParseMeaning(Row& row, TableField& field) {
     for (const auto& [word, access] :
          {std::pair("ro", e_Access_ReadOnly), std::pair("wo", e_Access_WriteOnly),
           std::pair("rc", e_Access_ReadClears)}) {
@@ -209,7 +209,7 @@ bool ParseMeaning(Row& row, Field& field) {
 }
 
 /** name[hi:lo] or name[bit], then xN+S where it repeats, then what the data sheet says of it */
-bool ParseField(Row& row, Field& field) {
+bool ParseField(Row& row, TableField& field) {
     const std::string word = row.take();
     const std::size_t open = word.find('[');
     const std::size_t close = word.find(']');
@@ -226,9 +226,9 @@ bool ParseField(Row& row, Field& field) {
     return row.takeRepeat(field.repeat) && ParseMeaning(row, field);
 }
 
-bool ParseFields(Row& row, std::vector<Field>& fields) {
+bool ParseFields(Row& row, std::vector<TableField>& fields) {
     do {
-        Field field;
+        TableField field;
         if (!ParseField(row, field)) {
             return false;
         }
@@ -238,7 +238,7 @@ bool ParseFields(Row& row, std::vector<Field>& fields) {
 }
 
 /** The size of a memory; a register has none. */
-bool ParseWords(Row& row, Member& member) {
+bool ParseWords(Row& row, TableMember& member) {
     if (member.isRegister()) {
         return true;
     }
@@ -252,7 +252,7 @@ bool ParseWords(Row& row, Member& member) {
 }
 
 /** OFFSET MEMBER [xN+STEP] [N words] FIELD, FIELD... */
-bool ParseMember(Row& row, Member& member) {
+bool ParseMember(Row& row, TableMember& member) {
     member.origin = row.origin();
     return row.takeNumber("the offset of a member in bytes", member.offset) &&
            row.takeName("the name of a member", member.name) && row.takeRepeat(member.repeat) &&
@@ -286,7 +286,7 @@ void ParseAbout(Row& row, Body& body) {
 }  // namespace
 
 void ParsePlacement(const TableFile& file, Tables& tables, Findings& findings) {
-    Map map;
+    TableMap map;
     map.origin = {file.name, 1};
     ForEachRow(file, findings, [&](Row& row) { ParseRowOfMap(row, map); });
     if (map.name.empty() || map.designs.empty()) {
@@ -306,7 +306,7 @@ void ParseCatalogue(const TableFile& file, Tables& tables, Findings& findings) {
             row.refuse("group", row.peek());
         } else if (row.takeWord("about")) {
             ParseAbout(row, tables.bodies.back());
-        } else if (Member member; ParseMember(row, member)) {
+        } else if (TableMember member; ParseMember(row, member)) {
             tables.bodies.back().members.push_back(member);
         }
     });

@@ -57,7 +57,7 @@ void Source::plain(const std::string& pattern, std::initializer_list<std::string
     i_text += '\n';
 }
 
-void Source::each(const Repeat& repeat, const std::string& pattern,
+void Source::each(const TableRepeat& repeat, const std::string& pattern,
                   std::initializer_list<std::string> values) {
     const std::string statement = Filled(pattern, values);
     if (!repeat.isArray()) {

@@ -28,7 +28,7 @@ class Source {
      * A statement for each element of what repeats: `@` in it is the index, "[i]", and is dropped
      * where there is one element alone.
      */
-    void each(const Repeat& repeat, const std::string& pattern,
+    void each(const TableRepeat& repeat, const std::string& pattern,
               std::initializer_list<std::string> values);
 
     const std::string& text() const { return i_text; }

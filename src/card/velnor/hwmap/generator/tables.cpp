@@ -16,15 +16,15 @@ bool EndsIn(const std::string& text, const std::string& ending) {
 
 }  // namespace
 
-const Body* Tables::findBody(const Map& map, const std::string& group) const {
+const Body* Tables::findBody(const TableMap& map, const std::string& group) const {
     const auto found = std::find_if(bodies.begin(), bodies.end(), [&](const Body& body) {
         return body.group == group && (body.map.empty() || body.map == map.name);
     });
     return found == bodies.end() ? nullptr : &*found;
 }
 
-const Map* Tables::findDesign(const std::string& design) const {
-    const auto found = std::find_if(maps.begin(), maps.end(), [&](const Map& map) {
+const TableMap* Tables::findDesign(const std::string& design) const {
+    const auto found = std::find_if(maps.begin(), maps.end(), [&](const TableMap& map) {
         return std::count(map.designs.begin(), map.designs.end(), design) != 0;
     });
     return found == maps.end() ? nullptr : &*found;

@@ -22,7 +22,7 @@ struct Origin {
 };
 
 /** A count of 1 with step 0 is the single one. */
-struct Repeat {
+struct TableRepeat {
     std::uint32_t count = 1;
     std::uint32_t step = 0;
 
@@ -37,12 +37,12 @@ enum e_Access {
     e_Access_ReadClears,  // rc
 };
 
-struct Field {
+struct TableField {
     std::string name;
     std::uint32_t high = 0;
     std::uint32_t low = 0;
     /** The step is in bits. */
-    Repeat repeat;
+    TableRepeat repeat;
     e_Access access = e_Access_Unstated;
     /** Right-aligned, of each element; nothing where the data sheet does not say. */
     std::optional<std::uint32_t> reset;
@@ -52,14 +52,14 @@ struct Field {
 };
 
 /** A register, one word, or a memory, a run of words with one field. */
-struct Member {
+struct TableMember {
     Origin origin;
     std::string name;
     std::uint32_t offset = 0;
-    Repeat repeat;
+    TableRepeat repeat;
     std::uint32_t words = 1;
     std::string about;
-    std::vector<Field> fields;
+    std::vector<TableField> fields;
 
     bool isRegister() const { return name.compare(0, 2, "R_") == 0; }
 };
@@ -73,7 +73,7 @@ struct Body {
     /** A group that is meant to hold nothing. */
     bool isEmpty = false;
     std::string about;
-    std::vector<Member> members;
+    std::vector<TableMember> members;
 };
 
 /** Where a group's instances stand. */
@@ -90,7 +90,7 @@ struct Placement {
     bool isInline = false;
 };
 
-struct Domain {
+struct TableDomain {
     Origin origin;
     std::string name;
     std::uint32_t base = 0;
@@ -98,21 +98,21 @@ struct Domain {
 };
 
 /** One address map, which several designs may share. */
-struct Map {
+struct TableMap {
     Origin origin;
     std::string name;
     std::vector<std::string> designs;
-    std::vector<Domain> domains;
+    std::vector<TableDomain> domains;
 };
 
 struct Tables {
     std::vector<Body> bodies;
-    std::vector<Map> maps;
+    std::vector<TableMap> maps;
 
     /** The body of a group in a map; null where there is none. */
-    const Body* findBody(const Map& map, const std::string& group) const;
+    const Body* findBody(const TableMap& map, const std::string& group) const;
     /** The map that a design has; null where there is none. */
-    const Map* findDesign(const std::string& design) const;
+    const TableMap* findDesign(const std::string& design) const;
 };
 
 /** A table before it is read; the ending of its name says its kind. */

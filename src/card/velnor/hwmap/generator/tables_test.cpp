@@ -8,9 +8,9 @@
 
 using hwmaptables::Body;
 using hwmaptables::Findings;
-using hwmaptables::Member;
 using hwmaptables::Placement;
 using hwmaptables::ReadTables;
+using hwmaptables::TableMember;
 using hwmaptables::Tables;
 using testing::Contains;
 using testing::ElementsAre;
@@ -52,7 +52,7 @@ TEST(Tables, HoldsWhatTheRowsSay) {
     EXPECT_EQ(tables.maps[0].domains[0].placements[1].first, 512U);
 
     const Body& body = *tables.findBody(tables.maps[0], "g");
-    const Member& word = body.members[0];
+    const TableMember& word = body.members[0];
     EXPECT_TRUE(word.isRegister());
     EXPECT_EQ(word.offset, 0x10U);
     EXPECT_EQ(word.repeat.count, 2U);
@@ -63,7 +63,7 @@ TEST(Tables, HoldsWhatTheRowsSay) {
     EXPECT_EQ(word.fields[0].repeat.step, 10U);
     EXPECT_EQ(word.fields[1].low, 31U);
     EXPECT_EQ(word.fields[1].mask(), 1U);
-    const Member& memory = body.members[1];
+    const TableMember& memory = body.members[1];
     EXPECT_FALSE(memory.isRegister());
     EXPECT_EQ(memory.words, 2U);
     EXPECT_EQ(memory.fields[0].mask(), 0xffffffffU);
@@ -82,7 +82,7 @@ TEST(Tables, HoldsWhatTheDataSheetSays) {
     const Body& body = tables.bodies[0];
     EXPECT_EQ(body.about, "one, two three");
     EXPECT_EQ(body.members[0].about, "\"four\"");
-    const std::vector<hwmaptables::Field>& fields = body.members[0].fields;
+    const std::vector<hwmaptables::TableField>& fields = body.members[0].fields;
     EXPECT_EQ(fields[0].access, hwmaptables::e_Access_ReadOnly);
     EXPECT_EQ(fields[0].reset, 0xfU);
     EXPECT_EQ(fields[1].access, hwmaptables::e_Access_Unstated);

@@ -13,9 +13,9 @@ namespace controller {
  *
  * Borrows the stream.
  */
-class Journal {
+class EventLog {
   public:
-    Journal(std::ostream& out, bool tracing) : i_out(out), i_tracing(tracing) {}
+    EventLog(std::ostream& out, bool tracing) : i_out(out), i_tracing(tracing) {}
 
     void event(const std::string& text) { line("controller: ", text); }
     void trace(const std::string& text) {

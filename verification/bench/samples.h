@@ -15,7 +15,7 @@ inline uint64_t NanosecondsNow() {
 }
 
 /** The figures of one thing measured again and again; at least one. */
-class Series {
+class Samples {
   public:
     void add(double figure) { i_figures.push_back(figure); }
     /** The figure that so many quarters of the others lie below; 2 is the median. */
