@@ -8,7 +8,7 @@
 
 #include "link/mailbox.h"
 #include "tests/support/faketime.h"
-#include "tests/support/recordingmailbox.h"
+#include "tests/support/scriptedmailbox.h"
 
 using testsupport::EagerFarSide;
 using testsupport::FakeTime;

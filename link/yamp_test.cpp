@@ -13,7 +13,7 @@
 #include "link/refbuffer.h"
 #include "link/routercomms.h"
 #include "tests/support/faketime.h"
-#include "tests/support/recordingmailbox.h"
+#include "tests/support/scriptedmailbox.h"
 
 using testsupport::EagerFarSide;
 using testsupport::FakeTime;
@@ -188,7 +188,7 @@ TEST(RouterCommReader, ReadsOneMessage) {
         const auto body = reader.readMessage(buffer, id);
         EXPECT_EQ(body != nullptr, c.received);
         EXPECT_EQ(buffer.get() != nullptr, c.received);
-        EXPECT_EQ(farSide.toHost, c.left);
+        EXPECT_EQ(farSide.left(), c.left);
         if (body != nullptr) {
             EXPECT_EQ(id, (static_cast<unsigned char>(c.bytes[2]) << 8 |
                            static_cast<unsigned char>(c.bytes[3])));
@@ -210,7 +210,7 @@ TEST(RouterCommReader, FrameThatEndsEarlyRunsIntoTheTimeOut) {
     RefPtr<RefBuffer> buffer;
     uint16_t id = 0;
     EXPECT_EQ(reader.readMessage(buffer, id), nullptr);
-    EXPECT_EQ(farSide.toHost, "");
+    EXPECT_EQ(farSide.left(), "");
     EXPECT_EQ(mailbox.bytes[MAILBOX_TX_STATE], 0);
 }
 

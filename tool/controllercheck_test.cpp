@@ -8,7 +8,7 @@
 #include "link/mailbox.h"
 #include "tests/support/child.h"
 #include "tests/support/faketime.h"
-#include "tests/support/recordingmailbox.h"
+#include "tests/support/scriptedmailbox.h"
 #include "tests/support/transcript.h"
 
 using testsupport::FakeTime;

@@ -4,7 +4,7 @@
 
 namespace {
 
-testsupport::FakeTime* current = nullptr;
+thread_local testsupport::FakeTime* current = nullptr;
 
 }  // namespace
 

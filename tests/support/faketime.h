@@ -7,8 +7,8 @@
 namespace testsupport {
 
 /**
- * Takes the place of the wall clock and of sleep in its program while it lives. The time stands
- * still but for what the test does; a sleep passes at once and moves it on.
+ * Takes the place of the wall clock and of sleep in its thread while it lives. Only the test moves
+ * the time; a sleep returns at once and moves it on.
  */
 class FakeTime {
   public:

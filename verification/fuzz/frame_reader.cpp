@@ -5,7 +5,7 @@
 #include "link/mailbox.h"
 #include "link/routercomms.h"
 #include "verification/fuzz/fuzzing.h"
-#include "verification/fuzz/scriptedmailbox.h"
+#include "verification/fuzz/scriptedlink.h"
 
 /**
  * Two bytes that say which byte of the script is late, one by how many polls, and the bytes that
@@ -54,23 +54,23 @@ std::string BytesOf(SmartBufferReader& body) {
 }
 
 /** One message; `script` is what can still arrive. False when no further one can. */
-bool ReadFrameFromMailbox(fuzzing::ScriptedMailbox& mailbox, std::string_view script) {
-    RouterCommReader reader(&mailbox);
-    const size_t start = mailbox.position;
+bool ReadFrameFromMailbox(fuzzing::ScriptedLink& link, std::string_view script) {
+    RouterCommReader reader(&link.mailbox);
+    const size_t start = link.farSide.position;
     RefPtr<RefBuffer> buffer;
     uint16_t id = 0;
     const std::unique_ptr<SmartBufferReader> body = reader.readMessage(buffer, id);
-    const bool wasReset = mailbox.isReset();
+    const bool wasReset = link.mailbox.isReset();
 
     const Header expected(script);
     const bool readsBody = expected.valid && expected.length <= MAX_FRAME;
     const size_t wanted = readsBody ? expected.length : HEADER_SIZE;
     const bool arrives = script.size() >= wanted;
     REQUIRE((body != nullptr) == (readsBody && arrives));
-    REQUIRE(mailbox.position - start >= std::min(wanted, script.size()));
+    REQUIRE(link.farSide.position - start >= std::min(wanted, script.size()));
     REQUIRE(wasReset == !arrives);
     if (body != nullptr) {
-        REQUIRE(mailbox.position - start == wanted);
+        REQUIRE(link.farSide.position - start == wanted);
         REQUIRE(id == expected.id);
         REQUIRE(BytesOf(*body) == script.substr(HEADER_SIZE, wanted - HEADER_SIZE));
     }
@@ -81,18 +81,19 @@ bool ReadFrameFromMailbox(fuzzing::ScriptedMailbox& mailbox, std::string_view sc
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     fuzzing::Input input(bytes, size);
-    fuzzing::ScriptedMailbox mailbox;
-    mailbox.lateByte = input.takeNumber(2);
-    mailbox.latePolls = input.takeByte() % 8U;
-    const bool comesTooLate = mailbox.latePolls > MISSES_IN_TIME;
-    mailbox.toHost = input.takeRest();
-    ReadFrameInMemory(mailbox.toHost);
+    fuzzing::ScriptedLink link;
+    testsupport::EagerFarSide& farSide = link.farSide;
+    farSide.lateByte = input.takeNumber(2);
+    farSide.latePolls = input.takeByte() % 8U;
+    const bool comesTooLate = farSide.latePolls > MISSES_IN_TIME;
+    farSide.toHost = input.takeRest();
+    ReadFrameInMemory(farSide.toHost);
 
-    const std::string_view all = mailbox.toHost;
-    const std::string_view arriving = all.substr(0, comesTooLate ? mailbox.lateByte : all.size());
-    while (ReadFrameFromMailbox(mailbox, arriving.substr(mailbox.position))) {
+    const std::string_view all = farSide.toHost;
+    const std::string_view arriving = all.substr(0, comesTooLate ? farSide.lateByte : all.size());
+    while (ReadFrameFromMailbox(link, arriving.substr(farSide.position))) {
         // As the controller does when the host asks anew.
-        mailbox.writeAddress(MAILBOX_RX_STATE, STATE_READY);
+        link.mailbox.writeAddress(MAILBOX_RX_STATE, STATE_READY);
     }
     return 0;
 }

@@ -4,7 +4,7 @@
 #include "tests/support/image.h"
 #include "tool/upgradesequence.h"
 #include "verification/fuzz/fuzzing.h"
-#include "verification/fuzz/scriptedmailbox.h"
+#include "verification/fuzz/scriptedlink.h"
 
 /**
  * A byte for the controller's manner, in some of them three for zeroes that follow the file, and
@@ -78,12 +78,12 @@ std::string ExpectedConversation(const Payload& payload, unsigned badAnswers) {
 }
 
 /** Answers each whole page frame: so often bad, then good, and so on. */
-void AnswerPages(fuzzing::ScriptedMailbox& mailbox, unsigned badAnswers) {
+void AnswerPages(testsupport::EagerFarSide& farSide, unsigned badAnswers) {
     const std::string answer("\x02\xDC\x2E\xA6\0\0\0\x09", 8);
-    mailbox.onByte = [&mailbox, answer, badAnswers, frames = 0U]() mutable {
-        const size_t size = mailbox.fromHost.size();
+    farSide.onByte = [&farSide, answer, badAnswers, frames = 0U]() mutable {
+        const size_t size = farSide.fromHost.size();
         if (size > BEGIN_FRAME_SIZE && (size - BEGIN_FRAME_SIZE) % PAGE_FRAME_SIZE == 0) {
-            mailbox.toHost += answer + (frames++ % (badAnswers + 1) == badAnswers ? '\0' : '\1');
+            farSide.toHost += answer + (frames++ % (badAnswers + 1) == badAnswers ? '\0' : '\1');
         }
     };
 }
@@ -100,16 +100,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const std::string file = input.takeRest();
     image.write(file, zeroes);
 
-    fuzzing::ScriptedMailbox mailbox;
-    AnswerPages(mailbox, badAnswers);
-    RouterCommWriter writer(&mailbox);
-    RouterCommReader reader(&mailbox);
+    fuzzing::ScriptedLink link;
+    AnswerPages(link.farSide, badAnswers);
+    RouterCommWriter writer(&link.mailbox);
+    RouterCommReader reader(&link.mailbox);
     const bool upgraded = UpgradeController(image.path().c_str(), writer, reader);
 
     const size_t start = HeaderSize(file);
     const Payload payload{file.substr(start) + std::string(std::min(zeroes, 2 * PAGE_SIZE), '\0'),
                           file.size() - start + zeroes};
     REQUIRE(upgraded == (start != 0 && IsUpgraded(payload, badAnswers)));
-    REQUIRE(mailbox.fromHost == (start == 0 ? "" : ExpectedConversation(payload, badAnswers)));
+    REQUIRE(link.farSide.fromHost == (start == 0 ? "" : ExpectedConversation(payload, badAnswers)));
     return 0;
 }

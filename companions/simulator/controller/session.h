@@ -40,7 +40,7 @@ struct Behaviour {
  *
  * The plan says where it is to go wrong. A dead controller touches nothing any more.
  *
- * Borrows the conversation, the plan and the events. One thread.
+ * Borrows the conversation, the plan and the event log. One thread.
  */
 class Session {
   public:
