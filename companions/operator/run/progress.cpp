@@ -3,13 +3,12 @@
 #include <fcntl.h>
 
 #include <cmath>
-#include <nlohmann/json.hpp>
+
+#include "companions/jsonvalue/jsonvalue.h"
 
 namespace run {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr std::chrono::seconds LAST_READER{1};
 
@@ -18,7 +17,7 @@ double Seconds(Progress::Clock::duration duration) {
 }
 
 std::string WaitLine(long secondsLeft) {
-    return Json{{"format", 1}, {"phase", "waiting"}, {"seconds_left", secondsLeft}}.dump();
+    return JsonValue{{"format", 1}, {"phase", "waiting"}, {"seconds_left", secondsLeft}}.dump();
 }
 
 /** Empty while there is nothing to show. */
@@ -28,12 +27,12 @@ std::string LineOf(const toollog::RunRecord& record, const toollog::Pace& pace) 
         return waits ? WaitLine(toollog::LONGEST_WAIT - record.waits()) : "";
     }
     const bool stalled = toollog::Stalled(record, pace);
-    return Json{{"format", 1},
-                {"phase", "pages"},
-                {"pages", *record.pages()},
-                {"pages_sent", record.pagesSent()},
-                {"seconds_left", std::lround(toollog::SecondsLeft(record, pace))},
-                {"stalled_seconds", stalled ? std::lround(std::floor(pace.page)) : 0}}
+    return JsonValue{{"format", 1},
+                     {"phase", "pages"},
+                     {"pages", *record.pages()},
+                     {"pages_sent", record.pagesSent()},
+                     {"seconds_left", std::lround(toollog::SecondsLeft(record, pace))},
+                     {"stalled_seconds", stalled ? std::lround(std::floor(pace.page)) : 0}}
         .dump();
 }
 
@@ -110,7 +109,8 @@ void Progress::end(const std::string& cause, int exitValue) {
     if (i_json) {
         i_json->put(
             i_descriptor,
-            Json{{"format", 1}, {"phase", "ended"}, {"cause", cause}, {"exit_value", exitValue}}
+            JsonValue{
+                {"format", 1}, {"phase", "ended"}, {"cause", cause}, {"exit_value", exitValue}}
                     .dump() +
                 '\n');
     }

@@ -3,25 +3,23 @@
 #include <unistd.h>
 
 #include <ctime>
-#include <nlohmann/json.hpp>
 
+#include "companions/jsonvalue/jsonvalue.h"
 #include "companions/toolcontract/toolcontract.h"
 
 namespace run {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr int FORMAT = 1;
 
 template <typename T>
-Json OrNull(const std::optional<T>& value) {
-    return value ? Json(*value) : Json(nullptr);
+JsonValue OrNull(const std::optional<T>& value) {
+    return value ? JsonValue(*value) : JsonValue(nullptr);
 }
 
-Json OrNull(const std::string& text) {
-    return text.empty() ? Json(nullptr) : Json(text);
+JsonValue OrNull(const std::string& text) {
+    return text.empty() ? JsonValue(nullptr) : JsonValue(text);
 }
 
 std::string HostName() {
@@ -30,34 +28,34 @@ std::string HostName() {
 }
 
 /** The page that ended the run. The first attempt shows why: the others may only follow from it. */
-Json FailedPage(const toollog::RunRecord& record) {
-    Json words = Json::array();
+JsonValue FailedPage(const toollog::RunRecord& record) {
+    std::vector<std::string> words;
     for (const toollog::e_Attempt attempt : record.attempts()) {
-        words.push_back(WordsOf(attempt));
+        words.emplace_back(WordsOf(attempt));
     }
     return {{"page", *record.failedPage()}, {"why", words.front()}, {"attempts", words}};
 }
 
 /** The version is known of the tool that belongs to this program, and of no other. */
-Json Tool(const Settings& settings, const Outcome& outcome) {
+JsonValue Tool(const Settings& settings, const Outcome& outcome) {
     const std::optional<Ending>& ending = outcome.tool;
     const bool exited = ending && ending->signal == 0;
     const bool own = settings.tool == ToolBesideThisProgram();
     return {{"path", settings.tool},
             {"arguments", settings.toolArguments},
-            {"version", own ? Json(TOLMIRA_VERSION) : Json(nullptr)},
-            {"revision", own ? Json(toolcontract::TOOL_REVISION) : Json(nullptr)},
-            {"exit_value", exited ? Json(ending->exitValue) : Json(nullptr)},
-            {"signal", ending && !exited ? Json(ending->signal) : Json(nullptr)}};
+            {"version", own ? JsonValue(TOLMIRA_VERSION) : JsonValue(nullptr)},
+            {"revision", own ? JsonValue(toolcontract::TOOL_REVISION) : JsonValue(nullptr)},
+            {"exit_value", exited ? JsonValue(ending->exitValue) : JsonValue(nullptr)},
+            {"signal", ending && !exited ? JsonValue(ending->signal) : JsonValue(nullptr)}};
 }
 
-Json Image(const Settings& settings, const ImageFacts& facts) {
+JsonValue Image(const Settings& settings, const ImageFacts& facts) {
     return {{"name", OrNull(settings.operands.image)},
             {"size", OrNull(facts.size)},
             {"sha256", OrNull(facts.sha256)}};
 }
 
-Json Previous(const std::optional<Marker>& marker) {
+JsonValue Previous(const std::optional<Marker>& marker) {
     if (!marker) {
         return nullptr;
     }
@@ -66,12 +64,12 @@ Json Previous(const std::optional<Marker>& marker) {
 }
 
 /** What the log has shown. */
-void AddLog(Json& report, const Outcome& outcome) {
+void AddLog(JsonValue& report, const Outcome& outcome) {
     const toollog::RunRecord& record = outcome.record;
     report["pages"] = OrNull(record.pages());
     report["pages_sent"] = record.pagesSent();
     report["failed_attempts"] = record.failedAttempts();
-    report["failed_page"] = record.failedPage() ? FailedPage(record) : Json(nullptr);
+    report["failed_page"] = record.failedPage() ? FailedPage(record) : JsonValue(nullptr);
     report["assertion"] = OrNull(record.assertion());
     report["troubles"] = record.troubles();
 }
@@ -89,27 +87,28 @@ std::string TimeText() {
 
 std::string ReportOf(const Settings& settings, const Outcome& outcome, int exitValue,
                      const Times& times) {
-    Json report = {{"format", FORMAT},
-                   {"cause", toollog::CAUSE_ROWS[outcome.cause].words},
-                   {"happened", HappenedText(outcome)},
-                   {"next_step", NextStepOf(outcome)},
-                   {"exit_value", exitValue},
-                   {"signal", outcome.signal != 0 ? Json(outcome.signal) : Json(nullptr)},
-                   {"start", times.start},
-                   {"end", times.end},
-                   {"seconds", times.seconds},
-                   {"host", HostName()},
-                   {"runner_version", TOLMIRA_VERSION},
-                   {"tool", Tool(settings, outcome)},
-                   {"image", Image(settings, outcome.image)},
-                   {"configuration", OrNull(settings.operands.configuration)},
-                   {"revision_before", OrNull(outcome.revisionBefore)},
-                   {"revision_after", OrNull(outcome.revisionAfter)},
-                   {"recovered", outcome.recovered},
-                   {"verified", OrNull(outcome.verified)},
-                   {"previous_run", Previous(outcome.previous)}};
+    JsonValue report = {
+        {"format", FORMAT},
+        {"cause", toollog::CAUSE_ROWS[outcome.cause].words},
+        {"happened", HappenedText(outcome)},
+        {"next_step", NextStepOf(outcome)},
+        {"exit_value", exitValue},
+        {"signal", outcome.signal != 0 ? JsonValue(outcome.signal) : JsonValue(nullptr)},
+        {"start", times.start},
+        {"end", times.end},
+        {"seconds", times.seconds},
+        {"host", HostName()},
+        {"runner_version", TOLMIRA_VERSION},
+        {"tool", Tool(settings, outcome)},
+        {"image", Image(settings, outcome.image)},
+        {"configuration", OrNull(settings.operands.configuration)},
+        {"revision_before", OrNull(outcome.revisionBefore)},
+        {"revision_after", OrNull(outcome.revisionAfter)},
+        {"recovered", outcome.recovered},
+        {"verified", OrNull(outcome.verified)},
+        {"previous_run", Previous(outcome.previous)}};
     AddLog(report, outcome);
-    return report.dump(1, ' ', false, Json::error_handler_t::replace) + '\n';
+    return report.dump(1) + '\n';
 }
 
 }  // namespace run
