@@ -95,7 +95,11 @@ void AddMember(xml_node registers, const MemberOutline& member) {
     AddName(cluster, member.name, member.repeat, member.repeat.step == member.words * WORD_BYTES);
     AddAbout(cluster, member.said);
     Add(cluster, "addressOffset", HexText(member.offset));
-    AddRegister(cluster, {"word", {}, true, 0, member.words, {1, 0}, member.fields}, 0, words);
+    const Said nothing = {};
+    MemberOutline word = member;
+    word.name = "word";
+    word.said = nothing;  // the cluster says it
+    AddRegister(cluster, word, 0, words);
 }
 
 /** Instances that do not overlap follow on each other: each takes the bytes up to the next one. */

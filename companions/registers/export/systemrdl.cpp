@@ -179,23 +179,25 @@ class Text {
 
     void addMember(const MemberOutline& member) {
         if (!member.isMemory) {
-            addWord(member, Identifier(member.name) + PlaceOf(member.offset, member.repeat));
+            addWord(member.said, member.fields,
+                    Identifier(member.name) + PlaceOf(member.offset, member.repeat));
             return;
         }
         open("mem");
         addAbout(member.said);
         line("mementries = " + std::to_string(member.words) + ";");
         line("memwidth = 32;");
+        const Said nothing = {};
         const std::size_t told = member.words <= MOST_TOLD_WORDS ? member.words : 1;
-        addWord({"word", {}, false, 0, 1, {told, 4}, member.fields},
-                "word" + PlaceOf(0, {told, 4}));
+        addWord(nothing, member.fields, "word" + PlaceOf(0, {told, 4}));
         close("external " + Identifier(member.name) + PlaceOf(member.offset, member.repeat));
     }
 
-    void addWord(const MemberOutline& member, const std::string& instance) {
+    void addWord(const Said& said, const std::vector<FieldOutline>& fields,
+                 const std::string& instance) {
         open("reg");
-        addAbout(member.said);
-        for (const FieldOutline& field : member.fields) {
+        addAbout(said);
+        for (const FieldOutline& field : fields) {
             for (std::size_t i = 0; i < field.repeat.count; ++i) {
                 addField(field, i);
             }
