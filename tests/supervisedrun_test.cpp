@@ -1,6 +1,7 @@
 /** tolmira_run on the tool itself, on a controller, and on tools that are scripts. */
 #include <gmock/gmock.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -470,6 +471,22 @@ TEST_F(SupervisedRunTest, TakesNoLockThatIsNone) {
                    i_directory.path())
             .exitValue,
         73);
+}
+
+TEST_F(SupervisedRunTest, KeepsNoLineThatNeverEnds) {
+    const std::string command = "exec \"$0\" \"$@\" >/dev/null";
+    const std::string tool = "head -c 150000000 /dev/zero | tr '\\0' x; exit 255";
+    ProcessResult result = RunProcess(
+        "/bin/sh",
+        Arguments{"-c", command, TOLMIRA_RUN, "--report", "report"} + script(tool) + USUAL,
+        i_directory.path());
+    EXPECT_EQ(result.exitValue, 255);
+    EXPECT_EQ(readReport()["cause"], "unknown");
+#ifndef __SANITIZE_ADDRESS__  // which keeps freed memory for a while
+    rusage children = {};
+    getrusage(RUSAGE_CHILDREN, &children);
+    EXPECT_LT(children.ru_maxrss, 100000) << "KiB";
+#endif
 }
 
 TEST_F(SupervisedRunTest, ReadsNoMailboxThatIsNone) {
