@@ -14,12 +14,12 @@
 
 namespace {
 
-struct Region {
+struct RegionRow {
     const char* path;
     size_t defaultSize;
 };
 
-constexpr Region REGIONS[] = {
+constexpr RegionRow REGIONS[] = {
 #define MEMORY_REGION_ROW(name, path, size) {path, size},
     MEMORY_REGIONS(MEMORY_REGION_ROW)
 #undef MEMORY_REGION_ROW

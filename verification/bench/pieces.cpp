@@ -87,7 +87,7 @@ void PackPage(benchmark::State& state) {
     std::array<unsigned char, 2 * PAGE_SIZE> frame = {};
     for ([[maybe_unused]] const auto turn : state) {
         unsigned int size = 0;
-        YAMPPack(frame.data(), frame.size(), message, &size);
+        (void)YAMPPack(frame.data(), frame.size(), message, &size);
         benchmark::DoNotOptimize(frame);
     }
 }
@@ -148,7 +148,7 @@ void LoadConfiguration(benchmark::State& state) {
     const std::string file = directory.write("configuration", text);
     for ([[maybe_unused]] const auto turn : state) {
         Configuration configuration;
-        configuration.load(file, true);
+        (void)configuration.load(file, true);
         benchmark::DoNotOptimize(configuration);
     }
 }

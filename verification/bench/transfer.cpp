@@ -29,7 +29,7 @@ namespace {
 /** Empty turns between two looks of the bare host that rests; about 10 ns. */
 constexpr unsigned SHORT_REST = 20;
 
-struct Settings {
+struct BenchSettings {
     std::string tool;
     uint16_t pages = 2000;
     unsigned rounds = 15;
@@ -46,7 +46,7 @@ struct ToolRun {
 
 class Bench {
   public:
-    explicit Bench(const Settings& settings);
+    explicit Bench(const BenchSettings& settings);
     void run();
 
   private:
@@ -54,12 +54,12 @@ class Bench {
     double nanosecondsPerByte(Host host);
     ToolRun runTool();
 
-    Settings i_settings;
+    BenchSettings i_settings;
     testsupport::RunDirectory i_directory;
     controller::SharedRegion i_region;
 };
 
-Bench::Bench(const Settings& settings) : i_settings(settings) {
+Bench::Bench(const BenchSettings& settings) : i_settings(settings) {
     if (!i_region.open("/resource0")) {
         throw std::runtime_error(i_region.error());
     }
@@ -146,7 +146,7 @@ void Bench::run() {
 }
 
 int Run(int argc, char** argv) {
-    Settings settings;
+    BenchSettings settings;
     commandline::Program program("Compares the tool with bare hosts over the same far side.",
                                  "transfer_bench");
     program.option("--tool", settings.tool, "the built tool").required();

@@ -36,13 +36,13 @@ Scenario ScenarioOf(const std::string& faults) {
 }
 
 /** One changed thing in what is seen of a run. */
-struct Change {
+struct OutcomeChange {
     const char* report;
     void (*make)(RunOutcome&);
 };
 
 TEST_F(CampaignTest, ReportsWhateverDiffersFromThePrediction) {
-    const Change changes[] = {
+    const OutcomeChange changes[] = {
         {"exit value", [](RunOutcome& seen) { seen.exitValue = 0; }},
         {"signal", [](RunOutcome& seen) { seen.signal = 6; }},
         {"standard error", [](RunOutcome& seen) { seen.err = "x"; }},
@@ -60,7 +60,7 @@ TEST_F(CampaignTest, ReportsWhateverDiffersFromThePrediction) {
     scenario.payload = 700;
     const RunOutcome predicted = Predict(scenario);
     EXPECT_EQ(Differences(predicted, predicted), "");
-    for (const Change& change : changes) {
+    for (const OutcomeChange& change : changes) {
         RunOutcome seen = predicted;
         change.make(seen);
         EXPECT_EQ(Differences(predicted, seen).find(std::string("  ") + change.report), 0U)

@@ -15,7 +15,7 @@ namespace campaign {
 
 namespace {
 
-struct Settings {
+struct CampaignSettings {
     Programs programs = {TOLMIRA_UPGRADE, TOLMIRA_RUN, LOCKSTEP_LIBRARY};
     WorkLimits extent = {0, 0, 2};
     uint64_t interrupted = 0;
@@ -26,7 +26,7 @@ struct Settings {
     int image = static_cast<int>(ImageKind::Good);
 };
 
-void AddOptions(const commandline::CommandOptions& program, Settings& settings) {
+void AddOptions(const commandline::CommandOptions& program, CampaignSettings& settings) {
     const std::map<std::string, int> images = {{"good", static_cast<int>(ImageKind::Good)},
                                                {"missing", static_cast<int>(ImageKind::Missing)},
                                                {"headless", static_cast<int>(ImageKind::NoHeader)}};
@@ -57,7 +57,7 @@ int ExitValue(bool good) {
     return good ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
-int Run(Settings& settings) {
+int Run(CampaignSettings& settings) {
     if (settings.interrupted != 0) {
         settings.extent.count = settings.interrupted;
         return ExitValue(RunInterrupted(settings.programs, settings.seed, settings.extent));
@@ -91,7 +91,7 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
         "Holds the tool against a model of it, run by run, with a controller of random faults.\n"
         "Exit value: 0 no difference, 1 some, 2 wrong usage.",
         "fault_campaign");
-    campaign::Settings settings;
+    campaign::CampaignSettings settings;
     campaign::AddOptions(program, settings);
     if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;

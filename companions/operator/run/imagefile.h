@@ -8,7 +8,7 @@
 namespace run {
 
 /** What a report says about an image; none of it if the file can't be read. */
-struct ImageFacts {
+struct CheckedImage {
     std::optional<long> size;
     /** 64 digits in lower case; none for a file above MOST_BYTES. */
     std::optional<std::string> sha256;
@@ -34,7 +34,7 @@ class ImageFile {
     [[nodiscard]] e_Result take(const std::string& file, const std::optional<std::string>& digest,
                                 std::string& why);
 
-    const ImageFacts& facts() const { return i_facts; }
+    const CheckedImage& facts() const { return i_facts; }
     /** The path under which the tool finds the image, and the descriptor to keep for it, or -1. */
     std::string path() const { return i_path; }
     int descriptor() const { return i_memory.get(); }
@@ -45,7 +45,7 @@ class ImageFile {
   private:
     commandline::Descriptor i_memory;
     std::string i_path;
-    ImageFacts i_facts;
+    CheckedImage i_facts;
 };
 
 /**

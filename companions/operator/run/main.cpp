@@ -26,9 +26,9 @@ using Clock = std::chrono::steady_clock;
 constexpr int SIGNAL_OFFSET = 128;
 
 /** One run from its command line to its report. */
-class Session {
+class RunSession {
   public:
-    explicit Session(const Settings& settings)
+    explicit RunSession(const RunSettings& settings)
         : i_settings(settings),
           i_start(TimeText()),
           i_started(Clock::now()),
@@ -101,7 +101,7 @@ class Session {
         return signal == 0 ? exitValue : SIGNAL_OFFSET + signal;
     }
 
-    const Settings& i_settings;
+    const RunSettings& i_settings;
     const std::string i_start;
     const Clock::time_point i_started;
     /** Before all that has a thread. */
@@ -124,12 +124,12 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     std::string reportFile;
     const auto settings = run::ReadCommandLine(argc, argv, exitValue, reportFile);
     if (settings) {
-        return run::Session(*settings).run();
+        return run::RunSession(*settings).run();
     }
     if (reportFile.empty()) {
         return exitValue;
     }
-    run::Settings refused;
+    run::RunSettings refused;
     refused.reportFile = reportFile;
-    return run::Session(refused).refuse();
+    return run::RunSession(refused).refuse();
 }

@@ -29,7 +29,7 @@ void TakeToolsEnd(Outcome& outcome) {
     outcome.revisionBefore = outcome.record.revision();
 }
 
-int ExitValueOf(const Outcome& outcome, const Settings& settings) {
+int ExitValueOf(const Outcome& outcome, const RunSettings& settings) {
     const toollog::CauseRow& row = RowOf(outcome);
     if (settings.currentOk && outcome.cause == toollog::e_Cause_AlreadyCurrent) {
         return 0;

@@ -23,7 +23,7 @@ struct Outcome {
     std::optional<Ending> tool;
     toollog::RunRecord record;
 
-    ImageFacts image;
+    CheckedImage image;
     std::optional<long> revisionBefore;
     std::optional<long> revisionAfter;
     /** Whether a clean pass was needed and put the mailbox in order. */
@@ -37,7 +37,7 @@ struct Outcome {
 /** The tool's end as the outcome: its cause, and what happened. */
 void TakeToolsEnd(Outcome& outcome);
 
-int ExitValueOf(const Outcome& outcome, const Settings& settings);
+int ExitValueOf(const Outcome& outcome, const RunSettings& settings);
 
 /** What happened. */
 std::string HappenedText(const Outcome& outcome);

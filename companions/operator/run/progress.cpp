@@ -38,7 +38,7 @@ std::string LineOf(const toollog::RunRecord& record, const toollog::Pace& pace) 
 
 }  // namespace
 
-Progress::Progress(const Settings& settings, Console& console)
+Progress::Progress(const RunSettings& settings, Console& console)
     : i_console(console),
       i_line(settings.progress == PROGRESS_LINE),
       i_descriptor(settings.progressDescriptor) {

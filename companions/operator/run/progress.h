@@ -20,7 +20,7 @@ class Progress {
   public:
     using Clock = std::chrono::steady_clock;
 
-    Progress(const Settings& settings, Console& console);
+    Progress(const RunSettings& settings, Console& console);
 
     /** To be called as often as there is time; shows at most one state in BETWEEN. */
     void show(const toollog::RunRecord& record);

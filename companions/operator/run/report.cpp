@@ -37,7 +37,7 @@ JsonValue FailedPage(const toollog::RunRecord& record) {
 }
 
 /** The version is known of the tool that belongs to this program, and of no other. */
-JsonValue Tool(const Settings& settings, const Outcome& outcome) {
+JsonValue Tool(const RunSettings& settings, const Outcome& outcome) {
     const std::optional<Ending>& ending = outcome.tool;
     const bool exited = ending && ending->signal == 0;
     const bool own = settings.tool == ToolBesideThisProgram();
@@ -49,7 +49,7 @@ JsonValue Tool(const Settings& settings, const Outcome& outcome) {
             {"signal", ending && !exited ? JsonValue(ending->signal) : JsonValue(nullptr)}};
 }
 
-JsonValue Image(const Settings& settings, const ImageFacts& facts) {
+JsonValue Image(const RunSettings& settings, const CheckedImage& facts) {
     return {{"name", OrNull(settings.operands.image)},
             {"size", OrNull(facts.size)},
             {"sha256", OrNull(facts.sha256)}};
@@ -85,7 +85,7 @@ std::string TimeText() {
     return text;
 }
 
-std::string ReportOf(const Settings& settings, const Outcome& outcome, int exitValue,
+std::string ReportOf(const RunSettings& settings, const Outcome& outcome, int exitValue,
                      const Times& times) {
     JsonValue report = {
         {"format", FORMAT},

@@ -22,7 +22,7 @@ std::string TimeText();
  * The record of a run as one JSON object, with a newline at its end. Its form is a contract: the
  * schema is companions/schemas/tolmira_run.schema.json.
  */
-std::string ReportOf(const Settings& settings, const Outcome& outcome, int exitValue,
+std::string ReportOf(const RunSettings& settings, const Outcome& outcome, int exitValue,
                      const Times& times);
 
 }  // namespace run

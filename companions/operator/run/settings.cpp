@@ -53,7 +53,7 @@ std::string NotOpen(const std::string& word) {
     return fcntl(descriptor, F_GETFD) >= 0 ? "" : "the descriptor is not open: " + word;
 }
 
-void AddReporting(const commandline::Program& program, Settings& settings) {
+void AddReporting(const commandline::Program& program, RunSettings& settings) {
     program
         .option(REPORT_OPTION, settings.reportFile,
                 "Write a JSON record of the run to this file; - is standard output")
@@ -78,7 +78,7 @@ void AddReporting(const commandline::Program& program, Settings& settings) {
                  "End with 0 if the controller has the revision already");
 }
 
-void AddSupervision(const commandline::Program& program, Settings& settings) {
+void AddSupervision(const commandline::Program& program, RunSettings& settings) {
     program.option("--tool", settings.tool, "The tool, if not the one beside this program")
         .typeName("FILE");
     program.option("--wait", settings.wait, "Wait for a controller before the tool starts")
@@ -93,7 +93,7 @@ void AddSupervision(const commandline::Program& program, Settings& settings) {
         .needs(verify);
 }
 
-void AddImageChecks(const commandline::Program& program, Settings& settings) {
+void AddImageChecks(const commandline::Program& program, RunSettings& settings) {
     const auto digest =
         program.option("--sha256", settings.digest, "Send only an image with this SHA-256")
             .typeName("HEX")
@@ -122,7 +122,7 @@ std::string ReportFileIn(int argc, const char* const* argv) {
     return "";
 }
 
-bool TakeOperands(Settings& settings) {
+bool TakeOperands(RunSettings& settings) {
     const std::optional<Operands> operands = ReadOperands(settings.toolArguments);
     settings.operands = operands.value_or(Operands{});
     return operands.has_value();
@@ -134,7 +134,7 @@ std::optional<int> WrongUsage(const std::string& why) {
 }
 
 /** What the options alone don't show. */
-std::optional<int> Judge(Settings& settings) {
+std::optional<int> Judge(RunSettings& settings) {
     if (!TakeOperands(settings)) {
         return WrongUsage("an image and a configuration are needed: [-f] image configuration");
     }
@@ -156,9 +156,9 @@ std::string ToolBesideThisProgram() {
     return self.parent_path() / "tolmira_upgrade";
 }
 
-std::optional<Settings> ReadCommandLine(int argc, const char* const* argv, int& exitValue,
-                                        std::string& reportFile) {
-    Settings settings;
+std::optional<RunSettings> ReadCommandLine(int argc, const char* const* argv, int& exitValue,
+                                           std::string& reportFile) {
+    RunSettings settings;
     settings.tool = ToolBesideThisProgram();
     commandline::Program program(
         "Runs tolmira_upgrade, one run at a time, so that nobody breaks it off by accident.",

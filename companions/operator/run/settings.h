@@ -14,7 +14,7 @@ constexpr char PROGRESS_JSON[] = "json";
 constexpr char PROGRESS_NONE[] = "none";
 
 /** What the command line asks for. */
-struct Settings {
+struct RunSettings {
     /** Path of the tool. */
     std::string tool;
     /** As the tool gets them, and what they say. */
@@ -58,7 +58,7 @@ std::string ToolBesideThisProgram();
  * for, or the usage is wrong, which has been reported on standard error. After wrong usage
  * `reportFile` is the file of --report, if there is one to be found.
  */
-std::optional<Settings> ReadCommandLine(int argc, const char* const* argv, int& exitValue,
-                                        std::string& reportFile);
+std::optional<RunSettings> ReadCommandLine(int argc, const char* const* argv, int& exitValue,
+                                           std::string& reportFile);
 
 }  // namespace run

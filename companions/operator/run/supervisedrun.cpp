@@ -45,7 +45,7 @@ bool HasToolsRevision(const MailboxLook& look) {
 
 }  // namespace
 
-SupervisedRun::SupervisedRun(const Settings& settings, Signals& signals, Console& console,
+SupervisedRun::SupervisedRun(const RunSettings& settings, Signals& signals, Console& console,
                              Progress& progress, Marker marker)
     : i_settings(settings),
       i_signals(signals),

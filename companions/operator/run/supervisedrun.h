@@ -28,8 +28,8 @@ namespace run {
 class SupervisedRun {
   public:
     /** `start` and `reportPath` are for the marker. All are borrowed. */
-    SupervisedRun(const Settings& settings, Signals& signals, Console& console, Progress& progress,
-                  Marker marker);
+    SupervisedRun(const RunSettings& settings, Signals& signals, Console& console,
+                  Progress& progress, Marker marker);
 
     Outcome perform();
     /** Lets the lock go; the marker too, if the mailbox is in order. */
@@ -60,7 +60,7 @@ class SupervisedRun {
                       const std::function<bool(const MailboxLook&)>& wanted,
                       const std::function<void(long secondsLeft)>& show);
 
-    const Settings& i_settings;
+    const RunSettings& i_settings;
     Signals& i_signals;
     Console& i_console;
     Progress& i_progress;

@@ -14,7 +14,7 @@ bool SignalRule::ends(bool duringPages, Clock::time_point now) {
     return false;
 }
 
-Supervisor::Supervisor(const Settings& settings, Signals& signals, Console& console,
+Supervisor::Supervisor(const RunSettings& settings, Signals& signals, Console& console,
                        Progress& progress)
     : i_signals(signals),
       i_console(console),

@@ -56,7 +56,7 @@ class Supervisor {
         e_Log_Hidden,
     };
 
-    Supervisor(const Settings& settings, Signals& signals, Console& console, Progress& progress);
+    Supervisor(const RunSettings& settings, Signals& signals, Console& console, Progress& progress);
 
     Course run(const Command& command, e_Log log);
 

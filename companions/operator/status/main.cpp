@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::chrono::milliseconds BETWEEN_LOOKS{5};
 
-struct Settings {
+struct StatusSettings {
     bool json = false;
     bool watch = false;
     /** Lines of a watch; 0 is no end. */
@@ -33,7 +33,7 @@ void Show(const Snapshot& snapshot, bool json) {
 }
 
 /** A line for the first look, and one for each that shows a change; the last line's exit value. */
-int Watch(const Settings& settings) {
+int Watch(const StatusSettings& settings) {
     std::string last;
     for (unsigned lines = 0;;) {
         const Snapshot snapshot = Look();
@@ -50,7 +50,7 @@ int Watch(const Settings& settings) {
 }
 
 int Run(int argc, const char* const* argv) {
-    Settings settings;
+    StatusSettings settings;
     commandline::Program program(
         "Looks at the mailbox in the shared memory /resource0, and touches nothing.\n"
         "Exit value: 0 the controller is present and has the tool's revision, 1 it has another\n"

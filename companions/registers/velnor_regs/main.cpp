@@ -34,7 +34,7 @@ struct Operand {
     bool repeats = false;
 };
 
-struct Command {
+struct RegsCommand {
     const char* name;
     Answer (*run)(const Request& request);
     const char* help;
@@ -44,7 +44,7 @@ struct Command {
     int (*stream)(const Request& request) = nullptr;
 };
 
-const Command COMMANDS[] = {
+const RegsCommand COMMANDS[] = {
     {"list", List, "The designs, or the groups of one", false, {{"DESIGN", DESIGN_HELP, false}}},
     {"dump",
      Dump,
@@ -101,8 +101,8 @@ const Command COMMANDS[] = {
      {{"BEGINNING", "What of the path is written", false}}},
 };
 
-struct Settings {
-    const Command* command = nullptr;
+struct RegsSettings {
+    const RegsCommand* command = nullptr;
     Request request;
     /** The operands of the last kind, if it repeats. */
     std::vector<std::string> more;
@@ -117,7 +117,7 @@ std::vector<std::string> FormatNames() {
     return names;
 }
 
-void AddCommand(commandline::Program& program, const Command& command, Settings& settings) {
+void AddCommand(commandline::Program& program, const RegsCommand& command, RegsSettings& settings) {
     const commandline::CommandOptions sub = program.subcommand(
         command.name, command.help, [&settings, &command] { settings.command = &command; });
     if (command.stream == nullptr) {
@@ -163,7 +163,7 @@ void AddCommand(commandline::Program& program, const Command& command, Settings&
 
 /** The whole program; what ends it early passes through. */
 int Run(int argc, const char* const* argv) {
-    Settings settings;
+    RegsSettings settings;
     settings.request.design = DEFAULT_DESIGN;
     commandline::Program program(
         "Looks into the register maps of the five designs.\n"
@@ -172,7 +172,7 @@ int Run(int argc, const char* const* argv) {
         "Exit value: 0 done, 1 nothing there or a difference found, 2 wrong usage.",
         "velnor_regs");
     program.version(TOLMIRA_VERSION);
-    for (const Command& command : COMMANDS) {
+    for (const RegsCommand& command : COMMANDS) {
         AddCommand(program, command, settings);
     }
     if (const std::optional<int> exitValue = program.read(argc, argv)) {

@@ -26,7 +26,7 @@ constexpr size_t FREE_HEADER_LINES = 6;
 /** More than any controller takes, and still no burden for a disk. */
 constexpr uint64_t LARGEST_PAYLOAD = 0x4000000;
 
-struct Settings {
+struct ImageSettings {
     std::string file;
     std::vector<std::string> headerLines;
     std::string endText;
@@ -38,7 +38,7 @@ struct Settings {
     std::optional<uint16_t> checksum;
 };
 
-std::string Header(const Settings& settings) {
+std::string Header(const ImageSettings& settings) {
     std::vector<std::string> lines = settings.headerLines;
     lines.resize(FREE_HEADER_LINES);
     std::string text;
@@ -48,7 +48,7 @@ std::string Header(const Settings& settings) {
     return text + "END" + settings.endText + '\n';
 }
 
-std::vector<char> Content(const Settings& settings, uint64_t size) {
+std::vector<char> Content(const ImageSettings& settings, uint64_t size) {
     std::vector<char> bytes(size);
     std::mt19937 generator(settings.seed);
     uint64_t number = settings.seed;
@@ -72,7 +72,7 @@ uint16_t Sum(const std::vector<char>& bytes) {
 }
 
 /** Content and checksum together; a payload of less than two bytes holds what fits. */
-std::vector<char> Payload(const Settings& settings) {
+std::vector<char> Payload(const ImageSettings& settings) {
     const uint64_t size = settings.size.value_or(settings.pages * PAGE_BYTES);
     std::vector<char> bytes = Content(settings, size < CHECKSUM_BYTES ? 0 : size - CHECKSUM_BYTES);
     const uint16_t checksum = settings.checksum.value_or(Sum(bytes));
@@ -83,7 +83,7 @@ std::vector<char> Payload(const Settings& settings) {
 }
 
 /** What went wrong; empty for nothing. */
-std::string Save(const Settings& settings) {
+std::string Save(const ImageSettings& settings) {
     std::string why;
     const commandline::Descriptor target = commandline::CreateRegularFile(settings.file, why);
     if (!target) {
@@ -97,7 +97,7 @@ std::string Save(const Settings& settings) {
     return file.fail() ? strerror(errno) : "";
 }
 
-int Write(const Settings& settings) {
+int Write(const ImageSettings& settings) {
     const std::string why = Save(settings);
     if (!why.empty()) {
         commandline::ReportFailure(
@@ -108,7 +108,7 @@ int Write(const Settings& settings) {
     return EXIT_SUCCESS;
 }
 
-void AddOptions(commandline::Program& program, Settings& settings) {
+void AddOptions(commandline::Program& program, ImageSettings& settings) {
     program.version(TOLMIRA_VERSION);
     program.option("file", settings.file, "Image to write").required();
     const commandline::CommandOptions extent =
@@ -130,7 +130,7 @@ void AddOptions(commandline::Program& program, Settings& settings) {
 }
 
 int Run(int argc, const char* const* argv) {
-    Settings settings;
+    ImageSettings settings;
     commandline::Program program(
         "Makes a firmware image in TFI format.\n"
         "Exit value: 0 written, 1 not written, 2 wrong usage.",
