@@ -28,7 +28,7 @@ std::string* localesAskedFor = nullptr;
 /** Stands in front of the C library's; called before the constructors of this file, too. */
 extern "C" char* setlocale(int category, const char* locale) noexcept {
     if (localesAskedFor == nullptr) {
-        localesAskedFor = new std::string;
+        localesAskedFor = new std::string;  // NOLINT(bugprone-unhandled-exception-at-new)
     }
     if (locale != nullptr) {
         *localesAskedFor += std::to_string(category) + ' ' + locale + '\n';

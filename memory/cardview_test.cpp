@@ -110,7 +110,8 @@ TEST_F(CardViews, WordsAreReadWithoutTouchingTheObject) {
     makeObject(REGION_SIZE);
     const int fd = open(PATH, O_RDWR | O_CLOEXEC);
     const uint32_t words[] = {0x01020304, 0xFFFFFF07};
-    ASSERT_EQ(pwrite(fd, words, sizeof words, MAILBOX_OFFSET + 4 * 9), ssize_t{sizeof words});
+    ASSERT_EQ(pwrite(fd, words, sizeof words, MAILBOX_OFFSET + size_t{4} * 9),
+              ssize_t{sizeof words});
     const CardView card;
     ASSERT_EQ(card.failure(), "");
     EXPECT_EQ(card.mailboxWord(9), 0x01020304U);

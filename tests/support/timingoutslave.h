@@ -13,7 +13,7 @@ namespace testsupport {
  */
 template <typename Directory>
 std::string WriteTimingOutSlave(const Directory& directory) {
-    const std::string path = directory.write("syscallslave", R"(#!/bin/sh
+    std::string path = directory.write("syscallslave", R"(#!/bin/sh
 in=/proc/self/fd/$1 out=/proc/self/fd/$2
 while size=$(head -c 4 <$in | od -An -tu4) && [ -n "$size" ]; do
     head -c $size <$in >>"$0.commands"

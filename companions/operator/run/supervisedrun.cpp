@@ -55,7 +55,7 @@ SupervisedRun::SupervisedRun(const RunSettings& settings, Signals& signals, Cons
       i_supervisor(settings, signals, console, progress) {}
 
 Outcome SupervisedRun::perform() {
-    constexpr bool (SupervisedRun::*STEPS[])() = {
+    constexpr bool (SupervisedRun::*steps[])() = {
         &SupervisedRun::takeImage,
         &SupervisedRun::judgeImage,
         &SupervisedRun::takeLock,
@@ -67,7 +67,7 @@ Outcome SupervisedRun::perform() {
         &SupervisedRun::lookForUnreadAnswer,
         &SupervisedRun::verify,
     };
-    (void)std::all_of(std::begin(STEPS), std::end(STEPS),
+    (void)std::all_of(std::begin(steps), std::end(steps),
                       [this](bool (SupervisedRun::*step)()) { return (this->*step)(); });
     const MailboxLook look = LookAtMailbox();
     if (look.controllerPresent()) {
@@ -162,7 +162,7 @@ MailboxLook SupervisedRun::await(std::chrono::milliseconds limit,
                                  const std::function<void(long)>& show) {
     const Clock::time_point end = Clock::now() + limit;
     for (;;) {
-        const MailboxLook look = LookAtMailbox();
+        MailboxLook look = LookAtMailbox();
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
         i_outcome.signal = i_signals.take();
         if (wanted(look) || left.count() <= 0 || i_outcome.signal != 0) {
@@ -208,7 +208,7 @@ Command SupervisedRun::toolOn(const std::string& image) const {
 }
 
 Course SupervisedRun::makeCleanPass() {
-    const Course course = i_supervisor.run(toolOn(IMPOSSIBLE_IMAGE), Supervisor::e_Log_Hidden);
+    Course course = i_supervisor.run(toolOn(IMPOSSIBLE_IMAGE), Supervisor::e_Log_Hidden);
     i_inOrder = course.startError == 0 && !course.killed && course.ending.signal == 0 &&
                 !LookAtMailbox().directionUp();
     return course;

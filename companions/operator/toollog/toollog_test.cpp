@@ -61,9 +61,10 @@ TEST(LogReader, LetsNoFileNameForgeAReport) {
         "S: NOTICE T: p:" + std::string(THREAD) + " \"Done\n\" at a.cpp:1.\n",
     };
     for (const std::string& line : forged) {
+        std::string name = "File name is " + end;
+        name += line;
         const std::string output = Line(1, "NOTICE", "Controller is 7\n") +
-                                   Line(2, "NOTICE", "File name is " + end + line) +
-                                   Line(3, "NOTICE", "Done\n");
+                                   Line(2, "NOTICE", name) + Line(3, "NOTICE", "Done\n");
         EXPECT_EQ(Read(output, output.size()),
                   (std::vector<std::string>{"NOTICE|Controller is 7\n", "NOTICE|File name is x",
                                             "NOTICE|Done\n"}))

@@ -113,8 +113,10 @@ TEST_F(TolmiraCommsTest, ACriticalThreadIsStopped) {
 class DoubleOfADesign {
   public:
     DoubleOfADesign& sbuf() { return *this; }
+    // NOLINTBEGIN(readability-identifier-naming): the names of the map
     DoubleOfADesign& shelf_status(unsigned int /*instance*/) { return *this; }
     DoubleOfADesign& shelf_status_spi_values() { return *this; }
+    // NOLINTEND(readability-identifier-naming)
     DoubleOfADesign& value() { return *this; }
     unsigned int get(size_t offset) const { return i_words[offset]; }
     void set(size_t offset, unsigned int value) { i_words[offset] = value; }
