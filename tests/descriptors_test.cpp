@@ -35,7 +35,7 @@ bool OnlyTheMailboxIsUsed() {
 
 TEST_P(DescriptorsTest, ARunWritesNothingIntoTheRegisters) {
     // Long enough for its log to reach the mailbox from the register map's beginning.
-    writeImage(testsupport::Payload(200 * 256));
+    writeImage(testsupport::Payload(size_t{200} * 256));
     Controller controller(i_directory);
     EXPECT_EQ(upgradeClosed().exitValue, 0);
     EXPECT_EQ(controller.report("good pages"), 200);

@@ -224,7 +224,7 @@ TEST_F(SupervisedRunTest, LeavesTheOutputAsItIs) {
 
 // 256 pages and more have a log that fills any pipe.
 TEST_F(SupervisedRunTest, WaitsForNoReaderOfTheLog) {
-    writeImage(Payload(256 * 2000));
+    writeImage(Payload(size_t{256} * 2000));
     Controller controller(i_directory);
     const std::string command =
         "\"$0\" --report report image configuration | "
@@ -247,11 +247,11 @@ void ExpectUpgraded(const json& answer, const Region& region) {
 }
 
 TEST_F(SupervisedRunTest, SurvivesItsTerminal) {
-    constexpr int PLACES = 20;
-    writeImage(Payload(256 * PLACES));
+    constexpr size_t places = 20;
+    writeImage(Payload(256 * places));
     const Region region;
     for (const bool closed : {true, false}) {
-        for (int place = 0; place < PLACES; ++place) {
+        for (size_t place = 0; place < places; ++place) {
             SCOPED_TRACE((closed ? "closed at " : "interrupted at ") + std::to_string(place));
             std::filesystem::remove(i_directory.path("report"));
             // The controller dwells on the page, so that the terminal has its chance there.
@@ -270,7 +270,7 @@ TEST_F(SupervisedRunTest, SurvivesItsTerminal) {
             EXPECT_EQ(terminal.wait(), 0);
             ExpectUpgraded(readReport(), region);
             EXPECT_EQ(controller.flash(),
-                      Payload(256 * PLACES).substr(0, 256 * PLACES - 2) + std::string(2, '\0'));
+                      Payload(256 * places).substr(0, 256 * places - 2) + std::string(2, '\0'));
         }
     }
 }

@@ -28,7 +28,7 @@ TEST(CreateTolmiraComms, BuildsTheDesignOfTheModeOrStops) {
         const auto result = testsupport::RunInChild([&] {
             RouterCommsInterface* comms = CreateTolmiraComms(region.data(), mode);
             comms->writeAddress(5, 0x5A);
-            printf("%02x %s", region[(MAILBOX_OFFSET + 4 * MAILBOX_RX_DATA) / 4],
+            printf("%02x %s", region[(MAILBOX_OFFSET + size_t{4} * MAILBOX_RX_DATA) / 4],
                    typeid(*comms).name());
             delete comms;
         });
