@@ -87,6 +87,7 @@ void Converse(Session& session, const FaultPlan& plan, EventLog& events,
             return;
         }
     }
+    session.poll(Now(plan));  // what the host did since the last poll
 }
 
 Report Summary(const Flash& flash, const Conversation& conversation, const Session& session,
