@@ -307,10 +307,14 @@ TEST_F(SupervisedRunTest, IsBrokenOffBySignals) {
         ASSERT_TRUE(runner.waitForOutput(c.at));
         kill(runner.pid(), c.signal);
         if (c.times == 2) {
-            while (ReadFile(i_directory.path("runner.err")).find("under way") ==
-                   std::string::npos) {
+            const auto warned = [&] {
+                return ReadFile(i_directory.path("runner.err")).find("under way") !=
+                       std::string::npos;
+            };
+            for (int i = 0; i < 10000 && !warned(); ++i) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
             }
+            ASSERT_TRUE(warned());
             kill(runner.pid(), c.signal);
         }
         const ProcessResult result = runner.wait();

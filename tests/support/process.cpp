@@ -34,8 +34,18 @@ pid_t Spawn(const std::string& program, const std::vector<std::string>& argument
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), flags, 0666);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), flags, 0666);
     posix_spawn_file_actions_addchdir_np(&actions, workingDirectory.c_str());
+    // A test that runs in the background of a script has SIGINT and SIGQUIT ignored.
+    sigset_t defaults;
+    sigemptyset(&defaults);
+    sigaddset(&defaults, SIGINT);
+    sigaddset(&defaults, SIGQUIT);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
     pid_t pid = -1;
-    const int rc = posix_spawn(&pid, program.c_str(), &actions, nullptr, argv.data(), environ);
+    const int rc = posix_spawn(&pid, program.c_str(), &actions, &attributes, argv.data(), environ);
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     return rc == 0 ? pid : -1;
 }

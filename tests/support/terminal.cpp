@@ -32,6 +32,8 @@ Terminal::Terminal(const std::string& program, const std::vector<std::string>& a
     const winsize size = {24, columns, 0, 0};
     i_pid = forkpty(&i_terminal, nullptr, nullptr, &size);
     if (i_pid == 0) {
+        signal(SIGINT, SIG_DFL);  // ignored where the test runs in the background of a script
+        signal(SIGQUIT, SIG_DFL);
         if (chdir(workingDirectory.c_str()) == 0) {
             execv(program.c_str(), argv.data());
         }
