@@ -35,16 +35,10 @@ pid_t Spawn(int input, int output, const Signals& signals) {
     posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes,
-                             POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    posix_spawnattr_setsigmask(&attributes, &signals.maskBefore());
-    posix_spawnattr_setsigdefault(&attributes, &signals.defaultsOfChildren());
+    const ChildAttributes attributes(signals);
     pid_t pid = 0;
-    const int error = posix_spawnp(&pid, COMMAND[0], &actions, &attributes,
+    const int error = posix_spawnp(&pid, COMMAND[0], &actions, attributes.get(),
                                    const_cast<char* const*>(COMMAND), environ);
-    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     return error == 0 ? pid : 0;
 }

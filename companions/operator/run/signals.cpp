@@ -53,4 +53,16 @@ int Signals::take() {
                                                                  : 0;
 }
 
+ChildAttributes::ChildAttributes(const Signals& signals) {
+    posix_spawnattr_init(&i_attributes);
+    posix_spawnattr_setflags(&i_attributes,
+                             POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setsigmask(&i_attributes, &signals.maskBefore());
+    posix_spawnattr_setsigdefault(&i_attributes, &signals.defaultsOfChildren());
+}
+
+ChildAttributes::~ChildAttributes() {
+    posix_spawnattr_destroy(&i_attributes);
+}
+
 }  // namespace run

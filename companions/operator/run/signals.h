@@ -1,5 +1,7 @@
 #pragma once
 
+#include <spawn.h>
+
 #include <csignal>
 
 namespace run {
@@ -34,6 +36,24 @@ class Signals {
     sigset_t i_maskBefore;
     sigset_t i_defaultsOfChildren;
     int i_descriptor;
+};
+
+/**
+ * How each child starts: in a session of its own, with the mask and the signals that it would have
+ * without this process.
+ */
+class ChildAttributes {
+  public:
+    explicit ChildAttributes(const Signals& signals);
+    ~ChildAttributes();
+    ChildAttributes(const ChildAttributes&) = delete;
+    ChildAttributes& operator=(const ChildAttributes&) = delete;
+
+    /** For posix_spawn. */
+    const posix_spawnattr_t* get() const { return &i_attributes; }
+
+  private:
+    posix_spawnattr_t i_attributes;
 };
 
 }  // namespace run

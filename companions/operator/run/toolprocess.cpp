@@ -37,15 +37,9 @@ int Spawn(const Command& command, int output, const Signals& signals, pid_t& pid
     for (const int kept : command.kept) {
         posix_spawn_file_actions_adddup2(&actions, kept, kept);  // takes its close-on-exec away
     }
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes,
-                             POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    posix_spawnattr_setsigmask(&attributes, &signals.maskBefore());
-    posix_spawnattr_setsigdefault(&attributes, &signals.defaultsOfChildren());
-    const int error = posix_spawn(&pid, command.path.c_str(), &actions, &attributes,
+    const ChildAttributes attributes(signals);
+    const int error = posix_spawn(&pid, command.path.c_str(), &actions, attributes.get(),
                                   ArgumentsOf(command).data(), environ);
-    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     return error;
 }
