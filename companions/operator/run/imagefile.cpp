@@ -25,10 +25,10 @@ constexpr std::size_t DIGEST_DIGITS = 64;
 /** Bytes of a file of digests. */
 constexpr std::size_t LONGEST_DIGEST_FILE = 1 << 20;
 
-using Taker = std::function<bool(const char* bytes, std::size_t count)>;
+using ByteHandler = std::function<bool(const char* bytes, std::size_t count)>;
 
-/** Hands a file's bytes on, at most so many; false if it can't be read or the taker fails. */
-bool ReadAll(int fd, std::size_t most, const Taker& take) {
+/** Hands a file's bytes on, at most so many; false if it can't be read or the handler fails. */
+bool ReadAll(int fd, std::size_t most, const ByteHandler& handler) {
     std::array<char, 65536> buffer;
     while (most > 0) {
         const ssize_t count = read(fd, buffer.data(), std::min(buffer.size(), most));
@@ -38,7 +38,7 @@ bool ReadAll(int fd, std::size_t most, const Taker& take) {
         if (count <= 0) {
             return count == 0;
         }
-        if (!take(buffer.data(), static_cast<std::size_t>(count))) {
+        if (!handler(buffer.data(), static_cast<std::size_t>(count))) {
             return false;
         }
         most -= static_cast<std::size_t>(count);
