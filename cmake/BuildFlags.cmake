@@ -1,11 +1,11 @@
 # The flags of every target.
 #
-#   usage_flags      what a user of our libraries needs: language and include roots; PUBLIC
-#   build_flags      how hand-written code is compiled; PRIVATE
-#   generated_flags  how generated code is compiled; PRIVATE
+#   usage_flags      for users of the libraries: language and include roots; PUBLIC
+#   build_flags      for hand-written code; PRIVATE
+#   generated_flags  for generated code; PRIVATE
 #
-# All code is position-independent enough for any program (-fPIE); `fixed_position` links a program
-# without PIE, so that the addresses in its symbol file are the addresses at run time.
+# All code is compiled with -fPIE and fits any program. `fixed_position` links a program without PIE, so that
+# the addresses in its symbol file are the addresses at run time.
 set(TOLMIRA_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize= takes them")
 option(TOLMIRA_COVERAGE "Count the executed lines of hand-written targets, for gcov")
 option(TOLMIRA_WERROR "Treat warnings as errors" $ENV{TOLMIRA_WERROR})
@@ -17,8 +17,8 @@ target_include_directories(usage_flags INTERFACE
   $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}>
   $<INSTALL_INTERFACE:include/tolmira-frame>)
 
-# Source paths in log lines are relative. The second prefix map wins for files below the build tree,
-# which is inside the source tree.
+# Source paths in log lines are relative. The build tree is inside the source tree; for its files the second
+# prefix map takes precedence.
 add_library(common_flags INTERFACE)
 target_link_libraries(common_flags INTERFACE usage_flags)
 target_compile_options(common_flags INTERFACE
@@ -26,13 +26,13 @@ target_compile_options(common_flags INTERFACE
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
   -fmacro-prefix-map=${PROJECT_BINARY_DIR}/=)
 
-# Released programs call the C library without the linkage table, which the mailbox's lock would
-# otherwise go through twice for each access, and are hardened.
+# Release programs call the C library without the linkage table, which each access to the mailbox would
+# otherwise use twice for its lock. They are also hardened.
 target_compile_options(common_flags INTERFACE
   "$<$<CONFIG:Release>:-fno-plt;-fstack-protector-strong;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2;-ffat-lto-objects>")
 target_link_options(common_flags INTERFACE "$<$<CONFIG:Release>:LINKER:-z,relro,-z,now>")
 
-# What looks addresses up in a symbol file passes this on to its programs.
+# Libraries that look up addresses in a symbol file pass this on to their programs.
 add_library(fixed_position INTERFACE)
 target_compile_options(fixed_position INTERFACE -fno-pie)
 target_link_options(fixed_position INTERFACE -no-pie)
@@ -40,8 +40,7 @@ target_link_options(fixed_position INTERFACE -no-pie)
 function(add_sanitizers target sanitizers)
   if(sanitizers)
     list(JOIN sanitizers "," joined)
-    # Without vptr: that check reads memory through a pipe of its own and so fails where a test
-    # takes away all descriptors.
+    # Without vptr: that check needs a pipe, and fails in a test that uses up all descriptors.
     target_compile_options(${target} INTERFACE
       -fsanitize=${joined} -fno-sanitize=vptr -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(${target} INTERFACE -fsanitize=${joined})
@@ -55,7 +54,7 @@ target_link_libraries(build_flags INTERFACE common_flags)
 target_compile_options(build_flags INTERFACE
   -Wall -Wextra -Wshadow -Wconversion
   "$<$<BOOL:${TOLMIRA_WERROR}>:-Werror>"
-  # At -O3, g++ 12 takes strings inside variants and aggregates for uninitialised; the other builds keep
+  # At -O3, g++ 12 wrongly reports strings in variants and aggregates as uninitialised. The other builds keep
   # the warning.
   "$<$<CONFIG:Release>:-Wno-maybe-uninitialized>"
   "$<$<CXX_COMPILER_ID:Clang>:-Wthread-safety;-Wthread-safety-beta>")
@@ -65,9 +64,8 @@ if(TOLMIRA_COVERAGE)
   target_link_options(build_flags INTERFACE --coverage)
 endif()
 
-# Generated units are many small constructors that run once: optimising them further or describing
-# them to a debugger multiplies build time and size, and so do the checks for undefined behaviour.
-# What is inline in their headers gets the flags of its users.
+# Generated units are many small constructors that run once. More optimisation, debug information or checks for
+# undefined behaviour would multiply build time and size. Inline code of their headers gets its user's flags.
 add_library(generated_flags INTERFACE)
 target_link_libraries(generated_flags INTERFACE common_flags)
 target_compile_options(generated_flags INTERFACE -O1 -g0)

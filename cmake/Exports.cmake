@@ -1,6 +1,6 @@
-# What other programs may link: TolmiraFrame::NAME for each library of the framework, TolmiraFrame::frame
-# for all of them, and TolmiraMaps::genfpga_velnor_vp_NAME for the register map of each design,
-# TolmiraMaps::maps for all five. The names are the same in the build tree and installed.
+# Targets for other programs: TolmiraFrame::NAME for each library of the framework and TolmiraFrame::frame for all
+# of them; TolmiraMaps::genfpga_velnor_vp_NAME for the register map of each design and TolmiraMaps::maps for all
+# five. The names are the same in the build tree and installed.
 #
 # Sets exportedFrame and exportedMaps to the targets that are installed.
 set(frameFolders logger cpputils thread link memory include platform)

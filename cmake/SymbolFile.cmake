@@ -1,8 +1,8 @@
 # add_symbol_file(PROGRAM)
 #
-# Links the program at a fixed position and makes <program>_symbols.txt beside it each time it is
-# linked: one line for each address of its code, in ascending order, and as the last one the end of
-# all code. That is `etext`, which the linker defines on request.
+# Links the program at a fixed position, and writes <program>_symbols.txt beside it after each link: one line for
+# each address of its code, in ascending order. The last line is the end of all code, `etext`, which the linker
+# defines on request.
 function(add_symbol_file program)
   target_link_libraries(${program} PRIVATE fixed_position)
   target_link_options(${program} PRIVATE LINKER:--undefined=etext)

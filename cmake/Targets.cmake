@@ -1,7 +1,7 @@
 # add_tolmira_library(NAME SOURCES file... [PUBLIC target...] [PRIVATE target...])
 #
-# A library of hand-written code, or an interface library where no source is compiled. Its users get
-# the include roots and the PUBLIC libraries; how it is compiled stays its own.
+# A library of hand-written code, or an interface library if it has no .cpp file. Its users get the include roots
+# and the PUBLIC libraries, but not its compiler flags.
 function(add_tolmira_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;PUBLIC;PRIVATE")
   set(compiled ${arg_SOURCES})
@@ -19,7 +19,7 @@ endfunction()
 
 # add_companion(NAME SOURCES file... LIBRARIES target...)
 #
-# A program around the tool, with the project's version for its --version.
+# A program around the tool. TOLMIRA_VERSION is the project's version, for --version.
 function(add_companion name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
   add_executable(${name} ${arg_SOURCES})

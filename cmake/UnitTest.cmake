@@ -2,8 +2,8 @@ include(GoogleTest)
 
 # add_unit_test(NAME SOURCES file... LIBRARIES target...)
 #
-# One GoogleTest program; ctest runs each of its cases in a process of its own. The cases are compiled
-# for a short build, their subjects as they are released.
+# One GoogleTest program; ctest runs each case in a separate process. Test cases are compiled for a short build,
+# the tested libraries with their usual flags.
 function(add_unit_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
   add_executable(${name} ${arg_SOURCES})

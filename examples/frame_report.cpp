@@ -1,5 +1,5 @@
-// frame_report CONFIGURATION: a program of a frame on the framework and a register map. It reads a
-// configuration file, runs a shell command, and shows a live word of the card.
+// frame_report CONFIGURATION: an example of a frame's program. It reads a configuration file, runs a shell
+// command, and shows a live word of the card.
 #include <cstdio>
 #include <sstream>
 
@@ -16,8 +16,7 @@ int main(int argc, char** argv) {
         printf("processor: %u MHz\n", rate);
     }
 
-    // The program syscallslave runs the command. It is found in PATH; initialize() names another
-    // place.
+    // The program syscallslave runs the command. It is found in PATH, or where initialize() says.
     const SystemCaller::RC result = SystemCaller::instance().exec("uname -r", nullptr, nullptr);
     if (result.localRC != 0) {
         fprintf(stderr, "frame_report: cannot run a command: %s; is syscallslave installed?\n",

@@ -1,4 +1,4 @@
-# The development packages: headers, static libraries, and what finds them for CMake and pkg-config.
+# The development packages: headers, static libraries, and their files for CMake and pkg-config.
 include(CMakePackageConfigHelpers)
 
 set(headers include/tolmira-frame)
@@ -11,7 +11,7 @@ function(install_exported name component)
   set(folder ${libraryRoot}/cmake/${name})
   install(TARGETS ${arg_TARGETS} EXPORT ${name}
     ARCHIVE DESTINATION ${archives} COMPONENT ${component})
-  # What link-time optimisation adds has random names, and only the same compiler reads it.
+  # Remove the sections of link-time optimisation: their names are random, and only the same compiler can read them.
   install(CODE "
     file(GLOB libraries \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${archives}/*.a\")
     foreach(library IN LISTS libraries)
@@ -49,7 +49,7 @@ install_exported(TolmiraFrame frame_dev
   TARGETS ${exportedFrame}
   DEPENDENCIES "Boost 1.74" Threads)
 
-# Archives by path: one of them has the name of a library of the system.
+# Archives by path, because one has the name of a system library.
 set(archiveList)
 foreach(target IN LISTS exportedFrame)
   get_target_property(type ${target} TYPE)

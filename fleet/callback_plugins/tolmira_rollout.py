@@ -51,7 +51,7 @@ def replace(path, text):
 
 
 class Rows:
-    """What is known of each frame so far."""
+    """The latest result of each frame."""
 
     def __init__(self):
         self.by_frame = {}
@@ -62,7 +62,7 @@ class Rows:
         row["frame"] = frame
 
     def take_failure(self, frame, outcome, cause):
-        """For a failure that no report describes."""
+        """Records a failure without a report."""
         if self.by_frame.get(frame, {}).get("outcome") != "failed":
             self.update(frame, outcome=outcome, cause=cause, next_step=PLAY_AGAIN)
 

@@ -1,5 +1,5 @@
-# Of the text that --help prints: a line for each option, with its name, the kind of its value, the words that
-# the value can be, and what it does, with tabs between them.
+# Prints a line for each option in the output of --help: its name, the kind of its value, the possible words of
+# the value, and its description, separated by tabs.
 function put(text) {
   sub(/^ +/, "", text)
   count = split(names, name, ",")
