@@ -37,7 +37,7 @@ struct UsageCase {
     Arguments arguments;
 };
 
-TEST_F(CompanionsTest, TellWrongUsageInOneLine) {
+TEST_F(CompanionsTest, ReportWrongUsageInOneLine) {
     const UsageCase cases[] = {
         {TOLMIRA_CONTROLLER, {"--bogus"}},
         {TOLMIRA_CONTROLLER, {"--revision", "65536"}},
@@ -72,7 +72,7 @@ TEST_F(CompanionsTest, MakeImages) {
     EXPECT_NE(first, make({"--pages", "3", "--seed", "2"}));
 }
 
-TEST_F(CompanionsTest, TellTheirFailuresWithAWayOut) {
+TEST_F(CompanionsTest, ReportFailuresWithARemedy) {
     const ProcessResult maker =
         RunProcess(TFI_MAKE, {"--size", "2", "no/such/folder"}, i_directory.path());
     EXPECT_EQ(maker.exitValue, 1);
@@ -83,7 +83,7 @@ TEST_F(CompanionsTest, TellTheirFailuresWithAWayOut) {
     EXPECT_THAT(controller.err, StartsWith("tolmira_controller: shared memory /no/such: cannot"));
 }
 
-TEST_F(CompanionsTest, EndWhenTheHostHasGone) {
+TEST_F(CompanionsTest, EndWithOnceWhenTheHostIsDone) {
     writeImage(testsupport::Payload(300));
     testsupport::Process controller(TOLMIRA_CONTROLLER,
                                     {"--once", "--trace", "--json", "--idle-timeout", "100"},
@@ -96,13 +96,13 @@ TEST_F(CompanionsTest, EndWhenTheHostHasGone) {
                 StartsWith("{\"format\":1,\"flash_pages\":2,\"flash_bytes\":512,\"checksum\":\""));
 }
 
-TEST_F(CompanionsTest, ServeNoObjectThatIsInUse) {
+TEST_F(CompanionsTest, RefuseAnObjectInUse) {
     testsupport::Region region;
     const std::string own = "pid " + std::to_string(getpid());
     const int fd = shm_open("/resource0", O_RDWR, 0);
     LockAsHost(fd);
     region.setWord(MAILBOX_RX_FLAG, RX_BYTE_OFFERED);
-    Controller(i_directory).stop();  // the host only waits for a controller
+    Controller(i_directory).stop();  // the host still waits for a controller
     EXPECT_EQ(region.word(MAILBOX_RX_FLAG), 0U);
 
     region.setWord(MAILBOX_TX_STATE, STATE_READY);
@@ -118,14 +118,14 @@ TEST_F(CompanionsTest, ServeNoObjectThatIsInUse) {
                 HasSubstr("another tolmira_controller serves it, " + own + "; "));
     close(fd);
     region.setWord(MAILBOX_TX_STATE, STATE_READY);
-    Controller(i_directory).stop();  // a dead controller has left the mailbox
+    Controller(i_directory).stop();  // a killed controller left the mailbox like this
 }
 
-// A store into memory that isn't there would end the controller with SIGBUS.
-TEST_F(CompanionsTest, TellAFullSharedMemory) {
+// Without the check a store would end the controller with SIGBUS.
+TEST_F(CompanionsTest, ReportFullSharedMemory) {
     const testsupport::FullSharedMemory memory;
     if (!memory.full()) {
-        GTEST_SKIP() << "this machine permits no /dev/shm of its own";
+        GTEST_SKIP() << "the machine doesn't permit a private /dev/shm";
     }
     const ProcessResult result = RunProcess(TOLMIRA_CONTROLLER, {}, i_directory.path());
     EXPECT_EQ(result.exitValue, 1);
@@ -133,15 +133,15 @@ TEST_F(CompanionsTest, TellAFullSharedMemory) {
                 HasSubstr("cannot allocate the mailbox in it: No space left on device; "));
 }
 
-TEST_F(CompanionsTest, TellTheFaultsOfASeed) {
+TEST_F(CompanionsTest, ShowTheFaultsOfASeed) {
     Controller controller(i_directory, {"--seed", "7", "--pages", "40"});
     EXPECT_THAT(controller.stop().out, StartsWith("controller: faults length=0x7FFFFFF@39.1\n"));
 }
 
-TEST_F(CompanionsTest, NoticeAChecksumThatIsNotTheExpectedOne) {
+TEST_F(CompanionsTest, CompareTheChecksum) {
     writeImage(testsupport::Payload(300));
     Controller controller(i_directory, {"--expect-checksum", "0000"});
-    EXPECT_EQ(upgrade().exitValue, 0) << "the host reads no verdict on it";
+    EXPECT_EQ(upgrade().exitValue, 0) << "the controller doesn't answer the information";
     EXPECT_EQ(controller.stop().exitValue, 1);
     EXPECT_EQ(controller.report("upgrades"), 0);
     EXPECT_EQ(controller.report("revision"), 0);

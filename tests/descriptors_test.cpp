@@ -1,4 +1,4 @@
-/** The tool, started with one of the standard descriptors closed. */
+/** The tool with one of the standard descriptors closed at the start. */
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -25,7 +25,7 @@ class DescriptorsTest : public UpgradeTest, public testing::WithParamInterface<c
     }
 };
 
-/** Whether the regions hold nothing, the mailbox apart. */
+/** Whether the regions are all zero outside the mailbox. */
 bool OnlyTheMailboxIsUsed() {
     std::string registers = ReadFile("/dev/shm/resource0");
     std::fill(registers.begin() + MAILBOX_OFFSET, registers.begin() + MAILBOX_END, '\0');
@@ -34,7 +34,7 @@ bool OnlyTheMailboxIsUsed() {
 }
 
 TEST_P(DescriptorsTest, ARunWritesNothingIntoTheRegisters) {
-    // Long enough for its log to reach the mailbox from the register map's beginning.
+    // Long enough for a log written to the start of /resource0 to reach the mailbox.
     writeImage(testsupport::Payload(size_t{200} * 256));
     Controller controller(i_directory);
     EXPECT_EQ(upgradeClosed().exitValue, 0);

@@ -1,5 +1,4 @@
-/** tolmira_run with the journal as its log: a socket at the journal's place, in a /run of its own.
- */
+/** tolmira_run --journal with a socket in place of the journal's, in a private /run. */
 #include <gmock/gmock.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
@@ -38,10 +37,10 @@ Entry ParseEntry(const std::string& datagram) {
     return entry;
 }
 
-/** Listens in the journal's place, and reads all the time: a socket keeps few datagrams. */
+/** Stands in for the journal. A thread reads at once, since a socket queues few datagrams. */
 class JournalSocket {
   public:
-    /** To be called in a mount namespace of this process's own; `listens()` is false elsewhere. */
+    /** For a private mount namespace. Where mounting isn't permitted, `listens()` is false. */
     JournalSocket() {
         i_mounted = mount("tmpfs", "/run", "tmpfs", 0, nullptr) == 0;
         if (!i_mounted) {
@@ -62,7 +61,7 @@ class JournalSocket {
 
     bool listens() const { return i_listens; }
 
-    /** Everything that has been sent. */
+    /** Ends the thread and returns all entries. */
     const std::vector<Entry>& stop() {
         if (i_reader.joinable()) {
             shutdown(i_fd, SHUT_RDWR);
@@ -75,11 +74,8 @@ class JournalSocket {
   private:
     void read() {
         char buffer[65536];
-        for (;;) {
-            const ssize_t count = recv(i_fd, buffer, sizeof buffer, 0);
-            if (count <= 0) {
-                return;
-            }
+        ssize_t count = 0;
+        while ((count = recv(i_fd, buffer, sizeof buffer, 0)) > 0) {
             i_entries.push_back(ParseEntry(std::string(buffer, static_cast<std::size_t>(count))));
         }
     }
@@ -107,17 +103,17 @@ std::string WithoutNewline(const std::string& message) {
 
 const std::vector<std::string> TO_JOURNAL = {"--journal", "-f", "image", "configuration"};
 
-TEST_F(JournalTest, GetsEachReportOnceAndNobodyElseDoes) {
+TEST_F(JournalTest, GetsEachReportOnceAndTheTerminalNone) {
     writeImage(Payload(600));
     Controller controller(i_directory, {"--faults", "result=1@1.1"});
     const ProcessResult plain = RunProcess(TOLMIRA_RUN, TO_JOURNAL, i_directory.path());
-    EXPECT_THAT(plain.out, HasSubstr("Page 2 sent successfully")) << "no journal, nothing changes";
+    EXPECT_THAT(plain.out, HasSubstr("Page 2 sent successfully")) << "without a journal";
 
-    (void)controller.stop();
+    controller.stop();
     const Controller other(i_directory, {"--faults", "result=1@1.1"});
     JournalSocket journal;
     if (!journal.listens()) {
-        GTEST_SKIP() << "this machine permits no /run of its own";
+        GTEST_SKIP() << "the machine doesn't permit a private /run";
     }
     const ProcessResult result = RunProcess(TOLMIRA_RUN, TO_JOURNAL, i_directory.path());
     EXPECT_EQ(result.exitValue, 0);

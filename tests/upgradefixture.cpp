@@ -25,17 +25,13 @@ void RemoveSharedMemory() {
     for (const char* name : {"/resource0", "/resource1", "/resource2"}) {
         shm_unlink(name);
     }
-    shm_unlink("/resource0.lock");  // with the marker of a run that was killed
+    shm_unlink("/resource0.lock");  // may mark a killed run
 }
 
 std::vector<std::string> ControllerArguments(const std::vector<std::string>& options) {
     std::vector<std::string> arguments = {"--flash", "flash", "--idle-timeout", "110"};
     arguments.insert(arguments.end(), options.begin(), options.end());
     return arguments;
-}
-
-std::string ChecksumLine(const std::string& file) {
-    return "Checksum is " + testsupport::ChecksumText(file) + "\n";
 }
 
 }  // namespace
@@ -52,7 +48,7 @@ const ProcessResult& Controller::stop() {
         i_result = i_process.stop();
         i_stopped = true;
         EXPECT_EQ(i_result.signal, 0);
-        EXPECT_EQ(i_result.err, "") << "the controller's own troubles";
+        EXPECT_EQ(i_result.err, "") << "the controller reports a failure of its own";
     }
     return i_result;
 }
@@ -84,24 +80,36 @@ ProcessResult UpgradeTest::run(const std::vector<std::string>& arguments) const 
     return testsupport::RunProcess(TOLMIRA_UPGRADE, arguments, i_directory.path());
 }
 
-void AddOpening(Transcript& transcript, unsigned revision, const std::string& payload,
-                const std::string& header) {
-    const size_t pages = payload.size() / 256 + (payload.size() % 256 == 0 ? 0 : 1);
-    const std::string file = header + payload;
+void AddOpening(Transcript& transcript, unsigned revision, const std::string& payload) {
+    const std::string file = testsupport::SHORTEST_HEADER + payload;
     transcript.notice("Controller is " + std::to_string(revision) + "\n")
         .notice("File name is image\n")
-        .notice(ChecksumLine(file))
-        .notice("File is open size " + std::to_string(file.size()) + " " + std::to_string(pages) +
-                " pages\n");
+        .notice("Checksum is " + testsupport::ChecksumText(file) + "\n")
+        .notice("File is open size " + std::to_string(file.size()) + " " +
+                std::to_string(testsupport::PagesOf(payload)) + " pages\n");
 }
 
-Transcript SuccessfulRun(const std::string& payload, unsigned revision, const std::string& header) {
-    Transcript transcript;
-    AddOpening(transcript, revision, payload, header);
-    for (size_t page = 0; page * 256 < payload.size(); ++page) {
+void AddSentPages(Transcript& transcript, size_t first, size_t end) {
+    for (size_t page = first; page < end; ++page) {
         transcript.notice("Page " + std::to_string(page) + " sent successfully\n");
     }
+}
+
+void AddFailedPage(Transcript& transcript, size_t page) {
+    transcript.error("Failed to send page " + std::to_string(page) + "\n")
+        .error("Failed to upgrade Tolmira controller!\n");
+}
+
+Transcript SuccessfulRun(const std::string& payload, unsigned revision) {
+    Transcript transcript;
+    AddOpening(transcript, revision, payload);
+    AddSentPages(transcript, 0, testsupport::PagesOf(payload));
     return transcript.notice("Done\n");
+}
+
+Transcript AlreadyCurrent(Transcript before) {
+    return before.notice("Controller is 19525\n")
+        .notice("Controller is already at revision 19525\n");
 }
 
 void ExpectRun(const ProcessResult& result, int exitValue, const Transcript& transcript) {

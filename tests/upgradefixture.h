@@ -14,17 +14,18 @@
 using toolcontract::EXIT_NOT_UPGRADED;
 using toolcontract::TOOL_REVISION;
 
-/** tolmira_controller, started in the run's directory; its flash is in the file "flash". */
+/** tolmira_controller, started in the run's directory. It saves its flash to the file "flash". */
 class Controller {
   public:
-    /** Returns when it has announced itself. */
+    /** Returns once the controller has announced itself. */
     explicit Controller(const testsupport::RunDirectory& directory,
                         const std::vector<std::string>& options = {});
 
-    /** Ends it. From then on its report and its flash can be read. */
+    /** Ends it. */
     const testsupport::ProcessResult& stop();
-    /** A number of the closing report. */
+    /** A number of the closing report; -1 if there is none of this name. Ends the controller. */
     long report(const std::string& name);
+    /** Ends the controller. */
     std::string flash();
 
   private:
@@ -34,7 +35,7 @@ class Controller {
     bool i_stopped = false;
 };
 
-/** One run of the built tool in a directory of its own, without shared memory of earlier runs. */
+/** A directory for runs of the built tool. No shared memory of earlier tests is left. */
 class UpgradeTest : public testing::Test {
   protected:
     UpgradeTest();
@@ -52,14 +53,19 @@ class UpgradeTest : public testing::Test {
     testsupport::RunDirectory i_directory;
 };
 
-/** Adds the lines from "Controller is" to the one in front of the first page. */
-void AddOpening(testsupport::Transcript& transcript, unsigned revision, const std::string& payload,
-                const std::string& header = testsupport::SHORTEST_HEADER);
+/** Adds the lines from "Controller is" to the one before the first page. */
+void AddOpening(testsupport::Transcript& transcript, unsigned revision, const std::string& payload);
+/** Adds the lines of good pages, from `first` up to, but not including, `end`. */
+void AddSentPages(testsupport::Transcript& transcript, size_t first, size_t end);
+/** Adds the lines after a page's last attempt has failed. */
+void AddFailedPage(testsupport::Transcript& transcript, size_t page);
 
 /** The lines of a run that delivers every page, from "Controller is" to "Done". */
-testsupport::Transcript SuccessfulRun(const std::string& payload, unsigned revision = 0,
-                                      const std::string& header = testsupport::SHORTEST_HEADER);
+testsupport::Transcript SuccessfulRun(const std::string& payload, unsigned revision = 0);
 
-/** Compares exit value and output of a run; standard error has to be empty. */
+/** Adds to `before` the lines of a run that finds the tool's own revision. */
+testsupport::Transcript AlreadyCurrent(testsupport::Transcript before = {});
+
+/** Compares exit value and output of a run. Standard error must be empty. */
 void ExpectRun(const testsupport::ProcessResult& result, int exitValue,
                const testsupport::Transcript& transcript);

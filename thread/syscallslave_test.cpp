@@ -12,7 +12,6 @@
 #include "tests/support/descriptors.h"
 #include "tests/support/systemcalls.h"
 #include "tests/support/testdirectory.h"
-#include "tests/support/threadstarts.h"
 #include "thread/childprocess.h"
 #include "thread/pipeends.h"
 #include "thread/shellcommand.h"

@@ -24,7 +24,6 @@
 #include "tests/support/descriptors.h"
 #include "tests/support/systemcalls.h"
 #include "tests/support/testdirectory.h"
-#include "tests/support/threadstarts.h"
 #include "tests/support/timingoutslave.h"
 #include "thread/threadregistrar.h"
 

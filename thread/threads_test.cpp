@@ -7,7 +7,7 @@
 
 #include "cpputils/include/thread/policies.h"
 #include "tests/support/child.h"
-#include "tests/support/threadstarts.h"
+#include "tests/support/systemcalls.h"
 #include "thread/pthread.h"
 #include "thread/sem.h"
 #include "thread/threadregistrar.h"

@@ -27,6 +27,7 @@ TEST(TfiImage, JudgesTheHeader) {
         {"an eighth line is payload", SIX_LINES + "END\nEND\n", 16},
         {"nothing behind the header", SIX_LINES + "END\n", 16},
         {"line of 255", fits + "\n2\n3\n4\n5\n6\nEND\n", 270},
+        {"zero byte", std::string("a\0", 2) + "\n2\n3\n4\n5\n6\nEND\n", 17},
         {"END line of 255", SIX_LINES + "END" + std::string(252, ' ') + "\n", 268},
         {"line of 256", fits + "h\n2\n3\n4\n5\n6\nEND\n", 0},
         {"END line of 256", SIX_LINES + "END" + std::string(253, ' ') + "\n", 0},

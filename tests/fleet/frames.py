@@ -1,4 +1,4 @@
-"""Frames for tests: each a mount and pid namespace with an ssh server and a controller of its own."""
+"""Frames for tests: each has a mount and pid namespace, an ssh server and a controller."""
 
 import json
 import os
@@ -36,13 +36,13 @@ def wait_until(condition, what):
 
 
 def content_of(image):
-    """What belongs into the flash: the payload without its checksum, filled up with zeroes."""
+    """The expected flash: the payload without its checksum, padded with zeroes."""
     payload = image.read_bytes().split(b"\n", 7)[7][:-2]
     return payload + bytes(-len(payload) % PAGE_BYTES)
 
 
 class Frame:
-    """Owns its processes; stop() ends them."""
+    """One frame. stop() ends its processes."""
 
     def __init__(self, name, port, folder, programs, keys):
         self.name = name
@@ -67,7 +67,7 @@ class Frame:
         return (self.folder / file).read_text(errors="replace")
 
     def pid(self):
-        """Of the first process inside."""
+        """The first process inside."""
         children = pathlib.Path(f"/proc/{self.init.pid}/task/{self.init.pid}/children")
         return int(children.read_text().split()[0])
 
@@ -75,7 +75,7 @@ class Frame:
         return pathlib.Path(f"/proc/{self.pid()}/root{inside}")
 
     def start(self, *command, output):
-        """Inside, in a process group of its own."""
+        """Starts a command inside, in a new process group."""
         return subprocess.Popen(
             ["nsenter", f"--target={self.pid()}", "--mount", "--pid", "--", *map(str, command)],
             stdout=output,
@@ -92,7 +92,7 @@ class Frame:
         wait_until(lambda: "announced" in self.text("controller.log"), f"the controller of {self.name}")
 
     def stop_controller(self):
-        """Its closing report; None if it has none running."""
+        """Returns the controller's closing report; None if none runs."""
         if not self.controller:
             return None
         os.killpg(self.controller.pid, signal.SIGTERM)
@@ -110,7 +110,7 @@ class Frame:
         return file.read_bytes() if file.exists() else None
 
     def cut_connections(self):
-        """Kills the ssh server and its sessions, but not what they have started."""
+        """Kills the ssh server and its sessions, but not the commands they started."""
         inside = os.readlink(f"/proc/{self.pid()}/ns/pid")
         for process in pathlib.Path("/proc").glob("[0-9]*"):
             try:
@@ -118,7 +118,7 @@ class Frame:
                 if is_server and os.readlink(process / "ns/pid") == inside:
                     os.kill(int(process.name), signal.SIGKILL)
             except (FileNotFoundError, ProcessLookupError):
-                pass  # it has ended meanwhile
+                pass  # the process has ended
 
     def stop(self):
         self.stop_controller()
@@ -127,7 +127,7 @@ class Frame:
 
 
 class Fleet:
-    """The frames, and what Ansible needs to reach them. Everything lies below `work`, a tmpfs."""
+    """The frames, and the files that Ansible needs to reach them. Mounts a tmpfs at `work` for all."""
 
     def __init__(self, work, programs):
         self.work = work
@@ -164,7 +164,7 @@ class Fleet:
             "tolmira_upgrade_poll_seconds": 1,
         }
         inventory = {"all": {"hosts": self.variables, "vars": everywhere}}
-        (self.work / "frames.yml").write_text(json.dumps(inventory, indent=1))  # JSON is YAML, too
+        (self.work / "frames.yml").write_text(json.dumps(inventory, indent=1))  # JSON is valid YAML
 
     def start_play(self, *arguments, **variables):
         self.write_inventory()
@@ -195,5 +195,5 @@ RECAP = re.compile(r"^(\S+) +: ok=\d+ +changed=(\d+) ", re.MULTILINE)
 
 
 def changes_in(output):
-    """From Ansible's recap: the number of changes by frame."""
+    """The number of changes by frame, from Ansible's recap."""
     return {name: int(changed) for name, changed in RECAP.findall(output)}

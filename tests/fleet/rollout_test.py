@@ -1,4 +1,4 @@
-"""Rolls out to frames in namespaces with the real playbook over real ssh; see scripts/fleet-test."""
+"""Rolls out to frames in namespaces with the real playbook over ssh; see scripts/fleet-test."""
 
 import csv
 import json
@@ -19,12 +19,12 @@ WRONG_DIGEST = "0" * 64
 
 
 def refused(page):
-    """Faults: each attempt at the page is called bad."""
+    """Faults: the controller refuses each attempt at the page."""
     return " ".join(f"result=1@{page}.{attempt}" for attempt in range(1, 6))
 
 
 def slow(*pages):
-    """Faults: the transfer stops for a second and a half at each of the pages."""
+    """Faults: the transfer stops for 1.5 seconds at each of the pages."""
     return " ".join(f"slow=1500@{page}.1.0" for page in pages)
 
 
@@ -67,10 +67,10 @@ class Test:
             print(f"FAILED: {what}", flush=True)
 
     def check_equal(self, found, expected, what):
-        self.check(found == expected, f"{what}: {found!r} in place of {expected!r}")
+        self.check(found == expected, f"{what}: {found!r}, expected {expected!r}")
 
     def begin(self, heading):
-        print(f"== {heading}, {time.monotonic() - START:.0f} seconds from the start", flush=True)
+        print(f"== {heading}, after {time.monotonic() - START:.0f} seconds", flush=True)
 
     def start_play(self, *arguments, **variables):
         variables = {
@@ -81,7 +81,7 @@ class Test:
         return self.fleet.start_play(*arguments, **variables)
 
     def play(self, exit_value, *arguments, **variables):
-        """Its changes by frame. The rows of its page are in self.rows."""
+        """Returns the changes by frame, and puts the rows of the report into self.rows."""
         process = self.start_play(*arguments, **variables)
         output, _ = process.communicate()
         if process.returncode != exit_value:
@@ -96,7 +96,7 @@ class Test:
         found = (row["outcome"], row["cause"], row["before"], row["after"])
         self.check_equal(found, (outcome, cause, str(before), str(after)), f"row of {name}")
         page = (self.work / "rollout/rollout.html").read_text()
-        self.check(f"<td>{name}</td>" in page, f"{name} is missing on the page")
+        self.check(f"<td>{name}</td>" in page, f"{name} is missing in the report")
 
     def check_upgraded(self, name):
         self.check_row(name, "upgraded", "upgraded", OLD, NEW)
@@ -121,20 +121,20 @@ class Test:
         self.check(self.frame(name).flash() != self.content, f"{name} has no whole image")
 
     def wait_for_page(self, name, page):
-        """For the first attempt at a page that the controller takes slowly."""
+        """Waits for the first attempt at a page that the controller takes slowly."""
         log = self.frame(name)
         frames.wait_until(lambda: f"fault: slow=1500@{page}.1" in log.text("controller.log"), f"{name}'s page {page}")
 
     def one_upgrade(self, name):
-        """Ends the controller."""
+        """Checks that the frame saw one upgrade, and restarts its controller."""
         report = self.frame(name).stop_controller()
         self.check_equal((report["begin_messages"], report["upgrades"]), (1, 1), f"starts on {name}")
         self.frame(name).start_controller("--revision", NEW)
 
-    # The stages, each of which finds the frames as the one before has left them.
+    # The stages. Each one starts with the frames as the previous one left them.
 
     def check_mode(self):
-        self.begin("Check mode touches nothing and shows what would happen")
+        self.begin("Check mode changes nothing and shows what would happen")
         names = ["canary", "current", "absent"]
         mailboxes = [self.frame(name).mailbox() for name in names]
         changes = self.play(
@@ -149,7 +149,7 @@ class Test:
             self.check(not self.frame(name).path("/var/lib/tolmira-upgrade").exists(), f"{name} is untouched")
 
     def stop_at_failure(self):
-        self.begin("A batch with a failure is the last one; a lost connection is none")
+        self.begin("A batch with a failure is the last one; a lost connection is not a failure")
         cutter = threading.Thread(target=self.cut_in_mid_transfer)
         cutter.start()
         self.play(2, tolmira_rollout_serial=[1, 2, "100%"])
@@ -169,7 +169,7 @@ class Test:
         self.frame("cut").cut_connections()
 
     def go_on(self):
-        self.begin("The rest, failures or not")
+        self.begin("The rest, despite failures")
         self.kill_a_run("last_page")
         changes = self.play(2, tolmira_rollout_serial=["100%"], tolmira_rollout_max_fail_percentage=100)
         self.check_row("canary", "current", "already current", NEW, NEW)
@@ -186,7 +186,7 @@ class Test:
                 self.check_upgraded(name)
 
     def kill_a_run(self, name):
-        """Leaves the frame as a run does that was killed in mid-transfer."""
+        """Kills a run in mid-transfer."""
         log = self.frame(name).folder / "killed.log"
         with log.open("w") as output:
             tool = self.frame(name).start(
@@ -202,7 +202,7 @@ class Test:
         return copy
 
     def mend(self):
-        self.begin("Mended, with a play that was killed in mid-transfer; a frame on air is the last one")
+        self.begin("After repairs, and after a play killed in mid-transfer; the frame on air comes last")
         self.frame("absent").start_controller("--revision", OLD)
         self.frame("last_page").start_controller("--revision", OLD, "--faults", slow(3, 6, 9, 12))
         del self.fleet.variables["digest"]["tolmira_upgrade_sha256"]
@@ -244,8 +244,8 @@ def main():
     test = Test(pathlib.Path(work), pathlib.Path(programs), pathlib.Path(package), int(count))
     test.run()
     if test.failures:
-        sys.exit(f"fleet-test: {test.failures} checks have failed")
-    print(f"All is as it should be, after {time.monotonic() - START:.0f} seconds")
+        sys.exit(f"fleet-test: {test.failures} checks failed")
+    print(f"All checks passed after {time.monotonic() - START:.0f} seconds")
 
 
 START = time.monotonic()

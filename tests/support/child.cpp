@@ -33,7 +33,7 @@ std::string ReadAll(FILE* file) {
     return text;
 }
 
-/** An exception must not reach the test's own frames, which the child has too. */
+/** noexcept, since the child has a copy of the test's stack, whose handlers must not run. */
 [[noreturn]] void RunBody(const std::function<void()>& body, FILE* out, FILE* err) noexcept {
     dup2(fileno(out), STDOUT_FILENO);
     dup2(fileno(err), STDERR_FILENO);
@@ -44,6 +44,22 @@ std::string ReadAll(FILE* file) {
 }
 
 }  // namespace
+
+ChildResult ResultOf(int status) {
+    ChildResult result;
+    result.exitValue = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    return result;
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts) {
+        pointers.push_back(text.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
 
 ChildResult RunInChild(const std::function<void()>& body) {
     const File out = TemporaryFile();
@@ -57,9 +73,7 @@ ChildResult RunInChild(const std::function<void()>& body) {
     if (child < 0 || waitpid(child, &status, 0) != child) {
         throw std::runtime_error("no child process");
     }
-    ChildResult result;
-    result.exitValue = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    result.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    ChildResult result = ResultOf(status);
     result.out = ReadAll(out.get());
     result.err = ReadAll(err.get());
     return result;

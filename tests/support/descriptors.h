@@ -16,10 +16,10 @@ inline std::ptrdiff_t CountEntries(const std::string& directory) {
 
 /** The descriptors that this process has open. */
 inline std::ptrdiff_t CountDescriptors() {
-    return CountEntries("/proc/self/fd") - 1;  // but the one that reads the list
+    return CountEntries("/proc/self/fd") - 1;  // without the one that reads the directory
 }
 
-/** Lets the process open descriptors up to `limit` only, or, above it, at least that many. */
+/** Sets the limit of open descriptors. */
 inline void LimitDescriptors(rlim_t limit) {
     rlimit limits = {};
     getrlimit(RLIMIT_NOFILE, &limits);

@@ -24,7 +24,7 @@ void FakeTime::advance(timeval by) {
 
 }  // namespace testsupport
 
-// In front of the C library's, for the whole program.
+// These take precedence over the C library's functions in the whole program.
 extern "C" int gettimeofday(timeval* time, void* /*zone*/) noexcept {
     if (current == nullptr) {
         timespec real = {};

@@ -7,8 +7,8 @@
 namespace testsupport {
 
 /**
- * Takes the place of the wall clock and of sleep in its thread while it lives. Only the test moves
- * the time; a sleep returns at once and moves it on.
+ * Replaces the wall clock and sleep in its thread while it lives. Only the test advances the time;
+ * a sleep returns at once and advances it too.
  */
 class FakeTime {
   public:
@@ -20,10 +20,10 @@ class FakeTime {
     void advance(timeval by);
 
     timeval now;
-    /** How often the clock was read, and how many seconds were slept. */
+    /** The number of readings, and the seconds slept. */
     int readings = 0;
     unsigned int slept = 0;
-    /** Called in front of each reading, when set. */
+    /** If set, called before each reading. */
     std::function<void()> beforeReading;
 };
 

@@ -6,8 +6,7 @@
 
 namespace testsupport {
 
-/** A frame's storage: the working directory is `run` in it, and the storage roots go beside that.
- */
+/** A frame's storage. Makes its folder `run` the working directory; storage roots go beside it. */
 class FrameDirectory : public TestDirectory {
   public:
     FrameDirectory() : i_previous(std::filesystem::current_path()) {

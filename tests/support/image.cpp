@@ -17,7 +17,7 @@ std::string Frame(uint16_t id, const std::string& body) {
     return std::string("\x02\xDC", 2) + Big16(id) + Big16(0) + Big16(body.size() + 8) + body;
 }
 
-/** CRC-16 with the reflected polynomial 0xA001 and start 0xFFFF. */
+/** CRC-16, reflected polynomial 0xA001, initial value 0xFFFF. */
 uint16_t Crc16(const std::string& bytes) {
     unsigned crc = 0xFFFF;
     for (const char byte : bytes) {
@@ -45,6 +45,10 @@ std::string Payload(size_t size) {
     return bytes;
 }
 
+size_t PagesOf(const std::string& payload) {
+    return (payload.size() + PAGE_SIZE - 1) / PAGE_SIZE;
+}
+
 std::string ChecksumText(const std::string& file) {
     const auto low = static_cast<unsigned char>(file[file.size() - 2]);
     const auto high = static_cast<unsigned char>(file[file.size() - 1]);
@@ -62,6 +66,14 @@ std::string ExpectedPage(const std::string& payload, size_t number) {
     return page;
 }
 
+std::string ExpectedFlash(const std::string& payload) {
+    std::string flash;
+    for (size_t page = 0; page < PagesOf(payload); ++page) {
+        flash += ExpectedPage(payload, page);
+    }
+    return flash;
+}
+
 std::string BeginFrame() {
     return Frame(0x2EA5, "");
 }
@@ -73,7 +85,7 @@ std::string PageFrame(uint16_t number, const std::string& page) {
 }
 
 std::string ExpectedWire(const std::string& payload) {
-    const size_t pages = (payload.size() + PAGE_SIZE - 1) / PAGE_SIZE;
+    const size_t pages = PagesOf(payload);
     std::string bytes = BeginFrame();
     for (size_t number = 0; number < pages; ++number) {
         bytes += PageFrame(static_cast<uint16_t>(number), ExpectedPage(payload, number));

@@ -19,7 +19,7 @@ namespace {
 constexpr char SIZE[] = "size=256m";
 constexpr char FILLING[] = "/dev/shm/filling";
 
-/** Takes all free pages. */
+/** Allocates all free pages. */
 bool Fill() {
     const int fd = open(FILLING, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
     struct statvfs space = {};
@@ -39,7 +39,7 @@ void WriteTo(const char* fileName, const std::string& text) {
     std::ofstream(fileName) << text;
 }
 
-/** In a user namespace this process is root, whoever it was before. */
+/** Makes this process root of a new user namespace. */
 bool EnterUserNamespace() {
     const std::string user = std::to_string(geteuid());
     const std::string group = std::to_string(getegid());
@@ -53,7 +53,7 @@ bool EnterUserNamespace() {
 }
 
 void LockAndClean() {
-    // Whoever came first owns the file; to lock it, it need only be read.
+    // Another user may own the file. Opened for reading, it can be locked all the same.
     const char* fileName = "/tmp/tolmira_shared_memory_tests.lock";
     int fd = open(fileName, O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
@@ -69,7 +69,7 @@ void LockAndClean() {
 
 }  // namespace
 
-// Only an own one can be mounted anew.
+// The remount fails unless this process mounted it.
 FullSharedMemory::FullSharedMemory()
     : i_full(mount("tmpfs", "/dev/shm", "tmpfs", MS_REMOUNT, SIZE) == 0 && Fill()) {}
 

@@ -3,18 +3,17 @@
 namespace testsupport {
 
 /**
- * Gives this process and its children a /dev/shm of their own, empty, so that the fixed names of
- * the shared-memory objects meet nobody else's. Where the machine does not permit that, it takes a
- * lock that all such tests of the machine share, held to the end of the process, and removes the
- * objects that earlier runs left behind.
+ * Gives this process and its children an empty private /dev/shm, since the shared-memory objects
+ * have fixed names. If the machine doesn't permit that, takes a lock that all such tests of the
+ * machine share, keeps it until the process ends, and removes the objects of earlier runs.
  *
- * To be called before the first thread is started.
+ * Call it before the first thread starts.
  */
 void UsePrivateSharedMemory();
 
 /**
- * While it lives, this process's own /dev/shm has no free page. Without one of its own nothing is
- * filled, since others use it, and `full()` is false.
+ * While it lives, the private /dev/shm has no free page. If /dev/shm isn't private, nothing is
+ * filled and `full()` is false.
  */
 class FullSharedMemory {
   public:

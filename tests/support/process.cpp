@@ -20,13 +20,9 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds POLL_INTERVAL{1};
 constexpr std::chrono::seconds OUTPUT_LIMIT{10};
 
-pid_t Spawn(const std::string& program, const std::vector<std::string>& arguments,
+pid_t Spawn(const std::string& program, std::vector<std::string> arguments,
             const std::string& workingDirectory, const std::string& out, const std::string& err) {
-    std::vector<char*> argv = {const_cast<char*>(program.c_str())};
-    for (const std::string& argument : arguments) {
-        argv.push_back(const_cast<char*>(argument.c_str()));
-    }
-    argv.push_back(nullptr);
+    arguments.insert(arguments.begin(), program);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     const int flags = O_WRONLY | O_CREAT | O_TRUNC;
@@ -34,7 +30,7 @@ pid_t Spawn(const std::string& program, const std::vector<std::string>& argument
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), flags, 0666);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), flags, 0666);
     posix_spawn_file_actions_addchdir_np(&actions, workingDirectory.c_str());
-    // A test that runs in the background of a script has SIGINT and SIGQUIT ignored.
+    // A script's background job, such as this test may be, ignores SIGINT and SIGQUIT.
     sigset_t defaults;
     sigemptyset(&defaults);
     sigaddset(&defaults, SIGINT);
@@ -44,7 +40,8 @@ pid_t Spawn(const std::string& program, const std::vector<std::string>& argument
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
     posix_spawnattr_setsigdefault(&attributes, &defaults);
     pid_t pid = -1;
-    const int rc = posix_spawn(&pid, program.c_str(), &actions, &attributes, argv.data(), environ);
+    const int rc = posix_spawn(&pid, program.c_str(), &actions, &attributes,
+                               Pointers(arguments).data(), environ);
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     return rc == 0 ? pid : -1;
@@ -88,9 +85,7 @@ ProcessResult Process::wait(std::chrono::seconds limit) {
         }
         std::this_thread::sleep_for(POLL_INTERVAL);
     }
-    ProcessResult result;
-    result.exitValue = WIFEXITED(i_status) ? WEXITSTATUS(i_status) : -1;
-    result.signal = WIFSIGNALED(i_status) ? WTERMSIG(i_status) : 0;
+    ProcessResult result = ResultOf(i_status);
     result.out = ReadFile(i_outFile);
     result.err = ReadFile(i_errFile);
     return result;

@@ -10,12 +10,11 @@
 
 namespace testsupport {
 
-/** What a program left behind. */
 using ProcessResult = ChildResult;
 
 /**
- * A program of the build, running. Its output goes to two files in its working directory, which
- * must outlive this object. A process that is still there at the end is killed.
+ * A running program. Its output goes to two files in its working directory, which must outlive this
+ * object. The destructor kills the process if it still runs.
  */
 class Process {
   public:
@@ -26,13 +25,13 @@ class Process {
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
-    /** Waits for its end; after `limit` it is killed. */
+    /** Waits for its end, and kills it after `limit`. */
     ProcessResult wait(std::chrono::seconds limit = std::chrono::seconds(100));
-    /** Its process id; of one that hasn't been waited for. */
+    /** Valid until the process has been waited for. */
     pid_t pid() const { return i_pid; }
-    /** Asks it to end with SIGTERM, and waits. */
+    /** Sends SIGTERM, and waits. */
     ProcessResult stop();
-    /** Waits until its standard output holds the text. False: it ended, or ten seconds are over. */
+    /** Waits for the text on its standard output. False if it ends first, or after ten seconds. */
     [[nodiscard]] bool waitForOutput(const std::string& text);
 
   private:
@@ -44,11 +43,10 @@ class Process {
     int i_status = 0;
 };
 
-/** Starts a program and waits for its end. */
 ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& arguments,
                          const std::string& workingDirectory);
 
-/** The contents of a file, empty if there is none. */
+/** The contents of a file; empty if it doesn't exist. */
 std::string ReadFile(const std::string& fileName);
 
 }  // namespace testsupport

@@ -7,10 +7,9 @@
 namespace testsupport {
 
 /**
- * A folder for one run, as the tool finds it on the frame: a working directory, and beside it the
- * storage with software.options. Everything is removed at the end.
- *
- * It starts with options that set nothing and an empty configuration file.
+ * A folder for runs, laid out as on a frame: a working directory, and beside it the storage with
+ * software.options. The options and the file "configuration" are empty at first. The destructor
+ * removes everything.
  */
 class RunDirectory {
   public:
@@ -19,12 +18,12 @@ class RunDirectory {
         write("configuration", "");
     }
 
-    /** The working directory of the run. */
+    /** The working directory. */
     std::string path() const { return i_frame.path("run"); }
     std::string path(const std::string& fileName) const { return path() + "/" + fileName; }
     std::string optionsFile() const { return i_frame.path(OPTIONS); }
 
-    /** Writes a file of the working directory. */
+    /** Writes a file in the working directory. */
     void write(const std::string& fileName, const std::string& contents) const {
         i_frame.write("run/" + fileName, contents);
     }

@@ -15,19 +15,19 @@ class MemoryMailbox : public RouterCommsInterface {
     unsigned char readAddress(unsigned int address) override;
     void writeAddress(unsigned int address, unsigned char value) override;
 
-    /** Whether addresses 5 to 10 are as a reset leaves them. */
+    /** Whether addresses 5 to 10 are zero, as after a reset. */
     bool isReset() const;
 
     std::array<unsigned char, 32> bytes = {};
 
-    /** The far side: called before each read and after each write, when set. */
+    /** For the far side: if set, called before each read and after each write. */
     std::function<void(unsigned int address)> beforeRead;
     std::function<void(unsigned int address)> afterWrite;
 };
 
 /**
- * One that writes down every access in order, "R10" for a read of address 10 and "W9=36" for a
- * write of 36 to address 9, one blank between two.
+ * A mailbox that records its accesses, separated by blanks: "R10" for a read of address 10, "W9=36"
+ * for a write of 36 to address 9.
  */
 class RecordingMailbox final : public MemoryMailbox {
   public:
@@ -44,8 +44,8 @@ class RecordingMailbox final : public MemoryMailbox {
 };
 
 /**
- * A far side that takes every byte at once and gives scripted bytes, over a mailbox that it
- * borrows. It starts with both directions up.
+ * A far side that takes every byte at once and sends scripted bytes. Borrows the mailbox. Both
+ * directions are up at the start.
  */
 class EagerFarSide {
   public:
@@ -53,21 +53,21 @@ class EagerFarSide {
     EagerFarSide(const EagerFarSide&) = delete;
     EagerFarSide& operator=(const EagerFarSide&) = delete;
 
-    /** Bytes for the host, offered one by one before its reads of the flag, from `position` on. */
+    /** Bytes for the host. Before a read of the flag, the byte at `position` is offered. */
     std::string toHost;
     std::size_t position = 0;
-    /** The byte of `toHost` that is late, and by how many polls. */
+    /** The index of a late byte in `toHost`, and the number of polls by which it is late. */
     std::size_t lateByte = SIZE_MAX;
     unsigned latePolls = 0;
-    /** All bytes of the host. */
+    /** All bytes from the host. */
     std::string fromHost;
-    /** Takes no byte once so many have come. */
+    /** The number of bytes it takes before it stops taking any. */
     std::size_t takes = SIZE_MAX;
-    /** Called whenever a byte has come, and before each poll for a byte, when set. */
+    /** If set, called after each byte from the host, and before each poll for a byte. */
     std::function<void()> onByte;
     std::function<void()> onPoll;
 
-    /** The bytes that were not offered. */
+    /** The bytes not offered yet. */
     std::string left() const { return toHost.substr(position); }
 
   private:

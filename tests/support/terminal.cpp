@@ -10,6 +10,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "tests/support/child.h"
+
 namespace testsupport {
 
 namespace {
@@ -22,17 +24,15 @@ constexpr int POLL_INTERVAL = 5;  // milliseconds
 
 }  // namespace
 
-Terminal::Terminal(const std::string& program, const std::vector<std::string>& arguments,
+Terminal::Terminal(const std::string& program, std::vector<std::string> arguments,
                    const std::string& workingDirectory, unsigned short columns) {
-    std::vector<char*> argv = {const_cast<char*>(program.c_str())};
-    for (const std::string& argument : arguments) {
-        argv.push_back(const_cast<char*>(argument.c_str()));
-    }
-    argv.push_back(nullptr);
+    arguments.insert(arguments.begin(), program);
+    const std::vector<char*> argv = Pointers(arguments);
     const winsize size = {24, columns, 0, 0};
     i_pid = forkpty(&i_terminal, nullptr, nullptr, &size);
     if (i_pid == 0) {
-        signal(SIGINT, SIG_DFL);  // ignored where the test runs in the background of a script
+        // A script's background job, such as this test may be, ignores them.
+        signal(SIGINT, SIG_DFL);
         signal(SIGQUIT, SIG_DFL);
         if (chdir(workingDirectory.c_str()) == 0) {
             execv(program.c_str(), argv.data());
@@ -40,7 +40,7 @@ Terminal::Terminal(const std::string& program, const std::vector<std::string>& a
         _exit(127);
     }
     if (i_pid < 0) {
-        throw std::runtime_error("no pseudo-terminal");
+        throw std::runtime_error("cannot create a pseudo-terminal");
     }
 }
 
@@ -57,7 +57,7 @@ bool Terminal::ended() {
     return i_ended;
 }
 
-/** False if nothing came in this time, or nothing can come. */
+/** False if nothing came in time, or the terminal is closed. */
 bool Terminal::readSome(int milliseconds) {
     pollfd ready = {i_terminal, POLLIN, 0};
     char bytes[4096];
@@ -82,7 +82,7 @@ bool Terminal::waitFor(const std::string& text) {
 
 void Terminal::type(const std::string& keys) {
     if (write(i_terminal, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size())) {
-        throw std::runtime_error("the terminal takes no keys");
+        throw std::runtime_error("cannot write to the terminal");
     }
 }
 
@@ -105,7 +105,7 @@ int Terminal::wait() {
     }
     while (readSome(0)) {
     }
-    return WIFEXITED(i_status) ? WEXITSTATUS(i_status) : -1;
+    return ResultOf(i_status).exitValue;
 }
 
 }  // namespace testsupport

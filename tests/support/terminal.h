@@ -7,24 +7,23 @@
 
 namespace testsupport {
 
-/** A program on a pseudo-terminal of its own, which is its controlling terminal, as at a login. */
+/** A program whose controlling terminal is a new pseudo-terminal, as after a login. */
 class Terminal {
   public:
     /** Throws std::runtime_error if the program cannot be started. */
-    Terminal(const std::string& program, const std::vector<std::string>& arguments,
+    Terminal(const std::string& program, std::vector<std::string> arguments,
              const std::string& workingDirectory, unsigned short columns = 80);
     ~Terminal();
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
 
-    /** Reads until the screen has shown the text. False: the program ended, or ten seconds are
-     * over. */
+    /** Waits for the text on the screen. False if the program ends first, or after ten seconds. */
     [[nodiscard]] bool waitFor(const std::string& text);
-    /** As if it had been typed; "\3" is Ctrl-C. */
+    /** Types the keys; "\3" is Ctrl-C. */
     void type(const std::string& keys);
-    /** The terminal goes away. */
+    /** Closes the terminal, as a lost connection does. */
     void hangUp();
-    /** Reads to the program's end; its exit value, or -1 if a signal ended it. */
+    /** Waits for the program's end. Returns its exit value, or -1 if a signal ended it. */
     int wait();
 
     pid_t pid() const { return i_pid; }

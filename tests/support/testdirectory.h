@@ -4,7 +4,7 @@
 
 namespace testsupport {
 
-/** For tests: an empty directory of its own, removed with its contents. Failures throw. */
+/** A new directory. The destructor removes it with its contents. Failures throw. */
 class TestDirectory {
   public:
     TestDirectory();
@@ -15,7 +15,7 @@ class TestDirectory {
     const std::string& path() const { return i_path; }
     std::string path(const std::string& name) const { return i_path + '/' + name; }
 
-    /** Creates missing directories of the name, and returns the file's path. */
+    /** Creates the directories in `name`. Returns the file's path. */
     std::string write(const std::string& name, const std::string& contents) const;
     std::string read(const std::string& name) const;
 

@@ -7,9 +7,8 @@
 namespace testsupport {
 
 /**
- * Writes a script into the directory in the place of the program syscallslave: it lists each
- * command in the file syscallslave.commands, a line each, and answers e_Error_Timeout. The script's
- * path.
+ * Writes a script that replaces the program syscallslave, and returns its path. The script appends
+ * each command as a line to the file syscallslave.commands, and answers e_Error_Timeout.
  */
 template <typename Directory>
 std::string WriteTimingOutSlave(const Directory& directory) {

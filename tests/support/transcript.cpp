@@ -11,7 +11,7 @@ constexpr const char* DIGITS = "0123456789";
 const std::string HANDLE_MARK = " T: p:";
 const std::string POSITION_MARK = "\" at ";
 
-/** " T: p:" and the handle of the first line that has one; empty if none has. */
+/** " T: p:" and the first handle in the text; empty if there is none. */
 std::string FirstHandle(const std::string& text) {
     const size_t begin = text.find(HANDLE_MARK);
     if (begin == std::string::npos) {
@@ -21,7 +21,7 @@ std::string FirstHandle(const std::string& text) {
     return text.substr(begin, end - begin);
 }
 
-/** True for "dir/file.cpp:12." with no root in front and no blank in it. */
+/** True for "dir/file.cpp:12.", a relative path without blanks. */
 bool IsPosition(const std::string& text) {
     const size_t colon = text.rfind(':');
     const size_t end = text.find_first_not_of(DIGITS, colon + 1);
@@ -63,7 +63,7 @@ std::string Normalised(const std::string& output) {
     std::istringstream lines(output);
     std::string text;
     for (std::string line; std::getline(lines, line);) {
-        // The last line may lack its newline, and that has to show.
+        // A missing newline at the end must stay visible.
         text += NormalisedLine(line, handle) + (lines.eof() ? "" : "\n");
     }
     return text;

@@ -6,9 +6,8 @@
 namespace testsupport {
 
 /**
- * The log lines that a run has to show, to the letter: severity and message of each, the counter
- * worked out here. What differs from run to run is made alike in `Normalised`: the thread's handle
- * and the source position.
+ * The expected log lines of a run. It computes their counters. `Normalised` replaces what differs
+ * from run to run: the thread's handle and the source position.
  */
 class Transcript {
   public:
@@ -16,7 +15,7 @@ class Transcript {
     Transcript& warning(const std::string& message) { return counted("WARNING", message); }
     Transcript& error(const std::string& message) { return counted("ERROR", message); }
     Transcript& critical(const std::string& message) { return counted("CRITICAL", message); }
-    /** A failed assertion: its line has no counter. */
+    /** A failed assertion, a line without a counter. */
     Transcript& assertion(const std::string& condition);
 
     const std::string& text() const { return i_text; }
@@ -29,8 +28,8 @@ class Transcript {
 };
 
 /**
- * The run's output with "p:N" for the handle, as long as it is the first line's handle, and
- * "at POSITION" for a position with a path that is not absolute.
+ * The run's output with two replacements: "p:N" for the handle if it is the same as in the first
+ * line, and "at POSITION" for a position with a relative path.
  */
 std::string Normalised(const std::string& output);
 

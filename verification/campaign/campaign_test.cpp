@@ -1,13 +1,7 @@
-/** That a campaign sees what it is there to see, and that its library keeps out of other runs. */
-#include <gtest/gtest.h>
-
+/** A campaign finds differences, and its library leaves other runs alone. */
 #include <cstdlib>
 
-#include "tests/support/image.h"
-#include "tests/support/privateshm.h"
-#include "tests/support/process.h"
-#include "tests/support/region.h"
-#include "tests/support/scriptedfarside.h"
+#include "tests/upgradefixture.h"
 #include "verification/campaign/model.h"
 #include "verification/campaign/testbench.h"
 
@@ -21,10 +15,7 @@ namespace {
 
 const campaign::Programs PROGRAMS = {TOLMIRA_UPGRADE, TOLMIRA_RUN, LOCKSTEP_LIBRARY};
 
-class CampaignTest : public testing::Test {
-  protected:
-    static void SetUpTestSuite() { testsupport::UsePrivateSharedMemory(); }
-};
+class CampaignTest : public UpgradeTest {};
 
 Scenario ScenarioOf(const std::string& faults) {
     std::string error;
@@ -35,13 +26,13 @@ Scenario ScenarioOf(const std::string& faults) {
     return scenario;
 }
 
-/** One changed thing in what is seen of a run. */
+/** A change to one part of a run's outcome. */
 struct OutcomeChange {
     const char* report;
     void (*make)(RunOutcome&);
 };
 
-TEST_F(CampaignTest, ReportsWhateverDiffersFromThePrediction) {
+TEST_F(CampaignTest, ReportsEachDifferenceFromThePrediction) {
     const OutcomeChange changes[] = {
         {"exit value", [](RunOutcome& seen) { seen.exitValue = 0; }},
         {"signal", [](RunOutcome& seen) { seen.signal = 6; }},
@@ -74,8 +65,8 @@ struct LimitCase {
     const char* line;
 };
 
-// The clock goes on by a second at each look in vain, so that the byte comes with the last reading
-// that is in time, or with the first that is not: too late, though it is there by then.
+// Each poll that finds nothing advances the clock by a second. So the byte arrives with the last
+// reading in time, or with the first one after the limit, which no longer counts.
 TEST_F(CampaignTest, AgreesWithTheToolOnBothSidesOfItsLimits) {
     const LimitCase cases[] = {
         {"late=3000@0.1 norearm", 0, "Page 0 sent successfully"},
@@ -94,20 +85,16 @@ TEST_F(CampaignTest, AgreesWithTheToolOnBothSidesOfItsLimits) {
     }
 }
 
-TEST_F(CampaignTest, LeavesAToolAloneThatIsInNoCampaign) {
-    const testsupport::RunDirectory directory;
-    directory.write("image", testsupport::SHORTEST_HEADER + testsupport::Payload(100));
-    testsupport::Region region;
-    testsupport::ScriptedFarSide farSide(region, {}, [](size_t number, const std::string&) {
-        return number == 1 ? testsupport::PageAnswer(0) : std::string();
-    });
+TEST_F(CampaignTest, LeavesOtherToolsAlone) {
+    const std::string payload = testsupport::Payload(100);
+    writeImage(payload);
+    Controller controller(i_directory);
     setenv("LD_PRELOAD", LOCKSTEP_LIBRARY, 1);
     setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
-    const testsupport::ProcessResult result =
-        testsupport::RunProcess(TOLMIRA_UPGRADE, {"image", "configuration"}, directory.path());
+    const testsupport::ProcessResult result = upgrade();
     unsetenv("LD_PRELOAD");
-    EXPECT_EQ(result.exitValue, 0) << result.out << result.err;
-    EXPECT_EQ(farSide.stop(), testsupport::ExpectedWire(testsupport::Payload(100)));
+    ExpectRun(result, 0, SuccessfulRun(payload));
+    EXPECT_EQ(controller.report("upgrades"), 1);
 }
 
 }  // namespace

@@ -22,18 +22,18 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/** Where the kill hit: X(name, words). */
+/** Where the tool was killed: X(name, words). */
 #define KILL_POINTS(X)                                       \
     X(BeforeRequest, "direction not asked for")              \
     X(Requested, "direction asked for, nothing sent")        \
     X(InBegin, "in the opening message")                     \
-    X(BehindBegin, "after the opening message")              \
+    X(AfterBegin, "after the opening message")               \
     X(InPage0, "in page 0")                                  \
     X(InPage1, "in page 1")                                  \
     X(InLaterPage, "in a later page")                        \
     X(BeforeAnswer, "page sent, nothing of the answer read") \
     X(InAnswer, "in an answer")                              \
-    X(BehindAnswer, "answer read")                           \
+    X(AfterAnswer, "answer read")                            \
     X(InInfo, "in the information or before it")             \
     X(InEnd, "in the end message or before it")              \
     X(AllSent, "all sent")                                   \
@@ -43,16 +43,16 @@ enum KillPoint {
 #define KILL_POINT(name, words) e_##name,
     KILL_POINTS(KILL_POINT)
 #undef KILL_POINT
-        e_Places,
+        e_KillPoints,
 };
 
-constexpr const char* PLACE_NAMES[] = {
+constexpr const char* KILL_POINT_NAMES[] = {
 #define KILL_POINT(name, words) words,
     KILL_POINTS(KILL_POINT)
 #undef KILL_POINT
 };
 
-/** How it goes on. */
+/** How the tool is started again. */
 enum Way { e_AtOnce, e_Rest, e_NoImage, e_Supervised, e_Ways };
 
 constexpr const char* WAY_NAMES[e_Ways] = {
@@ -62,10 +62,10 @@ constexpr const char* WAY_NAMES[e_Ways] = {
     "through tolmira_run",
 };
 
-/** Longer than the controller waits for the rest of a message. */
+/** Longer than the controller's timeout for the rest of a message. */
 constexpr milliseconds REST{5000};
 
-/** What a run came to. */
+/** The result of a run. */
 enum Result { e_Upgraded, e_OnStaleAnswer, e_AlreadyCurrent, e_Failed, e_Results };
 
 constexpr unsigned MOST_RUNS = 3;
@@ -82,14 +82,14 @@ struct Table {
     std::atomic<uint64_t> runs;
     std::atomic<uint64_t> findings;
     std::atomic<uint64_t> neverUpgraded;
-    Row rows[e_Ways][e_Places];
+    Row rows[e_Ways][e_KillPoints];
     /**
-     * Second runs with a controller that refuses the last page: failed, and successful; those
-     * through tolmira_run with one that keeps its answers come last.
+     * Second runs with a controller that refuses the last page: failed, and successful. The last
+     * row has the runs through tolmira_run with a controller that keeps its answers.
      */
-    std::atomic<uint64_t> refused[e_Ways + 1][e_Places][2];
-    /** Which bytes the kill left at which address. */
-    std::atomic<bool> left[e_Places][MAILBOX_TX_STATE + 1][256];
+    std::atomic<uint64_t> refused[e_Ways + 1][e_KillPoints][2];
+    /** The bytes that the kill left at each address. */
+    std::atomic<bool> left[e_KillPoints][MAILBOX_TX_STATE + 1][256];
 };
 
 constexpr size_t BEGIN_SIZE = 8;
@@ -98,14 +98,14 @@ constexpr size_t INFO_SIZE = 12;
 constexpr size_t END_SIZE = 8;
 constexpr size_t ANSWER_SIZE = 9;
 
-/** From how many bytes a faultless controller has taken and given. */
+/** From the bytes that a faultless controller has taken and given. */
 KillPoint KillPointInPages(size_t taken, size_t given) {
     const size_t page = taken / PAGE_SIZE;
     if (taken % PAGE_SIZE != 0) {
         return page == 0 ? e_InPage0 : page == 1 ? e_InPage1 : e_InLaterPage;
     }
     if (page * ANSWER_SIZE == given) {
-        return page == 0 ? e_BehindBegin : e_BehindAnswer;
+        return page == 0 ? e_AfterBegin : e_AfterAnswer;
     }
     return given % ANSWER_SIZE == 0 ? e_BeforeAnswer : e_InAnswer;
 }
@@ -114,7 +114,7 @@ bool Holds(const Words& words, unsigned address, unsigned char byte) {
     return (words[address] & 0xFF) == byte;
 }
 
-/** `words` as the tool left them. */
+/** `words`: the mailbox as the tool left it. */
 KillPoint KillPointOf(const EmbeddedController& controller, const Words& words, size_t pages) {
     const size_t taken = controller.bytesTaken();
     const bool off = Holds(words, MAILBOX_RX_STATE, STATE_ABSENT);
@@ -135,19 +135,11 @@ bool LastPageTaken(const EmbeddedController& controller, const Scenario& scenari
     return controller.bytesTaken() >= BEGIN_SIZE + Pages(scenario) * PAGE_SIZE;
 }
 
-std::string ExpectedFlash(const std::string& payload) {
-    std::string flash;
-    for (size_t page = 0; page * 256 < payload.size(); ++page) {
-        flash += testsupport::ExpectedPage(payload, page);
-    }
-    return flash;
-}
-
 bool Says(const ToolEnd& end, const char* text) {
     return end.out.find(text) != std::string::npos;
 }
 
-/** One interrupted run, and those behind it. */
+/** One interrupted run, and the runs after it. */
 class Interruption {
   public:
     Interruption(TestBench& bench, Table& table, uint64_t seed)
@@ -172,7 +164,7 @@ class Interruption {
     controller::Random i_random;
     Scenario i_scenario;
     std::unique_ptr<EmbeddedController> i_controller;
-    /** The controller gives no answer to page 0, and the tool resets the mailbox. */
+    /** The controller doesn't answer page 0, so the tool resets the mailbox. */
     bool i_silent = false;
     /** The controller refuses the last page. */
     bool i_refused = false;
@@ -180,7 +172,7 @@ class Interruption {
     KillPoint i_killPoint = e_BeforeRequest;
 };
 
-/** The locks that a whole run has behind it at its calls, by the killPoint where it is then. */
+/** The locks that a whole run has taken at each of its calls, by the kill point of the call. */
 using LocksByKillPoint = std::map<KillPoint, std::vector<uint64_t>>;
 
 LocksByKillPoint Watch(TestBench& bench, const Scenario& scenario) {
@@ -191,7 +183,7 @@ LocksByKillPoint Watch(TestBench& bench, const Scenario& scenario) {
         for (uint64_t start = 0; locks.empty() && start < count; ++start) {
             locks[e_BeforeRequest].push_back(start);
         }
-        // What follows a reset is no more than the same again, and so is a page that is refused.
+        // After a reset or a refused page the run only repeats what it has done.
         const bool refused =
             scenario.faults.size() == REFUSALS && LastPageTaken(*controller, scenario);
         if (controller->resets() == 0 && !refused) {
@@ -201,7 +193,7 @@ LocksByKillPoint Watch(TestBench& bench, const Scenario& scenario) {
     return locks;
 }
 
-/** Of a run without a silence, whose locks don't rest on the time at which it begins. */
+/** For a run without a silence, whose locks don't depend on its start time. */
 const LocksByKillPoint& LocksOf(TestBench& bench, const Scenario& scenario) {
     static std::map<std::pair<size_t, size_t>, LocksByKillPoint> known;
     LocksByKillPoint& locks = known[{scenario.payload, scenario.faults.size()}];
@@ -211,13 +203,13 @@ const LocksByKillPoint& LocksOf(TestBench& bench, const Scenario& scenario) {
     return locks;
 }
 
-/** Every killPoint is as likely as every other, and in it every access. */
+/** All kill points are equally likely, and so are all accesses within one. */
 uint64_t Interruption::chooseLock() {
     constexpr uint32_t locksToNextCall = 6;
     if (i_silent) {
-        // From the last look in vain to the end of the reset.
-        const uint64_t lastLook = Watch(i_bench, i_scenario).at(e_BeforeAnswer).back();
-        return lastLook + 1 + i_random.below(locksToNextCall + 2);
+        // From the last poll to the end of the reset.
+        const uint64_t lastPoll = Watch(i_bench, i_scenario).at(e_BeforeAnswer).back();
+        return lastPoll + 1 + i_random.below(locksToNextCall + 2);
     }
     const LocksByKillPoint& locks = LocksOf(i_bench, i_scenario);
     const auto oneOf = [this](const auto& items) {
@@ -231,11 +223,11 @@ void Interruption::kill() {
     const uint64_t lock = chooseLock();
     i_controller = i_bench.prepare(i_scenario);
     const ToolEnd end = i_bench.runTool(*i_controller, i_scenario, lock);
-    // At the very end the tool may be quicker.
+    // Near the end of the run, the tool may exit before it is killed.
     const int ownEnd = i_refused ? 255 : 0;
-    require(end.signal == SIGKILL || end.exitValue == ownEnd, "another end than a kill", end);
+    require(end.signal == SIGKILL || end.exitValue == ownEnd, "ended without being killed", end);
     const Words left = i_controller->words();
-    // What is on offer is taken all the same, the tool being dead or not.
+    // The controller takes a byte on offer even if the tool is dead.
     i_controller->idle(milliseconds(0));
     i_killPoint = KillPointOf(*i_controller, left, Pages(i_scenario));
     if (i_silent && i_killPoint == e_BeforeAnswer) {
@@ -264,16 +256,17 @@ void Interruption::require(bool condition, const char* otherwise, const ToolEnd&
         ++i_table.findings;
         const std::string text = "FINDING: scripts/campaign --interrupted 1 --seed " +
                                  std::to_string(i_seed) + ": " + otherwise + "; killed " +
-                                 PLACE_NAMES[i_killPoint] + ", started again " + WAY_NAMES[i_way] +
-                                 "\n" + end.out + end.err;
+                                 KILL_POINT_NAMES[i_killPoint] + ", started again " +
+                                 WAY_NAMES[i_way] + "\n" + end.out + end.err;
         fwrite(text.data(), 1, text.size(), stdout);
         fflush(stdout);
     }
 }
 
 Result Interruption::judge(const ToolEnd& end) {
-    const bool upgraded = i_controller->flash() == ExpectedFlash(PayloadOf(i_scenario)) &&
-                          i_controller->revision() == TOOL_REVISION;
+    const bool upgraded =
+        i_controller->flash() == testsupport::ExpectedFlash(PayloadOf(i_scenario)) &&
+        i_controller->revision() == TOOL_REVISION;
     if (end.exitValue == 0) {
         require(upgraded, "success without an upgrade", end);
         const bool unread = Holds(i_controller->words(), MAILBOX_RX_FLAG, RX_BYTE_OFFERED);
@@ -281,12 +274,12 @@ Result Interruption::judge(const ToolEnd& end) {
         return unread ? e_OnStaleAnswer : e_Upgraded;
     }
     if (Says(end, "Controller is already at revision")) {
-        require(upgraded && end.exitValue == 255, "nothing to do without an upgrade", end);
+        require(upgraded && end.exitValue == 255, "already current without an upgrade", end);
         return e_AlreadyCurrent;
     }
-    const bool told =
+    const bool reported =
         i_way == e_Supervised ? !end.err.empty() : end.exitValue == 255 && Says(end, "S: ERROR");
-    require(told, "a failure that isn't told", end);
+    require(reported, "a failure without a report", end);
     return e_Failed;
 }
 
@@ -295,14 +288,14 @@ ToolEnd Interruption::startAgain() {
                                  : i_bench.runTool(*i_controller, i_scenario);
 }
 
-/** True if there is nothing more to do. */
+/** True if the controller needs no further run. */
 bool Interruption::runAgain(unsigned number) {
     const Result result = judge(startAgain());
     ++i_table.rows[i_way][i_killPoint].results[number][result];
     return result != e_Failed;
 }
 
-/** A controller that answers each of the last page's attempts with a bad result. */
+/** A bad result for each attempt at the last page. */
 controller::Schedule Refusal(uint16_t lastPage) {
     controller::Schedule faults;
     for (unsigned attempt = 1; attempt <= REFUSALS; ++attempt) {
@@ -324,7 +317,7 @@ void Interruption::choose() {
     i_refused = !i_silent && Pages(i_scenario) > 1 && !i_random.oneIn(3);
     if (i_refused) {
         i_scenario.faults = Refusal(static_cast<uint16_t>(Pages(i_scenario) - 1));
-        // Most of them the way that must never report success falsely.
+        // Mostly through the program that must never falsely report success.
         i_way = i_random.oneIn(4) ? i_way : e_Supervised;
         i_scenario.keepsAnswers = i_way == e_Supervised && i_random.oneIn(2);
     }
@@ -347,7 +340,7 @@ void Interruption::run() {
     i_table.neverUpgraded += number == MOST_RUNS ? 1 : 0;
 }
 
-/** If the last page was refused before the kill, this tells nothing and is left out. */
+/** Skips runs killed after the last page was refused, which show nothing. */
 void Interruption::goOnRefused() {
     if (LastPageTaken(*i_controller, i_scenario)) {
         return;
@@ -370,9 +363,9 @@ void PrintRow(const char* name, const Row& row) {
     printf("\n");
 }
 
-/** What the addresses 6, 7, 9 and 10 held. */
+/** The bytes at addresses 6, 7, 9 and 10. */
 void PrintLeft(const Table& table, size_t killPoint) {
-    printf("%-40s", PLACE_NAMES[killPoint]);
+    printf("%-40s", KILL_POINT_NAMES[killPoint]);
     for (const unsigned address :
          {MAILBOX_RX_FLAG, MAILBOX_RX_STATE, MAILBOX_TX_FLAG, MAILBOX_TX_STATE}) {
         std::string text = std::to_string(address) + ":";
@@ -389,8 +382,8 @@ void PrintRefused(const Table& table) {
         "\nSecond runs with a controller that refuses the last page: failed, and successful\n"
         "%-40s  %-15s %-15s %-15s %-15s %-15s\n",
         "killed", "at once", "rest", "missing image", "tolmira_run", "answers kept");
-    for (size_t killPoint = 0; killPoint < e_Places; ++killPoint) {
-        printf("%-40s", PLACE_NAMES[killPoint]);
+    for (size_t killPoint = 0; killPoint < e_KillPoints; ++killPoint) {
+        printf("%-40s", KILL_POINT_NAMES[killPoint]);
         for (const auto& way : table.refused) {
             printf("  %6lu %6lu ", way[killPoint][0].load(), way[killPoint][1].load());
         }
@@ -401,19 +394,19 @@ void PrintRefused(const Table& table) {
 void Print(const Table& table) {
     for (size_t way = 0; way < e_Ways; ++way) {
         printf(
-            "\nStarted again %s.\nOf each run: upgraded, upgraded with an answer left unread, "
+            "\nStarted again %s.\nBy run: upgraded, upgraded with an answer left unread, "
             "nothing to do, failed\n%-40s %6s  | %-23s | %-23s | %-23s\n",
             WAY_NAMES[way], "killed", "runs", "second run", "third run", "fourth run");
-        for (size_t killPoint = 0; killPoint < e_Places; ++killPoint) {
-            PrintRow(PLACE_NAMES[killPoint], table.rows[way][killPoint]);
+        for (size_t killPoint = 0; killPoint < e_KillPoints; ++killPoint) {
+            PrintRow(KILL_POINT_NAMES[killPoint], table.rows[way][killPoint]);
         }
     }
     PrintRefused(table);
-    printf("\nWhat the kill left in the mailbox\n");
-    for (size_t killPoint = 0; killPoint < e_Places; ++killPoint) {
+    printf("\nBytes that the kill left in the mailbox, by address\n");
+    for (size_t killPoint = 0; killPoint < e_KillPoints; ++killPoint) {
         PrintLeft(table, killPoint);
     }
-    printf("\ninterrupted runs %lu, findings %lu, not upgraded by %u more runs: %lu\n",
+    printf("\ninterrupted runs %lu, findings %lu, not upgraded after %u more runs: %lu\n",
            table.runs.load(), table.findings.load(), MOST_RUNS, table.neverUpgraded.load());
 }
 

@@ -16,10 +16,10 @@ namespace campaign {
 
 namespace {
 
-/** Real time; far above what the tool needs between two calls, on the busiest machine. */
+/** Real time, far more than the tool needs between two calls on a busy machine. */
 constexpr timespec HANG_LIMIT = {60, 0};
 
-/** Of the one living object, for the signal handler. */
+/** The turns of the only LockstepTool, for the signal handler. */
 Turns* currentTurns = nullptr;
 
 void NoteEnd(int /*signal*/) {
@@ -29,7 +29,7 @@ void NoteEnd(int /*signal*/) {
 int MemoryFile(const char* name, unsigned flags) {
     const int file = memfd_create(name, flags);
     if (file < 0) {
-        throw std::runtime_error(std::string("no memory file ") + name);
+        throw std::runtime_error(std::string("cannot create memory file ") + name);
     }
     return file;
 }
@@ -48,20 +48,10 @@ std::string Contents(int file) {
     return text;
 }
 
-std::vector<char*> Pointers(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    pointers.reserve(texts.size() + 1);
-    for (std::string& text : texts) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
 }  // namespace
 
 LockstepTool::LockstepTool(const std::string& library)
-    :  // The one descriptor that the tool inherits.
+    :  // The only descriptor that the tool inherits.
       i_turnsFile(MemoryFile("turns", 0)),
       i_outFile(MemoryFile("out", MFD_CLOEXEC)),
       i_errFile(MemoryFile("err", MFD_CLOEXEC)) {
@@ -94,7 +84,7 @@ LockstepTool::~LockstepTool() {
 }
 
 void LockstepTool::makeEnvironment(const std::string& library) {
-    // With sanitizers the order of libraries is checked at the start, and ours has to be the first.
+    // AddressSanitizer must accept that the preloaded library comes first.
     std::string sanitizer = "ASAN_OPTIONS=verify_asan_link_order=0";
     for (char** entry = environ; *entry != nullptr; ++entry) {
         const std::string text = *entry;
@@ -126,7 +116,8 @@ void LockstepTool::start(std::vector<std::string> command, const std::string& di
     posix_spawn_file_actions_adddup2(&actions, i_errFile, STDERR_FILENO);
     posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
     const int rc = posix_spawn(&i_pid, command[0].c_str(), &actions, nullptr,
-                               Pointers(command).data(), Pointers(i_environment).data());
+                               testsupport::Pointers(command).data(),
+                               testsupport::Pointers(i_environment).data());
     posix_spawn_file_actions_destroy(&actions);
     if (rc != 0) {
         i_pid = -1;
@@ -135,7 +126,7 @@ void LockstepTool::start(std::vector<std::string> command, const std::string& di
 }
 
 std::optional<Call> LockstepTool::next() {
-    // A signal between the look and the wait has changed the word, so the wait ends at once.
+    // If the signal arrives between the load and the wait, the changed word ends the wait at once.
     timespec before = {};
     clock_gettime(CLOCK_MONOTONIC, &before);
     uint32_t turn = i_turns->turn.load(std::memory_order_acquire);
@@ -166,10 +157,7 @@ ToolEnd LockstepTool::end() {
     while (waitpid(i_pid, &status, 0) < 0 && errno == EINTR) {
     }
     i_pid = -1;
-    ToolEnd end;
-    end.exitValue = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    end.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    end.hung = i_hung;
+    ToolEnd end = {testsupport::ResultOf(status), i_hung};
     end.out = Contents(i_outFile);
     end.err = Contents(i_errFile);
     return end;

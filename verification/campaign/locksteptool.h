@@ -6,27 +6,23 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/child.h"
 #include "verification/campaign/turns.h"
 
 namespace campaign {
 
-/** How a tool ended, and what it wrote. */
-struct ToolEnd {
-    /** -1 where a signal ended it. */
-    int exitValue = -1;
-    int signal = 0;
-    /** It did nothing for so long in real time that it was killed. */
+/** How a run of the tool ended, and its output. */
+struct ToolEnd : testsupport::ChildResult {
+    /** Killed, since it made no call for too long in real time. */
     bool hung = false;
-    std::string out;
-    std::string err;
 };
 
 /**
- * The built tool, run in lockstep with the caller: again and again, one process at a time, by
- * itself or through a program that starts it.
+ * Runs the built tool in lockstep with the caller, one process after another. The tool is started
+ * directly or by another program.
  *
- * The process that holds this object must have no other children, since it learns of the tool's end
- * through SIGCHLD; and one such object at a time. One thread.
+ * SIGCHLD signals the tool's end, so the process that owns this object must not have other children
+ * or a second such object. One thread.
  */
 class LockstepTool {
   public:
@@ -36,21 +32,21 @@ class LockstepTool {
     LockstepTool(const LockstepTool&) = delete;
     LockstepTool& operator=(const LockstepTool&) = delete;
 
-    /** What becomes of the tool at the locks that it takes. */
+    /** What happens when the tool takes a lock. */
     struct AtLocks {
-        /** `next` tells of each. */
+        /** `next` returns each lock. */
         bool turn = false;
-        /** It is killed in front of this one, from 1 on; 0: never. */
+        /** The tool is killed before this lock, counted from 1; 0: never. */
         uint64_t kill = 0;
     };
-    /** The command's first word is the program. */
+    /** The first word of the command is the program's path. */
     void start(std::vector<std::string> command, const std::string& directory,
                const AtLocks& atLocks);
-    /** Waits for what the tool does next; no value: it has ended, or hangs. */
+    /** Waits for the tool's next call. No value if the tool has ended or hangs. */
     std::optional<Call> next();
-    /** Gives the turn back, at this time: microseconds since the epoch. */
+    /** Returns the turn to the tool. `now`: microseconds since the epoch. */
     void proceed(int64_t now);
-    /** To be called when `next` had no value. */
+    /** Call it when `next` has returned no value. */
     ToolEnd end();
 
     uint64_t locks() const { return i_turns->locks; }
