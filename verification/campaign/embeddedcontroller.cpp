@@ -14,10 +14,10 @@ namespace {
 constexpr int64_t US_PER_MS = 1000;
 constexpr int64_t US_PER_SECOND = 1000000;
 
-/** Looks without anything to do in between; a controller that goes on for ever is out of order. */
+/** Polls in one call, after which a controller that still has work is broken. */
 constexpr int POLL_LIMIT = 10000;
 
-uint32_t* MadeFresh(uint32_t* words) {
+uint32_t* Initialised(uint32_t* words) {
     const Words fresh = FreshWords();
     std::copy(fresh.begin(), fresh.end(), words);
     return words;
@@ -27,7 +27,7 @@ uint32_t* MadeFresh(uint32_t* words) {
 
 EmbeddedController::EmbeddedController(const Scenario& scenario, uint32_t* words)
     : i_scenario(scenario),
-      i_words(MadeFresh(words)),
+      i_words(Initialised(words)),
       i_events(i_said, false),
       i_plan(scenario.faults, i_events),
       i_conversation(i_flash, i_events, std::nullopt),
@@ -96,11 +96,12 @@ void EmbeddedController::act() {
     const bool offered = holds(MAILBOX_TX_FLAG, TX_BYTE_OFFERED);
     const bool read = holds(MAILBOX_RX_FLAG, RX_BYTE_TAKEN);
     i_bytesGiven += read && i_onOffer ? 1 : 0;
-    // Twice in vain: what ends a look may be the beginning of something that is due at once.
-    for (int polls = 0, vain = 0; vain < 2; ++polls) {
-        vain = i_session.poll(now()) ? 0 : vain + 1;
+    // Until two polls in a row find no work: the end of one may start something that is due at
+    // once.
+    for (int polls = 0, idle = 0; idle < 2; ++polls) {
+        idle = i_session.poll(now()) ? 0 : idle + 1;
         if (polls == POLL_LIMIT) {
-            throw std::runtime_error("the controller doesn't come to rest");
+            throw std::runtime_error("the controller never becomes idle");
         }
     }
     i_bytesTaken += offered && holds(MAILBOX_TX_FLAG, TX_BYTE_TAKEN) ? 1 : 0;

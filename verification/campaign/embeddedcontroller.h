@@ -19,29 +19,28 @@
 namespace campaign {
 
 /**
- * The controller of a scenario in this process, and the clock of the tools that it meets. It acts
- * when a tool has handed over the turn, and lets the time go on as the scenario says.
+ * The controller of a scenario, inside this process, and the tools' clock. It acts when a tool
+ * hands over the turn, and advances the time as the scenario says.
  *
- * Borrows the scenario and the words, which it makes fresh. One thread.
+ * Borrows the scenario and the words, and initialises the words. One thread.
  */
 class EmbeddedController {
   public:
     EmbeddedController(const Scenario& scenario, uint32_t* words);
 
-    /** Goes with the tool to its end; `onCall` is called before each call, with the locks so far.
-     */
+    /** Serves the tool to its end. Before each call of the tool, `onCall` gets the locks so far. */
     ToolEnd serve(LockstepTool& tool, const std::function<void(uint64_t)>& onCall = {});
-    /** Lets so much time go by without a tool. */
+    /** Lets time pass without a tool. */
     void idle(std::chrono::milliseconds time);
 
-    /** Every call of the tools so far. */
+    /** The calls of the tools so far. */
     const std::vector<ToolCall>& steps() const { return i_steps; }
     Words words() const;
     std::string flash() const;
     std::string events() const { return i_said.str(); }
     uint16_t revision() const { return i_session.revision(); }
     unsigned resets() const { return i_session.resets(); }
-    /** How many bytes have been taken from the tools, and how many by them. */
+    /** The bytes taken from the tools, and the bytes that the tools have taken. */
     size_t bytesTaken() const { return i_bytesTaken; }
     size_t bytesGiven() const { return i_bytesGiven; }
 

@@ -15,7 +15,7 @@ namespace {
 
 constexpr size_t KINDS = static_cast<size_t>(controller::FaultKind::Revise) + 1;
 
-/** What the runs came to; the processes add to it together. */
+/** Totals, in memory that all processes share. */
 struct Figures {
     std::atomic<uint64_t> runs;
     std::atomic<uint64_t> differences;
@@ -24,7 +24,7 @@ struct Figures {
     std::atomic<uint64_t> sentAgain;
     std::atomic<uint64_t> faultless;
     std::atomic<uint64_t> exitValues[256];
-    /** Of each kind, how many were to act, and how many did. */
+    /** By kind: the faults planned, and those that acted. */
     std::atomic<uint64_t> planned[KINDS];
     std::atomic<uint64_t> acted[KINDS];
 };
@@ -72,7 +72,7 @@ void Check(TestBench& bench, Figures& figures, const Scenario& scenario) {
         ++figures.differences;
         const std::string text =
             "DIFFERENCE: scripts/campaign " + Options(scenario) + "\n" + differences;
-        // In one piece, whatever the other processes print.
+        // One write, so that lines of other processes cannot come between.
         fwrite(text.data(), 1, text.size(), stdout);
         fflush(stdout);
     }
@@ -81,23 +81,23 @@ void Check(TestBench& bench, Figures& figures, const Scenario& scenario) {
 void Print(const Figures& figures, double seconds) {
     printf("runs %lu, differences %lu, %.1f seconds, %.0f runs a second\n", figures.runs.load(),
            figures.differences.load(), seconds, static_cast<double>(figures.runs) / seconds);
-    printf("ended with 0: %lu, with 1: %lu, with 255: %lu\n", figures.exitValues[0].load(),
+    printf("exit value 0: %lu, 1: %lu, 255: %lu\n", figures.exitValues[0].load(),
            figures.exitValues[1].load(), figures.exitValues[255].load());
     printf(
-        "without a fault %lu, calls of the tool %lu, resets by the host %lu, "
-        "attempts at a page that failed %lu\n",
+        "runs without a fault %lu, calls of the tool %lu, resets by the host %lu, "
+        "failed attempts at a page %lu\n",
         figures.faultless.load(), figures.calls.load(), figures.resets.load(),
         figures.sentAgain.load());
     uint64_t planned = 0;
     uint64_t acted = 0;
-    printf("faults, those that came to act of those planned:");
+    printf("faults that acted, of those planned:");
     for (size_t kind = 0; kind < KINDS; ++kind) {
         planned += figures.planned[kind];
         acted += figures.acted[kind];
         printf(" %s %lu/%lu,", KindName(kind).c_str(), figures.acted[kind].load(),
                figures.planned[kind].load());
     }
-    printf(" in all %lu/%lu\n", acted, planned);
+    printf(" total %lu/%lu\n", acted, planned);
 }
 
 bool RunAll(const Programs& programs, const WorkLimits& extent,

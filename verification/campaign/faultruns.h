@@ -9,9 +9,8 @@
 namespace campaign {
 
 /**
- * Holds runs of the tool against the model, and prints what they come to: for each difference the
- * options that repeat its run and where the two part, and at the end the figures. True if there was
- * no difference.
+ * Compares runs of the tool with the model. For each difference, prints its place and the options
+ * that repeat the run; at the end, prints totals. True if there was no difference.
  */
 [[nodiscard]] bool RunSeeds(const Programs& programs, uint64_t seed, const WorkLimits& extent);
 [[nodiscard]] bool RunOne(const Programs& programs, const Scenario& scenario);

@@ -10,7 +10,7 @@
 
 namespace campaign {
 
-/** Sleeps while the word holds `value`, at most for `limit`, null for ever; may return early. */
+/** Sleeps while the word holds `value`, for at most `limit` (null: no limit). May return early. */
 inline void FutexWait(std::atomic<uint32_t>& word, uint32_t value, const timespec* limit) {
     syscall(SYS_futex, &word, FUTEX_WAIT, value, limit, nullptr, 0);
 }

@@ -8,10 +8,10 @@
 namespace campaign {
 
 /**
- * Runs in which the tool is killed in front of one of its accesses to the mailbox, anywhere, and
- * started again with the same controller and the same shared memory: at once, after a rest, or
- * behind a run that finds no image. Prints what comes of it, by the place where the kill hit. True
- * if no run called a controller upgraded that isn't, and every one that failed said so.
+ * Kills the tool before a random access to the mailbox, and starts it again with the same
+ * controller and the same shared memory: at once, after a rest, after a run with a missing image,
+ * or through tolmira_run. Prints the results by the place of the kill. True if no run falsely
+ * reported success and each failure was reported.
  */
 [[nodiscard]] bool RunInterrupted(const Programs& programs, uint64_t seed,
                                   const WorkLimits& extent);

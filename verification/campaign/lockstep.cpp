@@ -1,6 +1,4 @@
-/**
- * liblockstep.so: preloaded into the tool, it makes the far side the master of the tool's clock.
- * See turns.h.
+/** liblockstep.so: preloaded into the tool, it lets the far side set the tool's clock. See turns.h.
  */
 #include <dlfcn.h>
 #include <pthread.h>
@@ -26,7 +24,7 @@ Turns* turns = nullptr;
 
 __attribute__((constructor)) void Join() {
     const char* descriptor = getenv(campaign::LOCKSTEP_VARIABLE);
-    // A program that supervises the tool gets the variable too, and goes its own way.
+    // A program that supervises the tool inherits the variable, but must not take part.
     if (descriptor == nullptr ||
         strcmp(program_invocation_short_name, campaign::LOCKSTEP_PROGRAM) != 0) {
         return;
@@ -34,13 +32,13 @@ __attribute__((constructor)) void Join() {
     void* memory = mmap(nullptr, sizeof(Turns), PROT_READ | PROT_WRITE, MAP_SHARED,
                         static_cast<int>(strtol(descriptor, nullptr, 10)), 0);
     if (memory == MAP_FAILED) {
-        perror("liblockstep: no shared memory");
+        perror("liblockstep: cannot map the turns");
         abort();
     }
     turns = static_cast<Turns*>(memory);
 }
 
-/** Hands over the turn and waits for it; the time has come by then. errno stays as it was. */
+/** Hands over the turn and waits to get it back, with a new time. Preserves errno. */
 void HandOver(Call call) {
     const int error = errno;
     turns->call = call;
@@ -52,7 +50,7 @@ void HandOver(Call call) {
     errno = error;
 }
 
-/** The function of this name that would have been called without this library. */
+/** The function of this name that this library hides. */
 template <typename Function>
 Function* Next(Function* /*ours*/, const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
@@ -80,9 +78,8 @@ extern "C" unsigned int sleep(unsigned int seconds) {
     return 0;
 }
 
-// The logger's vprintf reaches the C library under one of these names, as the compiler likes. Some
-// of them are inline functions of its headers, so ours are known to the compiler by names of their
-// own.
+// The compiler may turn the logger's vprintf into any of these. Some are inline functions in the C
+// library's headers, so the definitions here have other names in C++.
 extern "C" int Print(FILE* stream, const char* format, va_list arguments) __asm__("vfprintf");
 extern "C" int PrintLine(const char* format, va_list arguments) __asm__("vprintf");
 extern "C" int PrintChecked(FILE* stream, int flag, const char* format,

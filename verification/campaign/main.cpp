@@ -1,6 +1,6 @@
 /**
- * fault_campaign: runs of the built tool, each with a controller of random faults, in lockstep and
- * on a clock of their own; each is held against a model that predicts it to the letter.
+ * fault_campaign: runs the built tool with controllers that have random faults, in lockstep and on
+ * a simulated clock. Compares each run with a model that predicts it exactly.
  */
 #include <cstdio>
 #include <map>
@@ -22,7 +22,7 @@ struct CampaignSettings {
     uint64_t seed = 1;
     std::optional<std::string> faults;
     Scenario scenario;
-    /** The scenario's ImageKind, as the command line has it. */
+    /** The scenario's ImageKind. */
     int image = static_cast<int>(ImageKind::Good);
 };
 
@@ -30,27 +30,27 @@ void AddOptions(const commandline::CommandOptions& program, CampaignSettings& se
     const std::map<std::string, int> images = {{"good", static_cast<int>(ImageKind::Good)},
                                                {"missing", static_cast<int>(ImageKind::Missing)},
                                                {"headless", static_cast<int>(ImageKind::NoHeader)}};
-    program.option("--runs", settings.extent.count, "Runs with random faults").showDefault();
+    program.option("--runs", settings.extent.count, "Number of runs with random faults")
+        .showDefault();
     program.option("--interrupted", settings.interrupted,
-                   "In their place: so many runs in which the tool is killed");
-    program.option("--seconds", settings.extent.seconds,
-                   "No more runs are begun after so many seconds");
-    program.option("--seed", settings.seed, "What makes them random").showDefault();
-    program.option("--jobs", settings.extent.jobs, "Processes that share the runs")
+                   "Instead, make this many runs in which the tool is killed");
+    program.option("--seconds", settings.extent.seconds, "Start no run after this time");
+    program.option("--seed", settings.seed, "Seed of the random runs").showDefault();
+    program.option("--jobs", settings.extent.jobs, "Number of processes")
         .showDefault()
         .inRange(1, 64);
-    program.option("--tool", settings.programs.tool, "The tool").showDefault();
+    program.option("--tool", settings.programs.tool, "Path of the tool").showDefault();
 
     Scenario& scenario = settings.scenario;
-    program.option("--faults", settings.faults, "One run alone, with these faults");
-    program.option("--payload", scenario.payload, "Its image: bytes, with the checksum");
+    program.option("--faults", settings.faults, "Make one run, with these faults");
+    program.option("--payload", scenario.payload, "Bytes of its image, with the checksum");
     program.choice("--image", settings.image, images, "good, missing or headless");
-    program.option("--revision", scenario.revision, "The revision that its controller announces");
-    program.option("--start-us", scenario.start, "Its start; microseconds since the epoch");
-    program.option("--silence-ms", scenario.silenceMs, "Its clock's steps while nothing happens");
-    program.flag("--force", scenario.force, "With the option -f");
-    program.flag("--every-access", scenario.everyAccess,
-                 "With each access to the mailbox looked at");
+    program.option("--revision", scenario.revision, "Revision that its controller announces");
+    program.option("--start-us", scenario.start,
+                   "Time of its start, in microseconds since the epoch");
+    program.option("--silence-ms", scenario.silenceMs, "Step of its clock while nothing happens");
+    program.flag("--force", scenario.force, "Run the tool with -f");
+    program.flag("--every-access", scenario.everyAccess, "Compare each access to the mailbox");
 }
 
 int ExitValue(bool good) {
@@ -84,12 +84,12 @@ int Run(CampaignSettings& settings) {
 
 }  // namespace campaign
 
-// Out of memory, the program may end as the library ends it.
+// If memory runs out, std::terminate is good enough.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     OpenStandardDescriptors();
     commandline::Program program(
-        "Holds the tool against a model of it, run by run, with a controller of random faults.\n"
-        "Exit value: 0 no difference, 1 some, 2 wrong usage.",
+        "Compare runs of the tool with a model of it, with a controller that has random faults.\n"
+        "Exit value: 0 no difference, 1 differences, 2 wrong usage.",
         "fault_campaign");
     campaign::CampaignSettings settings;
     campaign::AddOptions(program, settings);

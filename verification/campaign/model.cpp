@@ -27,8 +27,8 @@ RunOutcome FreshOutcome() {
 }
 
 /**
- * The tool, told as a story: what it says, what it leaves in the mailbox, and when it looks at the
- * clock. Between two calls only the tool acts, at a call only the far side.
+ * Follows the tool step by step: its log lines, its accesses to the mailbox, and its readings of
+ * the clock. Between two calls only the tool acts; at a call only the far side does.
  */
 class RunPredictor {
   public:
@@ -44,7 +44,6 @@ class RunPredictor {
 
     RunOutcome predict() {
         i_outcome.exitValue = run();
-        // The tool's last deed.
         write(MAILBOX_RX_STATE, STATE_ABSENT);
         i_outcome.log = i_log.text();
         i_outcome.flash = i_farSide.flash();
@@ -76,7 +75,7 @@ class RunPredictor {
         }
     }
 
-    // The calls, at which the time goes on and the far side acts.
+    // Calls: the time advances, and the far side acts.
 
     void note(Call kind) {
         ToolCall step = {kind, i_now, {}};
@@ -119,12 +118,12 @@ class RunPredictor {
 
     // Bytes.
 
-    /** The clock is read at the start and behind each look that is in vain. */
+    /** Reads the clock at the start, and after each poll without a match. */
     bool waitFor(unsigned address, unsigned char wanted, int64_t limit) {
         const int64_t start = secondsNow();
         while (read(address) != wanted) {
             if (secondsNow() - start > limit) {
-                read(address);  // whatever it says
+                read(address);  // a match no longer counts
                 reset();
                 return false;
             }
@@ -150,7 +149,7 @@ class RunPredictor {
         return true;
     }
 
-    /** Reads on until so many bytes are there. */
+    /** Reads until there are `size` bytes. */
     bool receive(std::string& bytes, size_t size) {
         constexpr int64_t limit = 3;
         while (bytes.size() < size) {
@@ -164,7 +163,7 @@ class RunPredictor {
         return true;
     }
 
-    /** One message of the far side; none if it is no message or doesn't come. */
+    /** One message of the far side; none if it is invalid or doesn't arrive. */
     std::optional<std::string> receiveMessage() {
         constexpr size_t header = 8;
         std::string bytes;
@@ -241,7 +240,7 @@ class RunPredictor {
     }
 
     int run() {
-        // The regions are made.
+        // One for each region that the tool maps.
         constexpr int locksOfStart = 3;
         for (int i = 0; i < locksOfStart; ++i) {
             lock();
@@ -278,7 +277,7 @@ class RunPredictor {
             error("Failed to upgrade Tolmira controller!\n");
             return false;
         }
-        // Information and end, each sent whatever became of the one before.
+        // The end is sent even if the information fails.
         constexpr size_t infoSize = 12;
         constexpr size_t endSize = 8;
         const std::string wire = testsupport::ExpectedWire(payload);
@@ -292,7 +291,7 @@ class RunPredictor {
     RunOutcome i_outcome = FreshOutcome();
     testsupport::Transcript i_log;
     int64_t i_now;
-    /** The far side changed something at the last call. */
+    /** Whether the far side changed the mailbox at the last call. */
     bool i_busy = true;
     ModelFarSide i_farSide;
     uint32_t i_polls = 0;

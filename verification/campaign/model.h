@@ -5,7 +5,7 @@
 
 namespace campaign {
 
-/** What must come of a scenario, worked out without the tool and without the controller. */
+/** The outcome that a scenario must have, computed without the tool and the controller. */
 RunOutcome Predict(const Scenario& scenario);
 
 }  // namespace campaign

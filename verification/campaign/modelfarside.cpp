@@ -16,7 +16,7 @@ namespace {
 
 constexpr size_t HEADER = 8;
 constexpr size_t PAGE = 256;
-/** In a page's message. */
+/** Offsets in a page's message. */
 constexpr size_t PAGE_NUMBER = HEADER;
 constexpr size_t PAGE_DATA = HEADER + 8;
 
@@ -39,7 +39,7 @@ void PutBig(std::string& bytes, size_t offset, size_t count, uint32_t number) {
     }
 }
 
-/** What a fault makes of the bytes of an answer, if it is one that changes them. */
+/** Applies the fault to the bytes of an answer. Other kinds of faults don't change them. */
 void Corrupt(std::string& bytes, const Fault& fault) {
     const uint32_t value = fault.value.value_or(0);
     switch (fault.kind) {
@@ -104,7 +104,7 @@ ModelFarSide::ModelFarSide(const Scenario& scenario, Words& words)
     for (const Fault& fault : scenario.faults) {
         i_faults.push_back({fault});
     }
-    // At one place they act in the order of their kinds.
+    // Faults at one place act in the order of their kinds.
     std::stable_sort(i_faults.begin(), i_faults.end(),
                      [](const Fault& a, const Fault& b) { return a.kind < b.kind; });
     if (const Fault* dirty = ofRun(FaultKind::Dirty)) {
@@ -149,7 +149,7 @@ bool ModelFarSide::step() {
     if (byte(MAILBOX_TX_STATE) == STATE_ABSENT) {
         return noticeReset();
     }
-    return acceptHost() || look() || offer();
+    return acceptHost() || pollHost() || offer();
 }
 
 bool ModelFarSide::bringUp() {
@@ -189,7 +189,7 @@ bool ModelFarSide::acceptHost() {
     return true;
 }
 
-/** The message and all answers are forgotten, and both directions are down. */
+/** Drops the message and all answers. Both directions are down. */
 void ModelFarSide::disarm() {
     endMessage();
     i_message.clear();
@@ -205,7 +205,7 @@ void ModelFarSide::disarm() {
     i_receiveUp = false;
 }
 
-/** Whether complete or broken off, a page frame was one more attempt. */
+/** A page frame is an attempt even if it breaks off. */
 void ModelFarSide::endMessage() {
     if (i_inMessage && i_place.message == HostMessage::Page) {
         i_lastPage = i_place.page;
@@ -215,8 +215,8 @@ void ModelFarSide::endMessage() {
     i_inMessage = false;
 }
 
-/** A look at the host's byte, or at what is still to be done behind the last one. */
-bool ModelFarSide::look() {
+/** Takes the byte on offer, or continues after the last byte of a message. */
+bool ModelFarSide::pollHost() {
     if (!i_messageComplete) {
         if (byte(MAILBOX_TX_FLAG) != TX_BYTE_OFFERED) {
             return false;
@@ -231,7 +231,7 @@ bool ModelFarSide::look() {
     return finishMessage() || i_upAt.has_value();
 }
 
-/** False while, or because, the faults behind the message don't let the answer go. */
+/** False if a fault after the message holds the answer back, for now or for good. */
 bool ModelFarSide::finishMessage() {
     if (!injectFaults()) {
         return false;
@@ -279,7 +279,7 @@ void ModelFarSide::placeByte() {
     i_place.byte = static_cast<unsigned>(i_message.size());
 }
 
-/** The faults at this place act. False if the message doesn't go on from here, now or ever. */
+/** Injects the faults at this place. False if one stops the message, for now or for good. */
 bool ModelFarSide::injectFaults() {
     if (i_heldUntil && i_now < *i_heldUntil) {
         return false;
@@ -337,7 +337,7 @@ void ModelFarSide::takeByte() {
         ++i_place.byte;
         finishMessage();
     }
-    // The last byte too, whatever has happened behind it.
+    // The last byte is acknowledged even if a fault after it has acted.
     write(MAILBOX_TX_FLAG, TX_BYTE_TAKEN);
 }
 
@@ -365,7 +365,7 @@ void ModelFarSide::handleMessage() {
     }
 }
 
-/** The next page, or the last one again, in a transfer that has been opened. */
+/** Good are the next page and a repetition of the last one, after an opening message. */
 unsigned char ModelFarSide::judgePage() {
     constexpr unsigned char good = 0;
     constexpr unsigned char outOfOrder = 2;
@@ -398,7 +398,7 @@ std::vector<Fault> ModelFarSide::answerFaults() const {
     return faults;
 }
 
-/** Puts the answer in the queue, from behind what has gone out early. */
+/** Queues the answer without the bytes that were sent early. */
 void ModelFarSide::queueVerdict() {
     if (!i_verdict) {
         return;
@@ -467,7 +467,7 @@ bool ModelFarSide::offer() {
 
 void ModelFarSide::noteOffered(unsigned char byte) {
     i_read.push_back(static_cast<char>(byte));
-    // Of what is no message the host reads no more than a header.
+    // Of an invalid message the host reads only the header.
     if (i_read.size() >= HEADER && i_read.size() == SizeOfAnswer(i_read).value_or(HEADER)) {
         i_good = IsGoodAnswer(i_read);
         i_read.clear();

@@ -11,34 +11,34 @@
 namespace campaign {
 
 /**
- * The far side as it is meant to be, faults included: one half of the model. It is a machine of its
- * own, with no code of the controller's; what each fault means stands with the schedule.
+ * The far side of the model, with its faults. It shares no code with the controller; the header of
+ * the schedule defines the faults.
  *
- * Borrows the scenario and the words. Times are milliseconds from any start.
+ * Borrows the scenario and the words. Times are milliseconds from an arbitrary start.
  */
 class ModelFarSide {
   public:
     ModelFarSide(const Scenario& scenario, Words& words);
 
     void announce();
-    /** Does all that can be done at this time. */
+    /** Does everything that is due at this time. */
     void act(int64_t now);
 
     const std::string& flash() const { return i_flash; }
     unsigned resets() const { return i_resets; }
 
   private:
-    /** A fault at a byte of the host acts once. */
+    /** A fault at a byte of the host, which acts once. */
     struct PendingFault : controller::Fault {
         bool done = false;
     };
-    /** A byte for the host, and what is wrong with its giving. */
+    /** A byte for the host, and the faults in offering it. */
     struct AnswerByte {
         unsigned char byte = 0;
         int64_t lateMs = 0;
         bool overrun = false;
         bool dieBefore = false;
-        /** There is no byte, only a death behind the last one. */
+        /** Not a byte: the far side dies after the last one. */
         bool none = false;
     };
 
@@ -48,7 +48,7 @@ class ModelFarSide {
     void clear();
 
     const controller::Fault* ofRun(controller::FaultKind kind) const;
-    /** The faults of the answer to this page, in the order of acting. */
+    /** The faults of the answer to this page, in the order in which they act. */
     std::vector<controller::Fault> answerFaults() const;
 
     bool step();
@@ -58,7 +58,7 @@ class ModelFarSide {
     void disarm();
     void endMessage();
 
-    bool look();
+    bool pollHost();
     void beginMessage();
     void placeByte();
     void placePage(unsigned page);
@@ -87,18 +87,19 @@ class ModelFarSide {
     std::optional<int64_t> i_upAt;
     unsigned i_resets = 0;
 
-    /** The host's message, and where in it the host is. */
+    /** The host's message, and the position in it. */
     std::string i_message;
     controller::BytePosition i_place;
     bool i_inMessage = false;
-    /** The message is complete, the faults behind it are not done with yet. */
+    /** The message is complete, but faults after its last byte are still to act. */
     bool i_messageComplete = false;
     bool i_opened = false;
     std::optional<int64_t> i_heldUntil;
 
     unsigned i_lastPage = 0;
     unsigned i_attempts = 0;
-    /** What the host has read since the last page, and whether that was a good answer. */
+    /** The bytes that the host has read since the last page, and whether they were a good answer.
+     */
     std::string i_read;
     bool i_good = false;
 
@@ -114,9 +115,9 @@ class ModelFarSide {
     std::string i_flash;
 };
 
-/** The size of the message that begins with this header, if it is one that a host reads on. */
+/** The size of the message with this header; none if a host does not read on after it. */
 std::optional<size_t> SizeOfAnswer(const std::string& header);
-/** Whether a whole message says that the page is good. */
+/** Whether a whole message reports a good page. */
 bool IsGoodAnswer(const std::string& bytes);
 
 }  // namespace campaign

@@ -25,13 +25,13 @@ std::string Number(uint32_t number) {
     return text;
 }
 
-/** Item `index` as text, or its absence. */
+/** Item `index` as text, or "(the end)". */
 template <typename Items, typename Describe>
 std::string Item(const Items& items, size_t index, const Describe& describe) {
     return index < items.size() ? describe(items[index]) : "(the end)";
 }
 
-/** The first place where two sequences differ, with what stands in front of it. */
+/** The first difference of two sequences, with up to three items before it. */
 template <typename Items, typename Equal, typename Describe>
 std::string FirstDifference(const char* name, const Items& predicted, const Items& seen,
                             const Equal& equal, const Describe& describe) {

@@ -27,7 +27,7 @@ uint16_t Pages(const Scenario& scenario) {
 }
 
 uint64_t SeedOfRun(uint64_t campaignSeed, uint64_t run) {
-    // Run 0 has the campaign's own seed, so that a single run can be asked for by its seed.
+    // Run 0 has the seed of the campaign, so that --seed can repeat any single run.
     return run == 0 ? campaignSeed : controller::Random(campaignSeed ^ (run << 20)).next();
 }
 
@@ -45,12 +45,12 @@ Scenario RandomScenario(uint64_t seed) {
     if (random.oneIn(40)) {
         scenario.image = random.oneIn(2) ? ImageKind::Missing : ImageKind::NoHeader;
     }
-    // Any day of half a century, any part of a second, and often its very edges.
+    // Any second of half a century, and often the edges of the second.
     scenario.start = int64_t{random.below(1600000000)} * microsecondsPerSecond;
     const uint32_t part = random.below(microsecondsPerSecond);
     scenario.start += random.oneIn(2) ? part : random.oneOf({0, 1, 999, 999000, 999999, part});
     scenario.silenceMs = random.oneOf({50, 100, 250, 700, 1000});
-    // Slow, so only some.
+    // Slow, so only in some runs.
     scenario.everyAccess = random.oneIn(12);
     scenario.faults = controller::RandomSchedule(random.next(), Pages(scenario));
     return scenario;

@@ -13,41 +13,40 @@ using toolcontract::TOOL_REVISION;
 
 enum class ImageKind { Good, Missing, NoHeader };
 
-/** Everything that a run depends on. */
+/** Everything that determines a run. */
 struct Scenario {
     controller::Schedule faults;
-    /** Bytes, the checksum included. */
+    /** In bytes, with the checksum. */
     size_t payload = 0;
     ImageKind image = ImageKind::Good;
-    /** What the controller announces. */
+    /** The revision that the controller announces. */
     uint16_t revision = 0;
     bool force = false;
-    /** The controller's answers outlive the next host's request for the direction. */
+    /** The controller keeps its answers when the next host asks for the direction. */
     bool keepsAnswers = false;
-    /** The time at the beginning, microseconds since the epoch. */
+    /** The time at the start, in microseconds since the epoch. */
     int64_t start = 0;
-    /** How far the clock goes on at a call in a silence; milliseconds. */
+    /** By how many milliseconds a call advances the clock while the far side is silent. */
     int64_t silenceMs = 100;
-    /** Each single access to the mailbox is held against the model, not only their sums. */
+    /** Compare the mailbox at each access, and not only at the other calls. */
     bool everyAccess = false;
 };
 
-/** How far the clock goes on at a call after the far side has changed something. */
+/** By how many milliseconds a call advances the clock after the far side changed the mailbox. */
 constexpr int64_t BUSY_MS = 1;
 
-/** Pages that the image makes. */
+/** The number of the image's pages. */
 uint16_t Pages(const Scenario& scenario);
 
-/** The same scenario for the same seed on every machine. */
+/** Depends on the seed alone, on every machine. */
 Scenario RandomScenario(uint64_t seed);
 
-/** A seed for each run of a campaign. */
+/** The seed of one run of a campaign. */
 uint64_t SeedOfRun(uint64_t campaignSeed, uint64_t run);
 
-/** The options that make the campaign run this scenario alone. */
+/** The options of fault_campaign that run this scenario alone. */
 std::string Options(const Scenario& scenario);
 
-/** The payload, and the whole image file. */
 std::string PayloadOf(const Scenario& scenario);
 std::string ImageOf(const Scenario& scenario);
 

@@ -9,7 +9,8 @@ namespace campaign {
 
 namespace {
 
-/** Away from its symbols, which only reports need, the tool starts in a third of the time. */
+/** Without its symbol file, which only crash reports need, the tool starts in a third of the time.
+ */
 std::string CopyOf(const std::string& program, const testsupport::RunDirectory& directory) {
     std::string copy = directory.path(LOCKSTEP_PROGRAM);
     std::filesystem::copy_file(program, copy);
@@ -62,7 +63,7 @@ RunOutcome TestBench::run(const Scenario& scenario) {
     outcome.exitValue = end.exitValue;
     outcome.signal = end.signal;
     outcome.log = testsupport::Normalised(end.out);
-    outcome.err = end.hung ? "(the tool hangs)" + end.err : end.err;
+    outcome.err = end.hung ? "(the tool hangs) " + end.err : end.err;
     outcome.flash = controller->flash();
     outcome.words = controller->words();
     outcome.steps = controller->steps();

@@ -13,7 +13,7 @@
 
 namespace campaign {
 
-/** Where the programs of a campaign are. */
+/** The paths of a campaign's programs. */
 struct Programs {
     std::string tool;
     /** tolmira_run. */
@@ -23,9 +23,9 @@ struct Programs {
 };
 
 /**
- * A place for runs, one after another: a directory, the card's address space, and the tool.
+ * For runs, one after another: a directory, the card's address space, and the tool.
  *
- * The process has to have a /dev/shm of its own; see LockstepTool for what else it must not do.
+ * The process must have a private /dev/shm, and meet the conditions of LockstepTool.
  */
 class TestBench {
   public:
@@ -33,20 +33,20 @@ class TestBench {
     TestBench(const TestBench&) = delete;
     TestBench& operator=(const TestBench&) = delete;
 
-    /** One run of the tool with the scenario's controller, and what came of it. */
+    /** Runs the tool with the scenario's controller. */
     RunOutcome run(const Scenario& scenario);
 
-    /** Puts the scenario's image in place, or takes away what is there. */
+    /** Writes the scenario's image, or removes the file if the image is missing. */
     void writeImage(const Scenario& scenario);
-    /** A controller with nothing left of an earlier one, and the scenario's image. */
+    /** Writes the image and creates a controller with a fresh mailbox. */
     std::unique_ptr<EmbeddedController> prepare(const Scenario& scenario);
     /**
-     * One run of the tool with that controller, killed in front of this lock, from 1 on; `onCall`
-     * is called in front of each call of the tool, with the locks so far.
+     * Runs the tool with that controller. Kills it before lock `killAtLock`, counted from 1; 0:
+     * never. Before each call of the tool, `onCall` gets the locks so far.
      */
     ToolEnd runTool(EmbeddedController& controller, const Scenario& scenario,
                     uint64_t killAtLock = 0, const std::function<void(uint64_t)>& onCall = {});
-    /** One that tolmira_run starts. */
+    /** Runs the tool through tolmira_run. */
     ToolEnd superviseTool(EmbeddedController& controller);
 
   private:

@@ -43,7 +43,7 @@ int DoWork(const WorkLimits& extent, std::atomic<uint64_t>& next,
 void* SharedMemory(size_t size) {
     void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) {
-        throw std::runtime_error("no memory to share");
+        throw std::runtime_error("cannot allocate shared memory");
     }
     return memory;
 }

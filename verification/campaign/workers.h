@@ -5,24 +5,24 @@
 
 namespace campaign {
 
-/** Memory, all zero, that processes forked later share; it lives to the end. */
+/** Zeroed memory that later forked processes share. It is never freed. */
 void* SharedMemory(size_t size);
 
-/** How much is to be done, and by how many processes. */
+/** The amount of work, and the number of processes. */
 struct WorkLimits {
     uint64_t count = 0;
-    /** Nothing more is begun after so many seconds of real time; 0: all is done. */
+    /** No work starts after these seconds of real time; 0: no limit. */
     unsigned seconds = 0;
     unsigned jobs = 1;
 };
 
-/** Does the work with this number. */
+/** Does one item of work. */
 using Work = std::function<void(uint64_t number)>;
 
 /**
- * Forks processes, each with a /dev/shm of its own, and gives them the numbers from 0 to the count
- * to work on, whoever is free. `makeWork` is called once in each process; what it returns is
- * destroyed at its end. Returns when all are done; false if a process failed.
+ * Forks processes, each with a private /dev/shm, and distributes the numbers from 0 to the count
+ * among them. Each process calls `makeWork` once and destroys the result when it ends. Returns when
+ * all are done; false if a process failed.
  */
 [[nodiscard]] bool DistributeWork(const WorkLimits& extent, const std::function<Work()>& makeWork);
 
