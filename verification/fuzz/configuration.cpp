@@ -8,7 +8,10 @@
 #include "logger/loggerconfig.h"
 #include "verification/fuzz/fuzzing.h"
 
-/** The file. What it holds is worked out a second time, and comes back whole when it was saved. */
+/**
+ * Input: a configuration file. Its contents are computed independently, and must survive saving and
+ * loading.
+ */
 namespace {
 
 using Sections = std::map<std::string, std::map<std::string, std::string>>;
@@ -40,7 +43,7 @@ std::string TextOf(Sections sections) {
     return text;
 }
 
-/** What the file holds, in the form of a saved one. */
+/** The contents in the form in which they are saved. */
 std::string ExpectedText(const std::string& file) {
     Sections sections;
     std::string section = "default";

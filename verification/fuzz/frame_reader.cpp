@@ -8,14 +8,14 @@
 #include "verification/fuzz/scriptedlink.h"
 
 /**
- * Two bytes that say which byte of the script is late, one by how many polls, and the bytes that
- * the controller sends. What arrives of them is worked out from the protocol.
+ * Input: two bytes for the index of a late byte, one for the number of polls by which it is late,
+ * and the bytes that the controller sends. The expected messages are computed from the protocol.
  */
 namespace {
 
 constexpr size_t HEADER_SIZE = 8;
 constexpr size_t MAX_FRAME = 0x8000000;
-/** Polls that may miss a byte: each takes a second, and the one behind the fourth is too late. */
+/** A byte that more polls miss is too late. Each poll takes a second. */
 constexpr unsigned MISSES_IN_TIME = 3;
 
 struct Header {
@@ -30,7 +30,7 @@ struct Header {
     bool valid;
 };
 
-/** The functions on bytes, without a mailbox. */
+/** Tests the functions that need no mailbox. */
 void ReadFrameInMemory(const std::string& frame) {
     const Header expected{frame};
     uint32_t length = 0;
@@ -53,7 +53,7 @@ std::string BytesOf(SmartBufferReader& body) {
     return bytes;
 }
 
-/** One message; `script` is what can still arrive. False when no further one can. */
+/** Reads one message; `script` is what can still arrive. False if no further message can. */
 bool ReadFrameFromMailbox(fuzzing::ScriptedLink& link, std::string_view script) {
     RouterCommReader reader(&link.mailbox);
     const size_t start = link.farSide.position;
@@ -92,7 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const std::string_view all = farSide.toHost;
     const std::string_view arriving = all.substr(0, comesTooLate ? farSide.lateByte : all.size());
     while (ReadFrameFromMailbox(link, arriving.substr(farSide.position))) {
-        // As the controller does when the host asks anew.
+        // As the controller does when the host asks again.
         link.mailbox.writeAddress(MAILBOX_RX_STATE, STATE_READY);
     }
     return 0;

@@ -6,15 +6,15 @@
 #include <string_view>
 
 /**
- * What the fuzz targets share. A target is one source file that defines LLVMFuzzerTestOneInput: it
- * gives the bytes to the code under test, and compares what comes back with a computation of its
- * own. The same source is linked twice, with libFuzzer and with a main that replays stored inputs.
+ * Functions for fuzz targets. A target is a source file that defines LLVMFuzzerTestOneInput. It
+ * passes the input to the code under test, and compares the result with an independent computation.
+ * It is linked twice: with libFuzzer, and with a main function that replays stored inputs.
  */
 
-/** One run over one input; 0, as libFuzzer wants it. */
+/** Tests one input. Always returns 0, as libFuzzer requires. */
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size);
 
-/** Stops the process, as a crash does, where what must hold doesn't. */
+/** Aborts the process if the condition is false. */
 #define REQUIRE(...)                                                  \
     do {                                                              \
         if (!(__VA_ARGS__)) {                                         \
@@ -26,15 +26,15 @@ namespace fuzzing {
 
 [[noreturn]] void StopOnFinding(const char* text, const char* file, int line);
 
-/** Makes log lines below EMERGENCY cost nothing. */
+/** Suppresses log lines below EMERGENCY. */
 void SilenceLog();
 
-/** An input, taken from its front. What isn't there any more reads as zeroes. */
+/** Reads an input from its start. Past the end, numbers have zero bytes. */
 class Input {
   public:
     Input(const uint8_t* bytes, size_t size) : i_rest(reinterpret_cast<const char*>(bytes), size) {}
 
-    /** High byte first, 1 to 8 bytes. */
+    /** Big-endian, 1 to 8 bytes. */
     uint64_t takeNumber(size_t bytes);
     uint8_t takeByte() { return static_cast<uint8_t>(takeNumber(1)); }
     /** At most `count` bytes. */
@@ -45,10 +45,10 @@ class Input {
     std::string_view i_rest;
 };
 
-/** The same number, cut out of a text high byte first. */
+/** A big-endian number at the offset; bytes past the end are zero. */
 uint64_t NumberAt(std::string_view text, size_t offset, size_t bytes);
 
-/** A file without a name in any folder, which whoever opens its path reads from the start. */
+/** An anonymous file. Each opening of its path starts reading at offset 0. */
 class MemoryFile {
   public:
     MemoryFile();
@@ -56,9 +56,8 @@ class MemoryFile {
     MemoryFile(const MemoryFile&) = delete;
     MemoryFile& operator=(const MemoryFile&) = delete;
 
-    /** Replaces the contents; behind them follow `zeroes` bytes. The offset is 0 then. */
+    /** Replaces the contents, followed by `zeroes` zero bytes. Sets the offset to 0. */
     void write(std::string_view contents, size_t zeroes = 0);
-    /** All that is in there. */
     std::string read() const;
 
     int fd() const { return i_fd; }

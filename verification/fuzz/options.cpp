@@ -7,10 +7,10 @@
 #include "tests/support/framedirectory.h"
 #include "verification/fuzz/fuzzing.h"
 
-/** A byte for the platform, and software.options. */
+/** Input: a byte for the platform, and the file software.options. */
 namespace {
 
-/** The frame's storage, with software.options in memory. */
+/** A frame's storage, with software.options in memory. */
 class Storage {
   public:
     Storage() {
@@ -31,7 +31,7 @@ bool IsHalfMeMode(e_SwitcherMode mode) {
            mode == e_SwitcherMode_2_5ME_3G;
 }
 
-/** The modes that the platform has, without those that the MEs don't suffice for. */
+/** The platform's modes, without those that need more MEs. */
 std::set<e_SwitcherMode> ExpectedModes(e_VelnorType platform, size_t mles) {
     std::set<e_SwitcherMode> modes;
     for (const e_SwitcherMode mode : GetAvailableSwitcherModes(platform)) {

@@ -10,12 +10,12 @@
 #include "verification/fuzz/fuzzing.h"
 
 /**
- * A byte that counts the reads, a byte for each, and the stream. What has to arrive is worked out
- * from the stream; a value that doesn't arrive stays as it was.
+ * Input: a byte for the number of reads, a byte for each read, and the stream. The expected values
+ * are computed from the stream. A value that doesn't arrive must stay unchanged.
  */
 namespace {
 
-/** A vector gets the length that the stream states, at once: a lie is believed up to here. */
+/** ReadBytes allocates the stated length at once, so larger lengths are not tested. */
 constexpr uint32_t MAX_LENGTH = 1U << 16U;
 
 class Stream {
@@ -75,7 +75,8 @@ class Stream {
     std::string rest() const { return i_bytes.substr(i_position); }
     void skip(size_t count) { i_position += std::min(count, i_bytes.size() - i_position); }
 
-    /** The next four bytes, which are not taken; false, and the value as it was, without them. */
+    /** Reads the next four bytes without taking them. False if there are fewer; `value` is
+     * unchanged. */
     template <typename T>
     bool number(T& value) const {
         const bool arrives = i_bytes.size() - i_position >= sizeof value;

@@ -9,8 +9,8 @@
 #include "verification/fuzz/fuzzing.h"
 
 /**
- * A placement and, behind a line "---", a catalogue. What the reader accepts is checked once more,
- * word by word, and is emitted, twice alike.
+ * Input: a placement, a line "---", and a catalogue. Accepted tables are checked again, word by
+ * word, and are emitted twice with the same result.
  */
 namespace {
 
@@ -24,10 +24,10 @@ using hwmaptables::TableMember;
 using hwmaptables::Tables;
 
 constexpr uint64_t WORD_BYTES = 4;
-/** Beyond so many words the second check takes too long. */
+/** With more words, the second check takes too long. */
 constexpr uint64_t MAX_WORDS = 4096;
 
-/** Which group and which of its instances has a word. */
+/** The group and the instance that own each word. */
 using Owners = std::map<uint64_t, std::pair<const Placement*, uint32_t>>;
 
 void RequireBitsApart(const TableMember& member) {
@@ -43,7 +43,7 @@ void RequireBitsApart(const TableMember& member) {
     }
 }
 
-/** Each word of the instance has no other owner, unless the group's own instances may overlap. */
+/** No word of the instance has another owner, unless instances of the group may overlap. */
 void ClaimWords(const Body& body, const Placement& placement, uint64_t base, uint32_t instance,
                 Owners& owners, uint64_t& words) {
     for (const TableMember& member : body.members) {

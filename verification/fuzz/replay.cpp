@@ -8,9 +8,9 @@
 #include "verification/fuzz/fuzzing.h"
 
 /**
- * Gives every file of the folders on the command line to the target, each folder in the order of
- * names. A finding stops it behind the line that names the input. A folder that isn't there counts
- * as empty, but no input at all is a failure.
+ * Tests every file in the folders on the command line, in the order of names. Prints each name
+ * before the test, so that the last one printed is the failing one. A missing folder counts as
+ * empty, but it is a failure if there is no input at all.
  */
 int main(int argc, char** argv) {
     int inputs = 0;

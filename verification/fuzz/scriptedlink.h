@@ -6,9 +6,8 @@
 namespace fuzzing {
 
 /**
- * A mailbox in memory, its far side, and the clock of this thread while it lives: each poll for a
- * byte moves that on by a second, so that no wait takes real time. libFuzzer's own thread keeps the
- * real clock.
+ * A mailbox in memory, its far side, and a clock for this thread. Each poll for a byte advances the
+ * clock by a second, so that no wait takes real time. libFuzzer's own thread keeps the real clock.
  */
 struct ScriptedLink {
     ScriptedLink() : time({1, 0}), farSide(mailbox) {

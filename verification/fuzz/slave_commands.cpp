@@ -10,9 +10,9 @@
 #include "verification/fuzz/fuzzing.h"
 
 /**
- * The bytes that the master sends: commands, each with its echo. No command is run; in place of its
- * result goes one that can be told from the command. What the slave has to send is worked out from
- * the stream.
+ * Input: the bytes that the master sends, commands with their echoes. No command is executed; this
+ * function derives a result from its text. The slave's expected answers are computed from the
+ * input.
  */
 SystemCaller::RC RunShellCommand(const std::string& command, int /*interruptFd*/,
                                  bool /*capture*/) {

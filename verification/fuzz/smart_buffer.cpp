@@ -10,14 +10,14 @@
 #include "verification/fuzz/fuzzing.h"
 
 /**
- * A byte that counts the operations, a byte for each, and the buffer. Beside the reader runs a
- * model of it that knows nothing but the format; the two are compared after each operation.
+ * Input: a byte for the number of operations, a byte for each operation, and the buffer. A model of
+ * the reader, written from the format, does the same operations. The two are compared after each.
  */
 namespace {
 
 using Text = std::string;
 
-/** What a reader over the bytes has to do. */
+/** The expected behaviour of a reader of the bytes. */
 class Model {
   public:
     explicit Model(std::string bytes) : i_bytes(std::move(bytes)) {}
@@ -37,7 +37,7 @@ class Model {
         return true;
     }
 
-    /** True if so many bytes were there; then `taken` is them. */
+    /** True if `count` bytes are left. Moves them to `taken`. */
     bool take(size_t count, std::string& taken) {
         if (i_failed || count > remaining()) {
             i_failed = true;
@@ -105,7 +105,7 @@ class Model {
     bool i_failed = false;
 };
 
-/** Whether two values have the same bits: of reals some are equal to nothing. */
+/** Whether two values have the same bits, since NaN equals nothing. */
 template <typename T>
 bool AreSame(const T& left, const T& right) {
     if constexpr (std::is_arithmetic_v<T>) {
@@ -140,7 +140,7 @@ void ReadRaw(SmartBufferReader& reader, Model& model, int count) {
     REQUIRE(bytes == expected);
 }
 
-/** A value that is absent once the failure is set must not be asked for. */
+/** After a failure the value is absent, and must not be read. */
 void ReadOptional(SmartBufferReader& reader, Model& model) {
     Optional<uint32_t> value;
     bool exists = false;
@@ -154,7 +154,7 @@ void ReadOptional(SmartBufferReader& reader, Model& model) {
     REQUIRE(!exists || value.data() == expected);
 }
 
-/** A reader of a part of the bytes, at the most so many from the offset on. */
+/** Tests a reader of at most `length` bytes from the current offset. */
 void ReadPart(const SmartBufferReader& reader, const Model& model, uint32_t length) {
     SmartBufferReader part;
     const auto start = static_cast<uint32_t>(model.offset());
@@ -172,7 +172,7 @@ void Move(SmartBufferReader& reader, Model& model, unsigned offset) {
     REQUIRE((reader.setOffset(offset) == 0) == model.moveTo(offset));
 }
 
-/** The low four bits choose, the upper four are the argument. */
+/** The low four bits select the operation, the upper four are its argument. */
 void Step(SmartBufferReader& reader, Model& model, unsigned operation) {
     const unsigned argument = operation >> 4U;
     switch (operation % 16) {
@@ -233,7 +233,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     fuzzing::Input input(bytes, size);
     const std::string operations = input.takeText(input.takeByte());
     const std::string contents = input.takeRest();
-    // An array of just this size, so that a byte too far is seen.
+    // An array of this exact size, so that AddressSanitizer sees any access past the end.
     const std::unique_ptr<unsigned char[]> array(new unsigned char[contents.size()]);
     memcpy(array.get(), contents.data(), contents.size());
     Model model(contents);

@@ -9,8 +9,8 @@
 #include "verification/fuzz/fuzzing.h"
 
 /**
- * A byte for the size of the buffer, four for an address, and the symbol file. Looked up are the
- * address and those around every line.
+ * Input: a byte for the size of the buffer, four for an address, and the symbol file. Looks up the
+ * address, and the addresses next to that of each line.
  */
 namespace {
 
@@ -18,7 +18,7 @@ std::map<uint32_t, std::string> LinesByAddress(const std::string& file) {
     std::map<uint32_t, std::string> lines;
     size_t start = 0;
     for (size_t end = file.find('\n'); end != std::string::npos; end = file.find('\n', start)) {
-        // Up to a zero, which ends the text of the line as well.
+        // Up to a zero byte, which also ends a line.
         const std::string line = file.substr(start, end - start).c_str();
         const unsigned long address = strtoul(line.c_str(), nullptr, 16);
         lines[static_cast<uint32_t>(std::min<unsigned long>(address, UINT32_MAX))] = line;
@@ -27,7 +27,7 @@ std::map<uint32_t, std::string> LinesByAddress(const std::string& file) {
     return lines;
 }
 
-/** The line of the greatest address up to this one; null without one, and from the last one on. */
+/** The line with the greatest address up to this one; null if there is none or it is the last. */
 const std::string* Covering(const std::map<uint32_t, std::string>& lines, uint32_t address) {
     const std::string* line = nullptr;
     for (const auto& [start, text] : lines) {

@@ -7,8 +7,8 @@
 #include "verification/fuzz/scriptedlink.h"
 
 /**
- * A byte for the controller's manner, in some of them three for zeroes that follow the file, and
- * the file. What must be sent is worked out from the file alone.
+ * Input: a byte for the number of bad answers; for the largest number, three bytes for the zeroes
+ * that follow the file; and the file. The expected messages are computed from the file.
  */
 namespace {
 
@@ -18,7 +18,7 @@ constexpr size_t BEGIN_FRAME_SIZE = 8;
 constexpr size_t PAGE_FRAME_SIZE = 272;
 constexpr unsigned ATTEMPTS = 5;
 
-/** The offset behind the seven lines; 0 if they are no header. */
+/** The offset after the seven lines; 0 if they are not a header. */
 size_t HeaderSize(const std::string& file) {
     constexpr size_t longestLine = 255;
     size_t start = 0;
@@ -33,17 +33,17 @@ size_t HeaderSize(const std::string& file) {
     return start;
 }
 
-/** What the file has behind its header. Of the zeroes only those that can be sent are there. */
+/** The file after its header. `bytes` has only as many of the zeroes as can be sent. */
 struct Payload {
     std::string bytes;
     size_t size = 0;
 
     size_t pages() const { return size / PAGE_SIZE + (size % PAGE_SIZE != 0 ? 1 : 0); }
-    /** The checksum straddles the last two pages, or there are no two bytes: it can't be cut. */
+    /** The checksum straddles the last two pages, or the payload is shorter than a checksum. */
     bool lastPageFails() const { return size % PAGE_SIZE == 1; }
 };
 
-/** The frames of the pages, where each page is called bad so often before it is good. */
+/** The frames of the pages, each refused `badAnswers` times before it is accepted. */
 std::string ExpectedPages(const Payload& payload, unsigned badAnswers) {
     const size_t readable = payload.pages() - (payload.lastPageFails() ? 1 : 0);
     const size_t sent = badAnswers < ATTEMPTS ? readable : std::min<size_t>(readable, 1);
@@ -65,7 +65,7 @@ bool IsUpgraded(const Payload& payload, unsigned badAnswers) {
            badAnswers < ATTEMPTS;
 }
 
-/** All that the host says. */
+/** All messages of the host. */
 std::string ExpectedConversation(const Payload& payload, unsigned badAnswers) {
     if (payload.pages() > MAX_PAGES) {
         return "";
@@ -77,7 +77,7 @@ std::string ExpectedConversation(const Payload& payload, unsigned badAnswers) {
                             .substr(BEGIN_FRAME_SIZE + payload.pages() * PAGE_FRAME_SIZE);
 }
 
-/** Answers each whole page frame: so often bad, then good, and so on. */
+/** Refuses each page `badAnswers` times, then accepts it. */
 void AnswerPages(testsupport::EagerFarSide& farSide, unsigned badAnswers) {
     const std::string answer("\x02\xDC\x2E\xA6\0\0\0\x09", 8);
     farSide.onByte = [&farSide, answer, badAnswers, frames = 0U]() mutable {
@@ -95,7 +95,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     static fuzzing::MemoryFile image;
     fuzzing::Input input(bytes, size);
     const unsigned badAnswers = input.takeByte() % (ATTEMPTS + 1);
-    // Only where the first page fails: a conversation of sixteen million bytes takes too long.
+    // Only if the first page fails, since a transfer of 16 MiB takes too long.
     const size_t zeroes = badAnswers == ATTEMPTS ? input.takeNumber(3) : 0;
     const std::string file = input.takeRest();
     image.write(file, zeroes);
