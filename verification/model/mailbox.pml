@@ -1,44 +1,47 @@
 /*
- * The mailbox between host and controller: every order in which the two sides' accesses can meet.
+ * The mailbox between host and controller: every order in which the accesses of the two sides can
+ * interleave.
  *
- * Each access of the controller and each read of the host is one step. A write of the host is two,
- * as the register field makes it: it loads the word, and stores it with the byte replaced. Whatever
- * the controller stores into the word in between is gone.
+ * Each access of the controller and each read of the host is one step. A write of the host is two, as
+ * the register field makes it: it loads the word, then stores it with the byte replaced. A store of the
+ * controller into the word between the two is lost.
  *
- * Short messages stand for the real ones: one byte to begin and one to end, two bytes a page, two
- * bytes an answer, and an answer does not say which page it means. A poll that finds nothing
- * changes nothing, so the host waits in place of polling.
+ * Messages are short: one byte to begin and one to end, two bytes a page, two bytes an answer. An answer
+ * doesn't name its page. A poll that finds nothing changes nothing, so the host waits instead of polling.
  *
- * LEADS puts a lead byte in front of each of the host's messages, as the real header has two: a byte
- * that a killed run left on offer is then no message.
+ * scripts/model checks the model. Definitions select what a run may do:
  *
- * scripts/model checks it. What a run assumes is said by definitions:
- *
- *   SLIPPING    a wait of the host may run out at any time; else only if the controller is mute or
- *               gone, or if one of the two has started anew
+ *   EARLY       a wait of the host may time out at any time; otherwise only if the controller is mute
+ *               or gone, or if one of the two has restarted
  *   MUTE        the controller may fall silent, until a reset
- *   REARMS=0/1  whether it brings both directions up behind a reset; undefined: either
- *   JUDGES      it may call any page bad
- *   RESTARTS    it may start anew, once: it clears the mailbox and announces itself
- *   KILLED      the host may be killed, once, between any two steps, and be run again
- *   UNASKED     it may give an answer that nobody asked for, once
- *   DIRTY       it stores what it likes above the byte, in one of the words
- *   PAUSES      the second run comes when the controller has given up an unfinished message
- *   PUNCTUAL    of a second run's waits only those for an answer may run out
+ *   REARMS=0/1  whether the controller turns both directions on after a reset; undefined: either
+ *   JUDGES      the controller may refuse any page
+ *   RESTARTS    the controller may restart, once: it clears the mailbox and announces itself
+ *   KILLED      the host may be killed, once, between any two steps, and run again
+ *   UNASKED     the controller may send one answer without a page
+ *   DIRTY       the controller stores arbitrary bits above the byte, in one of the words
+ *   PAUSES      the second run starts after the controller has given up an unfinished message
+ *   PUNCTUAL    in a second run, only waits for an answer may time out
  *
  * what the host's supervisor does:
  *
- *   CLEANS      before a second run, if the first one left the receive direction up or an answer
- *               unread, the host comes and goes once; the run is refused if the direction stays up
- *   CHECKS      a success that leaves an answer unread is none
+ *   CLEANS      before a second run, if the first one left the receive direction on or an answer
+ *               unread, the host opens and closes the direction once; if it stays on, the run is
+ *               refused
+ *   CHECKS      a success that leaves an answer unread counts as a failure
  *
- * and what the controller does otherwise than the ordinary one:
+ * how the controller differs from the ordinary one:
  *
- *   CLEARS      the beginning of an upgrade drops answers too
- *   FORWARD     it looks at the words in the host's order of writing, not in the reverse
- *   HASTY       it takes a receive direction that went down for a reset
- *   KEEPS       answers outlive a reset
- *   LEAVES      a byte on offer outlives a reset
+ *   CLEARS      the start of an upgrade drops answers too
+ *   FORWARD     it reads the words in the order in which the host writes them, not in the reverse
+ *   HASTY       it takes a receive direction that went off for a reset
+ *   KEEPS       it keeps answers over a reset
+ *   LEAVES      it leaves a byte on offer over a reset
+ *
+ * and how the messages differ:
+ *
+ *   LEADS       each message of the host has a lead byte, as the real header has two. A byte that a
+ *               killed run left on offer is then not a message
  */
 
 #ifndef PAGES
@@ -71,52 +74,52 @@
 #define REQUESTED 1
 #define READY 2
 
-/* A word: the byte, and one bit for all that lies above bit 8. */
+/* A word: the byte, and one bit for bits 9 to 31. */
 short word[6];
 #define WORD(address) word[(address) - RX_DATA]
 #define BYTE(address) (WORD(address) & 255)
 #define UPPER 512
 
-#ifdef SLIPPING
+#ifdef EARLY
 #define TIME_UP true
 #else
-#define TIME_UP (mute || !up || anew || again)
+#define TIME_UP (mute || !up || restarted || again)
 #endif
 #ifdef PUNCTUAL
-#define TAKING_TIME_UP (mute || !up || anew)
+#define TAKING_TIME_UP (mute || !up || restarted)
 #else
 #define TAKING_TIME_UP TIME_UP
 #endif
 
-bool mute = false;  /* the controller gives no sign until a reset */
-bool up = true;     /* it has not given up */
-bool again = false; /* the tool runs for the second time, the first was killed */
-bool anew = false;  /* it has started anew: what was under way is gone */
-bool ended = false; /* the tool is through; what it says is `success` */
+bool mute = false;        /* the controller does nothing until a reset */
+bool up = true;           /* the controller has not stopped for good */
+bool restarted = false;   /* the controller has lost what was in progress */
+bool again = false;       /* the first run of the tool was killed, this is the second */
+bool ended = false;       /* the tool has ended; `success` is its result */
 bool success = false;
-bool upgraded = false;        /* the controller has taken the end of an upgrade that is whole */
-bool held[PAGES] = false;     /* the pages that it has and has called good */
+bool upgraded = false;    /* the controller has taken the end message of an upgrade */
+bool held[PAGES] = false; /* the pages that the controller has accepted */
 #define WHOLE (held[0] && held[PAGES - 1])
 
-/* For the checks alone: what is in the data words, and what is under way. */
+/* For the checks only: the state of the data words, and the write in progress. */
 #define NOTHING 255
-#define NEW 1  /* a byte that its taker has not taken */
-#define OLD 2  /* one that it has */
-#define NONE 0 /* none, or one that does not count any more */
+#define NEW 1  /* a byte not yet taken */
+#define OLD 2  /* a byte already taken */
+#define NONE 0 /* none, or a byte that was dropped */
 byte inTxData = NONE;
 byte inRxData = NONE;
-byte writing = 0;    /* the host's write that has loaded and not stored, 0 if none */
-byte place = 0;      /* and its address */
-#ifdef TELLS /* what the host has met, for runs that are to be told */
+byte writing = 0;    /* the host's write between its load and its store; 0 if none */
+byte place = 0;      /* its address */
+#ifdef RECORDS /* events in the host, for runs whose trace is wanted */
 bool metBad, metNoTaker, metNoGiver, metLateMatch, metDown;
 #define MET(what) what = true
 #else
 #define MET(what) skip
 #endif
 bool killed = false;
-bool quiet = false; /* the controller has seen that the first run is gone */
+bool quiet = false; /* the controller has given up the first run's message */
 
-/* What the host writes, but for the reset, whose writes are 10 and the address. */
+/* The host's writes. Those of the reset are RESET and the address. */
 #define ENABLE 1
 #define TAKE_OVER 2
 #define OFFER_DATA 3
@@ -126,46 +129,46 @@ bool quiet = false; /* the controller has seen that the first run is gone */
 #define RESET 10
 
 /*
- * What a run looks at. One that seeks a witness leaves the other checks out, so that the first error
- * is the witness; SWALLOWED is the host's write over which it seeks a swallowed store.
+ * The property that is checked. A search for a witness (SEEKS) leaves out the other checks, so that the
+ * first error is the witness. OVERWRITTEN is the host's write for which a lost store is wanted.
  */
 #define HONEST (!success || WHOLE)
-#define TOLD_TO_THE_END (!success || upgraded)
+#define ENDED (!success || upgraded)
 #define DELIVERED (success && upgraded)
 #ifdef SEEKS
 #define CHECK(condition) skip
 #else
 #define CHECK(condition) assert(condition)
 #endif
-#ifndef SWALLOWED
-#define SWALLOWED 255
+#ifndef OVERWRITTEN
+#define OVERWRITTEN 255
 #endif
-#ifdef TOLD
-#define HOLDS !(TOLD && ENDING)
+#ifdef WANTED
+#define HOLDS !(WANTED && ENDING)
 #define FAILURE !success
 #ifndef ENDING
 #define ENDING success
 #endif
 #endif
-#ifndef HOLDS /* at the end of the tool */
+#ifndef HOLDS /* when the tool ends */
 #define HOLDS HONEST
 #endif
 
-/* The host's writes that may swallow a store of the controller's. */
+/* The host's writes that may overwrite a store of the controller. */
 #if defined(RESTARTS) || defined(KILLED) || defined(HASTY)
-#define MAY_SWALLOW(write) true
-#elif defined(SLIPPING)
-#define MAY_SWALLOW(write)                                          \
+#define MAY_OVERWRITE(write) true
+#elif defined(EARLY)
+#define MAY_OVERWRITE(write)                                          \
   (write == LEAVE || write == RESET + RX_DATA || write == RESET + RX_FLAG || \
    write == RESET + RX_STATE || write == RESET + TX_FLAG)
 #elif defined(MUTE)
-#define MAY_SWALLOW(write) (write == LEAVE || write == RESET + RX_STATE)
+#define MAY_OVERWRITE(write) (write == LEAVE || write == RESET + RX_STATE)
 #else
-#define MAY_SWALLOW(write) false
+#define MAY_OVERWRITE(write) false
 #endif
 
 /* Whether the controller may take the 0 of a reset for a byte. */
-#if (defined(SLIPPING) || defined(RESTARTS) || defined(KILLED)) && !defined(NEVER_NONE)
+#if (defined(EARLY) || defined(RESTARTS) || defined(KILLED)) && !defined(NEVER_NONE)
 #define MAY_TAKE_NONE true
 #else
 #define MAY_TAKE_NONE false
@@ -208,7 +211,7 @@ inline resetMailbox() {
   od
 }
 
-/* A match on the read behind the one that ran out of time comes too late. */
+/* A match on the read after the timeout is too late. */
 inline waitFor(address, value, timeUp) {
   if
   :: atomic { BYTE(address) == value -> ok = true; printf("R %d %d\n", address, value) }
@@ -240,7 +243,7 @@ inline sendByte(value) {
      hostWrite(TX_FLAG, TX_OFFERED, OFFER);
      waitFor(TX_FLAG, TX_TAKEN, TAKING_TIME_UP);
      if
-     :: ok -> CHECK(inTxData == OLD) /* or the byte is lost */
+     :: ok -> CHECK(inTxData == OLD) /* otherwise the byte is lost */
      :: else -> MET(metNoTaker); resetMailbox()
      fi
   fi;
@@ -272,7 +275,7 @@ inline readByte() {
         atomic {
           hostRead(RX_DATA);
           got = seen;
-          CHECK(inRxData == NEW); /* or it is doubled, or of an answer that was dropped */
+          CHECK(inRxData == NEW); /* otherwise it is doubled, or belongs to a dropped answer */
           inRxData = OLD
         }
         hostWrite(RX_FLAG, RX_TAKEN, TAKE)
@@ -291,7 +294,7 @@ inline enable() {
   fi
 }
 
-/* One attempt; `ok` if the answer is good. */
+/* One attempt. Sets `ok` if the answer is good. */
 inline sendPage() {
   sendMessage(PAGE + page);
   if
@@ -314,7 +317,7 @@ inline leave() {
   hostWrite(RX_STATE, ABSENT, LEAVE)
 }
 
-/* Whether the first run left something behind, and the host that comes and goes for it. */
+/* If the first run left something, opens and closes the receive direction. */
 inline clean() {
   hostRead(RX_STATE);
   ok = seen == ABSENT;
@@ -350,7 +353,7 @@ inline upgrade() {
   if
   :: success ->
 #ifdef CHECKS
-     sendMessage(INFO); /* an answer that waits is on offer before the next byte is taken */
+     sendMessage(INFO); /* a waiting answer is offered before the next byte is taken */
 #endif
      sendMessage(END)
   :: else
@@ -384,7 +387,7 @@ start:
          BYTE(TX_STATE) != ABSENT -> printf("present\nR %d %d\n", TX_STATE, BYTE(TX_STATE))
        }
        upgrade()
-    :: BYTE(TX_STATE) == ABSENT && (TIME_UP || !up) /* nobody there */
+    :: BYTE(TX_STATE) == ABSENT && (TIME_UP || !up) /* no controller */
     fi
 #ifdef KILLED
   } unless {
@@ -418,7 +421,7 @@ active proctype Killer() {
 
 /* ------------------------------------------------------------------------------- controller */
 
-inline look(address, into) {
+inline poll(address, into) {
   atomic { into = BYTE(address); printf("        controller R %d %d\n", address, into) }
 }
 
@@ -426,8 +429,8 @@ inline put(address, value) {
   atomic {
     if
     :: place == address ->
-       assert(writing != SWALLOWED);
-       CHECK(MAY_SWALLOW(writing))
+       assert(writing != OVERWRITTEN);
+       CHECK(MAY_OVERWRITE(writing))
     :: else
     fi;
     WORD(address) = value;
@@ -452,7 +455,7 @@ inline dropAnswers() {
 #endif
   fresh = true;
 #ifndef LEAVES
-  look(RX_FLAG, x);
+  poll(RX_FLAG, x);
   if
   :: x == RX_OFFERED -> put(RX_FLAG, RX_TAKEN)
   :: else
@@ -499,7 +502,7 @@ inline judge(number, symbol) {
   fi
 }
 
-/* What `begun` holds where a message may begin. */
+/* The value of `begun` when a message may start. */
 #ifdef LEADS
 #define HEADED 254
 #define START HEADED
@@ -507,7 +510,7 @@ inline judge(number, symbol) {
 #define START NOTHING
 #endif
 
-/* A message is a byte alone, or a page's number and its data. */
+/* A message is a single byte, or a page's number and its data. */
 inline understand(symbol) {
   if
   :: begun < PAGES -> judge(begun, symbol); begun = NOTHING
@@ -534,8 +537,8 @@ inline understand(symbol) {
 
 inline takeByte() {
   atomic {
-    look(TX_DATA, x);
-    CHECK(inTxData != OLD); /* or it is doubled */
+    poll(TX_DATA, x);
+    CHECK(inTxData != OLD); /* otherwise it is doubled */
     CHECK(inTxData != NONE || MAY_TAKE_NONE);
     inTxData = (inTxData == NEW -> OLD : NONE);
     understand(x);
@@ -545,7 +548,7 @@ inline takeByte() {
 }
 
 inline offerByte() {
-  look(RX_FLAG, x);
+  poll(RX_FLAG, x);
   if
   :: fresh || x == RX_TAKEN ->
      x = 0;
@@ -556,7 +559,7 @@ inline offerByte() {
      atomic {
        put(RX_DATA, x);
        x = 0;
-       CHECK(inRxData != NEW); /* or one that the host has not taken is lost */
+       CHECK(inRxData != NEW); /* otherwise a byte that the host has not taken is lost */
        inRxData = NEW
      }
      atomic { put(RX_FLAG, RX_OFFERED); fresh = false }
@@ -564,7 +567,7 @@ inline offerByte() {
   fi
 }
 
-inline startAnew() {
+inline restart() {
   breakOff();
   dropAnswers();
   receiving = false;
@@ -580,11 +583,11 @@ inline startAnew() {
 active proctype Controller() {
   chan answers = [ATTEMPTS + 1] of { byte };
   byte flag = 0, state = 0, x = 0, page = 0;
-  byte begun = NOTHING;   /* else the page whose data comes next, or HEADED */
-  bool half = false;      /* the answer's first byte is out */
-  bool fresh = true;      /* nothing was offered since the direction came up */
-  bool receiving = false; /* the direction is up */
-  bool open = false;      /* an upgrade was begun */
+  byte begun = NOTHING;   /* or the page whose data comes next, or HEADED */
+  bool half = false;      /* the answer's first byte has been offered */
+  bool fresh = true;      /* nothing was offered since the direction was turned on */
+  bool receiving = false; /* the direction is on */
+  bool open = false;      /* an upgrade has begun */
 #ifdef UNASKED
   bool asked = true;
 #endif
@@ -596,13 +599,13 @@ active proctype Controller() {
   do
   :: !ended && up ->
 #ifndef FORWARD
-     look(TX_FLAG, flag);
-     look(RX_STATE, state);
-     look(TX_STATE, x);
+     poll(TX_FLAG, flag);
+     poll(RX_STATE, state);
+     poll(TX_STATE, x);
 #else
-     look(TX_STATE, x);
-     look(RX_STATE, state);
-     look(TX_FLAG, flag);
+     poll(TX_STATE, x);
+     poll(RX_STATE, state);
+     poll(TX_FLAG, flag);
 #endif
      if
 #ifdef HASTY
@@ -638,7 +641,7 @@ active proctype Controller() {
   :: !ended && up && !mute -> mute = true
 #endif
 #ifdef RESTARTS
-  :: !ended && up && !anew -> anew = true; startAnew()
+  :: !ended && up && !restarted -> restarted = true; restart()
 #endif
 #ifdef UNASKED
   :: !ended && up && asked && nfull(answers) -> asked = false; answers ! GOOD

@@ -1,10 +1,10 @@
 /*
- * Replays on the code what the model tells: the traces below model/traces, which scripts/model
- * writes. A trace has a line for each call, each access that it makes, and each result:
+ * Replays runs of the model on the code. The traces in model/traces are written by scripts/model.
+ * A trace has a line for each call, each access that the call makes, and each result:
  *
  *     present, enable, send BYTE, read, close
- *     R ADDRESS BYTE, W ADDRESS BYTE   the byte that it finds or puts there
- *     time                             the time of a wait is up
+ *     R ADDRESS BYTE, W ADDRESS BYTE   a byte read, a byte written
+ *     time                             a wait times out
  *     is RESULT
  */
 
@@ -44,7 +44,7 @@ std::vector<Line> ReadTrace(const std::filesystem::path& path) {
     return lines;
 }
 
-/** A mailbox that expects the accesses of a trace and answers as it says. */
+/** A mailbox that expects the accesses of a trace, and returns the bytes in it. */
 class TracedMailbox : public RouterCommsInterface {
   public:
     explicit TracedMailbox(std::vector<Line> trace) : i_trace(std::move(trace)) {}
@@ -62,13 +62,13 @@ class TracedMailbox : public RouterCommsInterface {
         expect(next(), "W", address, value);
     }
 
-    /** The word of the next line; empty at the end. */
+    /** The first word of the next line; empty at the end. */
     std::string word() const {
         return i_position < i_trace.size() ? i_trace[i_position].word : std::string();
     }
     Line next() {
         if (i_position == i_trace.size()) {
-            ADD_FAILURE() << "an access behind the end";
+            ADD_FAILURE() << "an access after the end of the trace";
             return {};
         }
         return i_trace[i_position++];
@@ -85,7 +85,7 @@ class TracedMailbox : public RouterCommsInterface {
         EXPECT_EQ(line.first, address) << "line " << i_position;
         EXPECT_EQ(line.second, value) << "line " << i_position;
         if (::testing::Test::HasFailure()) {
-            i_time.advance({10, 0});  // no wait is endless
+            i_time.advance({10, 0});  // so that every wait ends
         }
     }
 
@@ -111,12 +111,12 @@ void Replay(TracedMailbox& mailbox) {
         } else if (call.word == "close") {
             reader.reset();
         } else {
-            FAIL() << "an access too few: " << call.word << " " << call.first;
+            FAIL() << "a missing access: " << call.word << " " << call.first;
         }
     }
 }
 
-TEST(Model, TracesAreWhatTheLinkDoes) {
+TEST(Model, LinkFollowsTheTraces) {
     int traces = 0;
     for (const auto& file : std::filesystem::directory_iterator(MODEL_TRACES)) {
         SCOPED_TRACE(file.path().filename());
