@@ -9,7 +9,7 @@ static_assert(sizeof(short) == 2 && sizeof(int) == 4 && sizeof(float) == 4 && si
 namespace {
 
 constexpr unsigned BITS_PER_BYTE = 8;
-constexpr uint32_t WIRE_LONG = 8;  // bytes, whatever the machine's long has
+constexpr uint32_t WIRE_LONG = 8;  // bytes; the machine's long may have another size
 
 /** The bit pattern of a float or a double. */
 template <typename Bits, typename T>
@@ -23,21 +23,12 @@ Bits BitsOf(T value) {
 }  // namespace
 
 int SmartBufferWriter::write(const void* bytes, int count) {
-    if (bytes == nullptr || count == 0) {
-        return 0;
-    }
-    if (count < 0) {
-        setFailed();
-        return 0;
-    }
     unsigned char* place = nullptr;
-    if (!claim(static_cast<uint32_t>(count), place)) {
-        return 0;
-    }
+    const int claimed = claimRaw(bytes, count, place);
     if (place != nullptr) {
-        memcpy(place, bytes, static_cast<size_t>(count));
+        memcpy(place, bytes, static_cast<size_t>(claimed));
     }
-    return count;
+    return claimed;
 }
 
 int SmartBufferWriter::restoreCheckpoint(const Checkpoint& checkpoint) {
@@ -138,24 +129,15 @@ void SmartBufferWriter::write(const std::string& value) {
 }
 
 int SmartBufferReader::read(void* bytes, int count) {
-    if (bytes == nullptr || count == 0) {
-        return 0;
-    }
-    if (count < 0) {
-        setFailed();
-        return 0;
-    }
     const unsigned char* place = nullptr;
-    if (!claim(static_cast<uint32_t>(count), place)) {
-        return 0;
-    }
+    const int claimed = claimRaw(bytes, count, place);
     if (place != nullptr) {
-        memcpy(bytes, place, static_cast<size_t>(count));
+        memcpy(bytes, place, static_cast<size_t>(claimed));
     }
-    return count;
+    return claimed;
 }
 
-/** True if `value` was read; a sizing buffer moves on and reads nothing. */
+/** True if `value` was read. A sizing buffer only moves its offset. */
 bool SmartBufferReader::readBigEndian(uint64_t& value, uint32_t width) {
     const unsigned char* place = nullptr;
     if (!claim(width, place) || place == nullptr) {
@@ -176,7 +158,7 @@ void SmartBufferReader::readInteger(T& value) {
     }
 }
 
-/** Reads a `Wide` and fails where the machine's `T` can't hold it. */
+/** Reads a `Wide` and fails if the machine's `T` can't hold it. */
 template <typename Wide, typename T>
 void SmartBufferReader::readNarrowed(T& value) {
     uint64_t bits = 0;

@@ -9,23 +9,24 @@
 #include "logger/assertion.h"
 
 /**
- * Smart buffers: cursors over a byte array that somebody else owns, with typed, bounds-checked,
+ * Smart buffers: cursors over a byte array of the caller's, with typed, bounds-checked,
  * machine-independent access.
  *
- * Numbers stand high byte first; a long is 8 bytes on the wire whatever the machine's is. Bools
- * share a byte, from its top bit down, until any other access closes the run. A std::string and a
- * std::vector are a 4-byte count and their elements. There are no tags and no padding.
+ * Numbers are high byte first; a long is always 8 bytes. Consecutive bools share a byte, from the
+ * top bit down, until any other access ends the run. A std::string and a std::vector are a 4-byte
+ * count followed by their elements. There are no tags and no padding.
  *
- * A failure is sticky: an access that doesn't fit, or any access of a buffer that isn't
- * initialised, sets it, and from then on accesses do nothing and leave their targets alone. The
- * caller looks once, after the last field. In sizing mode the offset moves as if there were room
- * for 4 GiB, and no byte is touched.
+ * Failure is sticky. An access that doesn't fit sets it, and so does any access to a buffer that
+ * isn't initialised. Later accesses do nothing and leave their targets alone, so the caller checks
+ * once, after the last field.
+ *
+ * In sizing mode the offset moves as if there were room for 4 GiB, and no byte is touched.
  *
  * A buffer belongs to one thread at a time.
  */
 class WriteableSmartBuffer {
   public:
-    /** A place to go back to. A default-constructed one is invalid. */
+    /** A position to return to. A default-constructed one is invalid. */
     class Checkpoint {
       public:
         Checkpoint() = default;
@@ -45,15 +46,15 @@ class WriteableSmartBuffer {
     virtual ~WriteableSmartBuffer() = default;
 
     /**
-     * Raw bytes: returns `count`, or 0 if nothing was written. A null pointer or a count of 0 is no
-     * failure, a negative count is one.
+     * Writes raw bytes. Returns `count`, or 0 if nothing was written. A null pointer or a count of
+     * 0 is not a failure; a negative count is.
      */
     virtual int write(const void* bytes, int count) = 0;
     virtual uint32_t bytesRemaining() const = 0;
     virtual bool hasFailed() const = 0;
     virtual void setFailed() = 0;
     virtual Checkpoint getCheckpoint() const = 0;
-    /** 0, or -1 with nothing changed for an invalid checkpoint or one ahead of the offset. */
+    /** Returns 0, or -1 with no change if the checkpoint is invalid or ahead of the offset. */
     [[nodiscard]] virtual int restoreCheckpoint(const Checkpoint& checkpoint) = 0;
 
     virtual void write(const bool& value) = 0;
@@ -73,7 +74,7 @@ class WriteableSmartBuffer {
     virtual void write(const Packable& value) = 0;
     virtual void write(const std::string& value) = 0;
 
-    /** A pointer, a string literal too, would otherwise travel as a bool. */
+    /** Otherwise a pointer, such as a string literal, would be written as a bool. */
     template <typename T>
     void write(const T* value) = delete;
 };
@@ -83,12 +84,12 @@ class ReadableSmartBuffer {
   public:
     virtual ~ReadableSmartBuffer() = default;
 
-    /** Raw bytes: returns `count`, or 0 if nothing was read; otherwise as the raw write. */
+    /** Reads raw bytes. Returns `count`, or 0 if nothing was read; otherwise as the raw write. */
     virtual int read(void* bytes, int count) = 0;
     virtual uint32_t bytesRemaining() const = 0;
     virtual bool hasFailed() const = 0;
     virtual void setFailed() = 0;
-    /** Back to the first byte, failure cleared. 0 or -1. */
+    /** Returns to the first byte and clears failure. 0 or -1. */
     [[nodiscard]] virtual int rewind() = 0;
 
     virtual void read(bool& value) = 0;
@@ -111,7 +112,7 @@ class ReadableSmartBuffer {
 };
 
 /**
- * What reader and writer have in common: the array, the cursor and its state. `Byte` is const for
+ * The common part of reader and writer: the array, the cursor and its state. `Byte` is const for
  * the reader.
  *
  *     not initialised --initBuffer, initSizing, initView--> working --no room--> failed
@@ -121,7 +122,9 @@ class ReadableSmartBuffer {
 template <typename Byte>
 class SmartBufferCursorT {
   public:
-    /** Attaches to `size` bytes, which the caller keeps alive. -1, nothing changed, for null. */
+    /**
+     * Attaches to `size` bytes, which the caller keeps alive. Returns -1, with no change, for null.
+     */
     int initBuffer(Byte* bytes, uint32_t size) {
         if (bytes == nullptr) {
             return -1;
@@ -137,7 +140,7 @@ class SmartBufferCursorT {
 
     void clear() { attach(nullptr, 0); }
 
-    /** Checks the invariants of the cursor on the way. */
+    /** Also checks the invariants of the cursor. */
     bool isInit() const {
         ASSERT(i_boolBufferOffset < 8);
         ASSERT(i_offset <= i_size);
@@ -149,7 +152,9 @@ class SmartBufferCursorT {
 
     uint32_t getOffset() const { return i_offset; }
 
-    /** Moves the cursor and clears failure. -1, nothing changed, past the end. */
+    /**
+     * Moves the cursor and clears failure. Returns -1, with no change, for an offset past the end.
+     */
     [[nodiscard]] int setOffset(uint32_t offset) {
         if (offset > i_size) {
             return -1;
@@ -166,7 +171,10 @@ class SmartBufferCursorT {
     template <typename>
     friend class SmartBufferCursorT;
 
-    /** A part of another buffer; the array stays its owner's. A sizing buffer has no part. */
+    /**
+     * Attaches to a part of another buffer, whose owner keeps the array. A view of a sizing buffer
+     * is not initialised.
+     */
     template <typename OtherByte>
     [[nodiscard]] int attachView(const SmartBufferCursorT<OtherByte>& other, uint32_t start,
                                  uint32_t length) {
@@ -185,8 +193,8 @@ class SmartBufferCursorT {
     uint32_t remaining() const { return i_offset >= i_size ? 0 : i_size - i_offset; }
 
     /**
-     * Moves past `count` bytes and ends a run of bools. False, with the failure set, where they
-     * don't fit. `place` becomes their first byte, or null when there is none to touch.
+     * Moves past `count` bytes and ends a run of bools. False, with failure set, if they don't fit.
+     * `place` becomes their first byte, or null in sizing mode.
      */
     [[nodiscard]] bool claim(uint32_t count, Byte*& place) {
         if (i_failed) {
@@ -202,7 +210,19 @@ class SmartBufferCursorT {
         return true;
     }
 
-    /** The same for the next bool of a run: `place` is its byte, `bit` its bit in there. */
+    /** As claim, for raw bytes from or to `bytes`. Returns `count`, or 0 if nothing is claimed. */
+    [[nodiscard]] int claimRaw(const void* bytes, int count, Byte*& place) {
+        if (bytes == nullptr || count == 0) {
+            return 0;
+        }
+        if (count < 0) {
+            i_failed = true;
+            return 0;
+        }
+        return claim(static_cast<uint32_t>(count), place) ? count : 0;
+    }
+
+    /** As claim, for the next bool of a run: `place` is its byte, `bit` its bit in that byte. */
     [[nodiscard]] bool claimBit(Byte*& place, unsigned char& bit) {
         const uint32_t position = i_boolBufferOffset;
         if (position == 0) {
@@ -228,7 +248,7 @@ class SmartBufferCursorT {
     uint32_t i_size = 0;
     uint32_t i_offset = 0;
     bool i_failed = false;
-    /** 0: the next bool opens a byte; 1 to 7: its position, from the top, in the last byte. */
+    /** 0: the next bool opens a byte. 1 to 7: its position, from the top, in the last byte. */
     uint32_t i_boolBufferOffset = 0;
     bool i_sizingOnly = false;
 
@@ -249,8 +269,8 @@ class SmartBufferWriter : public WriteableSmartBuffer, public SmartBufferCursorT
         return SmartBufferCursorT::initBuffer(static_cast<unsigned char*>(bytes), size);
     }
     /**
-     * The rest of `other` from `start`, or `length` bytes of it. -1, nothing changed, if it doesn't
-     * hold them.
+     * Attaches to the rest of `other` from `start`, or to `length` bytes of it. Returns -1, with no
+     * change, if `other` doesn't hold them.
      */
     int initView(const SmartBufferWriter& other, uint32_t start) {
         return attachView(other, start);
@@ -294,7 +314,7 @@ class SmartBufferReader : public ReadableSmartBuffer,
     int initBuffer(const void* bytes, uint32_t size) {
         return SmartBufferCursorT::initBuffer(static_cast<const unsigned char*>(bytes), size);
     }
-    /** As SmartBufferWriter::initView; a reader may look at a writer's bytes too. */
+    /** As SmartBufferWriter::initView. A reader may view a writer's bytes too. */
     int initView(const SmartBufferReader& other, uint32_t start) {
         return attachView(other, start);
     }
@@ -360,7 +380,9 @@ WriteableSmartBuffer& operator<<(WriteableSmartBuffer& buffer, const std::vector
     return buffer;
 }
 
-/** The same bytes and the same end, but in one piece where they fit: pages travel so. */
+/**
+ * The same bytes and the same result, but copied in one piece if they fit: a page is such a vector.
+ */
 inline WriteableSmartBuffer& operator<<(WriteableSmartBuffer& buffer,
                                         const std::vector<char>& bytes) {
     if (bytes.size() + sizeof(uint32_t) > buffer.bytesRemaining() || bytes.size() > INT_MAX) {
@@ -372,8 +394,8 @@ inline WriteableSmartBuffer& operator<<(WriteableSmartBuffer& buffer,
 }
 
 /**
- * Replaces what `values` held. It grows as elements arrive, never by the stated count, and a body
- * that ends early leaves the failure set.
+ * Replaces the contents of `values`. The vector grows as elements arrive, not by the stated count.
+ * A body that ends early sets failure.
  */
 template <typename T>
 ReadableSmartBuffer& operator>>(ReadableSmartBuffer& buffer, std::vector<T>& values) {
