@@ -16,7 +16,7 @@ timeval& FillTimeval(Count microseconds, timeval& time) {
     return time;
 }
 
-/** Wraps at the width of Count; a negative part counts as its two's complement. */
+/** Wraps at the width of Count. A negative part counts as its two's complement. */
 template <typename Count>
 Count TimevalToMicroseconds(const timeval& time) {
     return static_cast<Count>(time.tv_sec) * MICROSECONDS_PER_SECOND +

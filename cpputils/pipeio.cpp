@@ -22,7 +22,7 @@ int WriteAll(int fd, const void* bytes, size_t count) {
 
 int WriteLengthAndContent(int fd, const char* content, size_t size) {
     const SigPipeGuard guard;
-    // A length that 32 bits can't hold is more than one write takes, so it ends in EIO.
+    // A length that doesn't fit in 32 bits is more than one write transfers, so the result is EIO.
     const auto length = static_cast<uint32_t>(size);
     const int error = WriteAll(fd, &length, sizeof length);
     return error != 0 ? error : WriteAll(fd, content, size);
@@ -52,7 +52,7 @@ int ReadNumber(int fd, T& value) {
     return 0;
 }
 
-/** Both ends included. */
+/** Closes `first` to `last`, both included. */
 void CloseRange(int first, int last) {
     if (first > last ||
         close_range(static_cast<unsigned>(first), static_cast<unsigned>(last), 0) == 0) {
@@ -107,7 +107,7 @@ int ReadByte(int fd, unsigned char& byte) {
 int ReadString(int fd, std::string& text) {
     uint32_t length = 0;
     int error = ReadNumber(fd, length);
-    // Grows as bytes arrive: the stated length may be a lie.
+    // Grows as bytes arrive, because the stated length may be wrong.
     std::string arrived;
     for (uint32_t i = 0; i < length && error == 0; ++i) {
         char byte = 0;

@@ -51,7 +51,7 @@ bool ReadNumber(std::istream& in, size_t& number) {
     return true;
 }
 
-/** Byte by byte, since the stated length may be a lie. */
+/** Byte by byte, because the stated length may be wrong. */
 bool ReadText(std::istream& in, std::string& text) {
     size_t length = 0;
     if (!ReadNumber(in, length)) {

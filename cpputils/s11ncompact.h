@@ -5,9 +5,10 @@
 namespace s11n::io {
 
 /**
- * The short form. Behind the cookie's line stands the root node, and a node is its name, its class
- * name, the number of its properties, each as key and value, the number of its children, and these.
- * A number is decimal digits and ":", a string the number of its bytes and the bytes.
+ * The short form: the cookie's line, then the root node. A node is its name, its class name, the
+ * number of its properties, the key and value of each, the number of its children, and the
+ * children. A number is decimal digits and ":". A string is the number of its bytes, then the
+ * bytes.
  */
 // The name is the library's.
 // NOLINTNEXTLINE(readability-identifier-naming)

@@ -12,7 +12,7 @@ namespace {
 
 const std::string CLASS_ATTRIBUTE = "s11n_class";
 
-/** A byte written as hexadecimal digits between two marks. */
+/** A byte written as two hexadecimal digits between two marks. */
 struct ByteEscape {
     std::string open;
     std::string close;
@@ -26,7 +26,7 @@ std::string Escaped(char byte, const ByteEscape& escape) {
     return escape.open + digits[number / 16] + digits[number % 16] + escape.close;
 }
 
-/** Replaces every escape by its byte; false if one is not of the form that Escaped gives. */
+/** Replaces every escape by its byte. False if one doesn't have the form that Escaped writes. */
 bool Unescape(std::string& text, const ByteEscape& escape) {
     for (size_t at = text.find(escape.open); at != std::string::npos;
          at = text.find(escape.open, at + 1)) {
@@ -63,7 +63,7 @@ std::string NameToXml(const std::string& name) {
     return xml;
 }
 
-/** A property may have the name of the class attribute: then its first byte goes escaped. */
+/** A property may have the name of the class attribute; then its first byte is escaped. */
 std::string KeyToXml(const std::string& key) {
     return key == CLASS_ATTRIBUTE ? Escaped(key[0], NAME_ESCAPE) + key.substr(1) : NameToXml(key);
 }
@@ -116,12 +116,12 @@ bool WriteNode(std::ostream& out, const s11n_node& node, int depth) {
     return out.good();
 }
 
-/** A cursor over the elements of a stream. What it can't take is a failure of the whole read. */
+/** A cursor over the elements of a stream. Unexpected text fails the whole read. */
 class Reader {
   public:
     explicit Reader(std::istream& in) : i_in(in) {}
 
-    /** The element whose "<" has been taken. */
+    /** Reads the rest of an element whose "<" has been taken. */
     bool readElement(s11n_node& node, int depth) {
         const std::string xmlName = takeName();
         std::string name = xmlName;
@@ -145,7 +145,7 @@ class Reader {
     }
 
   private:
-    /** Empty where no name comes next. */
+    /** Empty if no name comes next. */
     std::string takeName() {
         std::string name;
         while (i_in.peek() != EOF && IsNameByte(static_cast<char>(i_in.peek()))) {
@@ -172,7 +172,7 @@ class Reader {
         return true;
     }
 
-    /** Up to and with the "</" of the element they belong to. */
+    /** Reads child elements, up to and including the "</" of their parent's end tag. */
     bool readChildren(s11n_node& node, int depth) {
         while (take("<")) {
             if (i_in.peek() == '/') {

@@ -5,17 +5,17 @@
 namespace s11n::io {
 
 /**
- * The legible form. Behind the cookie's line stands the root node, and a node is an element with
- * the node's name, the class name as the attribute "s11n_class", the properties as attributes and
- * the children as elements:
+ * The readable form: the cookie's line, then the root node. A node is an element with the node's
+ * name. Its attributes are the class name as "s11n_class" and the properties; its children are
+ * elements:
  *
  *     <!DOCTYPE s11n::simplexml>
  *     <options s11n_class="Options" numABU="3">
  *       <port s11n_class="Port" />
  *     </options>
  *
- * In values, markup and control characters are character references ("&#x3C;"). In names, each byte
- * that has no place in one is "_xHH_", and the empty name is "_x_".
+ * In values, markup and control characters are character references ("&#x3C;"). In names, a byte
+ * that XML doesn't allow there is "_xHH_", and the empty name is "_x_".
  */
 // The name is the library's.
 // NOLINTNEXTLINE(readability-identifier-naming)

@@ -7,7 +7,7 @@
 
 namespace {
 
-// "%" stands first, so that the signs which the later rows bring in aren't escaped again.
+// "%" is first, so that the "%" of the other replacements isn't escaped again.
 const Replacements& UrlEscapes() {
     static const Replacements escapes = {
         {"%", "%25"}, {";", "%3B"}, {"?", "%3F"}, {":", "%3A"}, {"#", "%23"},
@@ -73,7 +73,7 @@ std::string ApplyReplacements(const std::string& text, const Replacements& pairs
 void AppendFormat(char** cursor, size_t* room, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    // A failure's -1 becomes the largest number and so takes the way of a text that doesn't fit.
+    // The -1 of a failure becomes the largest number, so a failure counts as text that doesn't fit.
     const auto wanted = static_cast<size_t>(vsnprintf(*cursor, *room, format, arguments));
     va_end(arguments);
     const size_t used = std::min(wanted, *room);

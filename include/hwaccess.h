@@ -10,16 +10,17 @@
  * Typed access to the 32-bit words of a mapped hardware region and to the bit fields inside them.
  * The generated register maps derive all their classes from the ones here.
  *
- * A is the accessor, which makes the load or the store; T is the word.
+ * A is the accessor, which performs the loads and stores; T is the type of a word.
  *
- * Constructing and destroying these objects touches no hardware, so they may name addresses that
- * are not mapped. Nothing is shadowed: each get loads the word anew, and each set of a field is one
- * load and then one store, also where the field fills the word. Nothing here locks; who shares a
- * word between threads serialises its accesses, since a set of a field loses what another thread
- * stores between its load and its store.
+ * Constructing and destroying these objects touches no hardware, so they may have addresses that
+ * are not mapped. Nothing is cached: each get loads the word again. Each set of a field is one load
+ * followed by one store, even if the field fills the word.
  *
- * Registers and memories own no field here: the generated classes do. All of them borrow the
- * accessor and the region, which have to outlive them.
+ * Nothing here locks. Threads that share a word must serialise their accesses: setting a field
+ * loses what another thread stores between the load and the store.
+ *
+ * The generated registers and memories own their fields; the ones here have none. All of them
+ * borrow the accessor and the region, which must outlive them.
  *
  * Generated classes add a method for each field, named by a hardware table. The methods here must
  * stay clear of such names (`size`, `mask` and `base` are taken); the generator refuses a clash.
@@ -33,14 +34,17 @@ class VolatileAccessor {
         return *address;
     }
 
-    /** The value becomes what the address points at. */
+    /** Stores `value` at the address. */
     template <class T>
     void write(volatile T* address, std::remove_cv_t<T> value) const {
         *address = value;
     }
 };
 
-/** A group of adjacent bits of a word: `mask` is right-aligned, `shift` is its lowest bit. */
+/**
+ * The field of `word`: a group of adjacent bits. `mask` is right-aligned, `shift` is the lowest
+ * bit.
+ */
 template <class T>
 constexpr T FieldOfWord(T word, T mask, unsigned int shift) {
     return (word >> shift) & mask;
@@ -73,7 +77,7 @@ class Register {
     std::uintptr_t absoluteAddress() const { return reinterpret_cast<std::uintptr_t>(i_address); }
 
   protected:
-    /** Stays 0: part of the layout, with no use. */
+    /** Always 0: part of the layout, otherwise unused. */
     T i_word;
     A& i_accessor;
     T* i_address;
@@ -103,7 +107,7 @@ class RegisterField {
     unsigned int i_shift;
 };
 
-/** A run of words. An offset at or past the size is the caller's fault and stops the process. */
+/** A run of words. An offset at or past the size is a programming error and stops the process. */
 template <class A, class T>
 class Memory {
   public:

@@ -9,16 +9,16 @@
 #include "link/yamp.h"
 
 /**
- * The messages of the upgrade conversation and what they carry. The host says Begin, then each
- * page, which the controller answers with a result, and after the last page Info and End. Only the
- * answer to a page is ever read.
+ * The messages of the upgrade conversation and their contents. The host sends Begin, then each
+ * page, which the controller answers with a result, and after the last page Info and End. The host
+ * reads only the answers to pages.
  */
 
 /** The extent of a finished transfer. */
 class ControllerUpgradeInfo : public Packable {
   public:
     ControllerUpgradeInfo() = default;
-    /** `checksum` is the image's own, its file's last two bytes. */
+    /** `checksum` is the image's own: the last two bytes of its file. */
     ControllerUpgradeInfo(uint16_t pages, uint16_t checksum)
         : i_pages(pages), i_checksum(checksum) {}
 
@@ -33,7 +33,7 @@ class ControllerUpgradeInfo : public Packable {
     uint16_t i_checksum = 0;
 };
 
-/** One flash page. The data's length travels with it. */
+/** One flash page. The length of the data is part of the message. */
 class ControllerFlashPage : public Packable {
   public:
     ControllerFlashPage() = default;
@@ -53,7 +53,7 @@ class ControllerFlashPage : public Packable {
     std::vector<char> i_data;
 };
 
-/** The controller's verdict on a page: 0 is good. An answer without one counts as bad. */
+/** The controller's verdict on a page: 0 is good. An answer without a verdict counts as bad. */
 class ControllerFlashPageResult : public Packable {
   public:
     static constexpr uint8_t GOOD = 0;
@@ -70,7 +70,7 @@ class ControllerFlashPageResult : public Packable {
     uint8_t i_result = 0xFF;
 };
 
-/** The payload of a message without content: packs to nothing, all alike. */
+/** The payload of a message without content: it packs to no bytes, and all objects are equal. */
 class EmptyData : public Packable, public PersistenceBase {
   public:
     WriteableSmartBuffer& pack(WriteableSmartBuffer& buffer) const override;
@@ -83,7 +83,7 @@ class EmptyData : public Packable, public PersistenceBase {
     [[nodiscard]] virtual bool deserialize(const node_type& node);
 };
 
-/** Of the same family; no message of the upgrade carries it. */
+/** Part of the message family, but not used by an upgrade. */
 class ControllerInputChangeMessage : public Packable {
   public:
     ControllerInputChangeMessage() = default;
@@ -101,7 +101,7 @@ class ControllerInputChangeMessage : public Packable {
     uint16_t i_second = 0;
 };
 
-/** Of the same family; no message of the upgrade carries it. */
+/** Part of the message family, but not used by an upgrade. */
 class ControllerLogData : public Packable {
   public:
     ControllerLogData() = default;

@@ -3,11 +3,15 @@
 #include <cstddef>
 
 /**
- * The mailbox between the host and the controller: where it is, byte addresses, and the values that
- * the two sides write to each other. Both ends of the link share this header and nothing else.
+ * The mailbox between the host and the controller: its place, the addresses of its bytes, and the
+ * values that the two sides write to each other. Both ends of the link share this header and
+ * nothing else.
  */
 
-/** The card's address space, and the mailbox in it, one 32-bit word for each address; bytes. */
+/**
+ * The card's address space and the mailbox in it, in bytes. Each mailbox address is one 32-bit
+ * word.
+ */
 constexpr std::size_t REGION_SIZE = 0x1000000;
 constexpr std::size_t MAILBOX_OFFSET = 0x2800;
 constexpr std::size_t MAILBOX_SIZE = std::size_t{32} * 4;
@@ -17,7 +21,7 @@ constexpr unsigned int MAILBOX_RX_DATA = 5;
 constexpr unsigned int MAILBOX_RX_FLAG = 6;
 constexpr unsigned int MAILBOX_RX_STATE = 7;
 
-/** Send direction, host to controller; the state is the controller's presence too. */
+/** Send direction, host to controller. The state also shows the controller's presence. */
 constexpr unsigned int MAILBOX_TX_DATA = 8;
 constexpr unsigned int MAILBOX_TX_FLAG = 9;
 constexpr unsigned int MAILBOX_TX_STATE = 10;
@@ -26,7 +30,9 @@ constexpr unsigned int MAILBOX_TX_STATE = 10;
 constexpr unsigned int MAILBOX_REVISION_LOW = 16;
 constexpr unsigned int MAILBOX_REVISION_HIGH = 17;
 
-/** A data byte's flag: set by its giver behind the byte, answered by its taker. */
+/**
+ * The flag of a data byte: the sender sets it after the byte, the receiver after taking the byte.
+ */
 constexpr unsigned char RX_BYTE_OFFERED = 243;
 constexpr unsigned char RX_BYTE_TAKEN = 63;
 constexpr unsigned char TX_BYTE_OFFERED = 36;

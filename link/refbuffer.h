@@ -6,7 +6,7 @@
 
 /**
  * An object that counts its references, from 0, and deletes itself with the last one. The count is
- * atomic: references may be dropped on any thread.
+ * atomic: any thread may drop a reference.
  */
 class RefObj {
   public:
@@ -17,7 +17,7 @@ class RefObj {
 
     void acquire() { i_count.fetch_add(1, std::memory_order_relaxed); }
     void release() {
-        // The last holder has to see what the others did to the object before it deletes it.
+        // The last holder must see the other holders' changes before it deletes the object.
         if (i_count.fetch_sub(1, std::memory_order_acq_rel) == 1) {
             delete this;
         }
@@ -46,7 +46,7 @@ class RefPtr {
         }
     }
 
-    // By value: the copy takes the old object with it at its end.
+    // By value: the parameter's destructor releases the old object.
     RefPtr& operator=(RefPtr other) {
         std::swap(i_object, other.i_object);
         return *this;

@@ -18,8 +18,8 @@ time_t SecondsNow() {
 }
 
 /**
- * Polls a flag, without a rest, until it holds `wanted`. Once the time is up the flag is read one
- * last time, and a match on that read comes too late.
+ * Polls a flag without pausing until it holds `wanted`. When the time is up, the flag is read one
+ * last time, and a match on that read is too late.
  */
 bool WaitForFlag(RouterCommsInterface& comms, unsigned int address, unsigned char wanted,
                  time_t limit) {
@@ -115,13 +115,13 @@ std::unique_ptr<SmartBufferReader> RouterCommReader::readMessage(RefPtr<RefBuffe
         totalLength > YAMP_MAX_FRAME) {
         return nullptr;
     }
-    // Neither zero-filled nor trusted: memory is touched only as bytes arrive.
+    // Not zero-filled, because the length is not trusted: memory is touched only as bytes arrive.
     std::unique_ptr<unsigned char[]> memory(new (std::nothrow) unsigned char[totalLength]);
     RefPtr<RefBuffer> received(new (std::nothrow) RefBuffer(memory.get(), totalLength));
     if (memory == nullptr || received.get() == nullptr) {
         return nullptr;
     }
-    unsigned char* const frame = memory.release();  // the buffer's from here on
+    unsigned char* const frame = memory.release();  // owned by the buffer from here on
     buffer = std::move(received);
     memcpy(frame, header, sizeof header);
     const unsigned int bodySize = totalLength - YAMP_HEADER_SIZE;
@@ -161,7 +161,7 @@ bool RouterCommReader::isByteOffered() {
 }
 
 uint16_t RouterCommReader::getControllerRevision() {
-    // Two statements: the high byte is read first.
+    // Two statements, so that the high byte is read first.
     const unsigned int high = i_comms->readAddress(MAILBOX_REVISION_HIGH);
     const unsigned int low = i_comms->readAddress(MAILBOX_REVISION_LOW);
     return static_cast<uint16_t>(high * 256 + low);

@@ -24,22 +24,30 @@ void ResetMailbox(RouterCommsInterface& comms);
 /**
  * The direction from the host to the controller. It borrows the interface, one thread at a time.
  *
- * False means that the mailbox was not up (found so at once, untouched) or that the controller left
- * a byte for over two seconds (the mailbox is reset, and both directions are down). Nothing marks a
- * broken-off sequence on the wire, and nothing is logged: the words are the caller's.
+ * False has two causes:
+ * - The mailbox was not up. This is found at once, and no byte is written.
+ * - The controller did not take a byte for more than two seconds. The mailbox is reset, and both
+ *   directions are down.
  *
- * Times are whole seconds of the wall clock; each byte has its own wait of 2 to 3 seconds.
+ * Nothing on the wire marks an incomplete sequence. Nothing is logged: the caller words the
+ * failure.
+ *
+ * Times are whole seconds of the wall clock, so each byte has its own wait of 2 to 3 seconds.
  */
 class RouterCommWriter {
   public:
     explicit RouterCommWriter(RouterCommsInterface* comms);
     virtual ~RouterCommWriter() = default;
 
-    /** One frame. False also without memory and for a message that can't be packed: nothing sent.
+    /**
+     * Sends one frame. Also false, with nothing sent, if there is no memory or the message can't be
+     * packed.
      */
     [[nodiscard]] bool send(const YAMPMessage& message);
 
-    /** `count` bytes, up to the first that fails. A null pointer is true with nothing sent. */
+    /**
+     * Sends `count` bytes, up to the first that fails. A null pointer sends nothing and is true.
+     */
     [[nodiscard]] bool sendBytes(const void* bytes, unsigned int count);
     [[nodiscard]] bool sendByte(unsigned char byte);
 
@@ -53,11 +61,12 @@ class RouterCommWriter {
 /**
  * The direction from the controller to the host. It borrows the interface, one thread at a time.
  *
- * A failure means that the direction was not up (found so at once, untouched) or that the
- * controller offered no byte for over three seconds (the mailbox is reset, and both directions are
- * down). Nothing is logged.
+ * A failure has two causes:
+ * - The direction was not up. This is found at once, and nothing is written.
+ * - The controller offered no byte for more than three seconds. The mailbox is reset, and both
+ *   directions are down.
  *
- * Its end closes the direction on the wire, which is why a reader is never copied.
+ * Nothing is logged. The destructor closes the direction on the wire, so a reader can't be copied.
  */
 class RouterCommReader {
   public:
@@ -67,15 +76,16 @@ class RouterCommReader {
     RouterCommReader(const RouterCommReader&) = delete;
     RouterCommReader& operator=(const RouterCommReader&) = delete;
 
-    /** Asks for the direction, if it is off. */
+    /** Requests the direction if it is off. */
     void enable();
 
     /**
-     * One message: a reader over its body, or null on any failure. `buffer` holds the bytes that
-     * the reader looks at, so it has to outlive it. `id` is valid only when the result isn't null.
+     * Reads one message. Returns a reader over its body, or null on any failure. `buffer` owns the
+     * bytes under the reader and must outlive it. `id` is valid only if the result isn't null.
      *
-     * After a bad header the receiver doesn't hunt for a frame start: what follows is taken as the
-     * next frame. A frame beyond YAMP_MAX_FRAME is refused with its body unread.
+     * After a bad header the receiver doesn't search for the start of a frame: it takes the next
+     * bytes as the next frame. A frame longer than YAMP_MAX_FRAME is refused, and its body stays
+     * unread.
      */
     std::unique_ptr<SmartBufferReader> readMessage(RefPtr<RefBuffer>& buffer, uint16_t& id);
 
@@ -83,7 +93,7 @@ class RouterCommReader {
     [[nodiscard]] bool readBytes(void* bytes, unsigned int capacity, unsigned int count);
     /** `byte` is set only when the result is true. */
     [[nodiscard]] bool readByte(unsigned char* byte);
-    /** True if a byte waits. One read, no wait. */
+    /** True if the controller offers a byte. One read, no wait. */
     bool isByteOffered();
 
     /** The controller's firmware revision: two reads, not atomic against the controller. */

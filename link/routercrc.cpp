@@ -6,11 +6,11 @@
 
 namespace {
 
-/** By byte. */
+/** Indexed by byte. */
 using CrcTable = std::array<uint16_t, 256>;
 /**
- * Table n has the CRC of a byte with n zero bytes behind it, so that four bytes at a time need four
- * looks that don't wait for each other.
+ * Table n holds the CRC of a byte followed by n zero bytes, so four bytes take four look-ups that
+ * don't depend on each other.
  */
 using CrcTables = std::array<CrcTable, 4>;
 

@@ -8,11 +8,11 @@
 
 /**
  * The CRC-16/MODBUS of a run of bytes: polynomial 0xA001 reflected, initial value 0xFFFF, no final
- * XOR. It travels as two single bytes, low byte first, on a stream and in a smart buffer alike.
+ * XOR. Both a stream and a smart buffer hold it as two single bytes, low byte first.
  */
 class RouterCrc : public Streamable, public Extractable, public Packable {
   public:
-    /** Of no bytes at all: 0xFFFF. */
+    /** The CRC of no bytes: 0xFFFF. */
     RouterCrc() = default;
     explicit RouterCrc(const std::vector<char>& bytes);
     explicit RouterCrc(const std::vector<unsigned char>& bytes);
@@ -23,7 +23,7 @@ class RouterCrc : public Streamable, public Extractable, public Packable {
         return i_crcHigh == other.i_crcHigh && i_crcLow == other.i_crcLow;
     }
 
-    /** Two raw characters, whatever the stream's width and white-space settings. */
+    /** Two raw characters. The stream's width and white-space settings have no effect. */
     std::ostream& toStream(std::ostream& stream) const override;
     std::istream& fromStream(std::istream& stream) override;
 

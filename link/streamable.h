@@ -15,7 +15,7 @@ class Streamable {
 class Extractable {
   public:
     virtual ~Extractable() = default;
-    /** Returns `stream`, whose state tells of failure. */
+    /** Returns `stream`, whose state shows a failure. */
     virtual std::istream& fromStream(std::istream& stream) = 0;
 };
 

@@ -24,7 +24,6 @@ int YAMPPack(void* buffer, unsigned int bufferSize, const YAMPMessage& message,
     if (body.hasFailed()) {
         return -1;
     }
-    // Only now is the length known that the header tells.
     *packedSize = body.getOffset() + YAMP_HEADER_SIZE;
     header << FIRST_LEAD_BYTE << SECOND_LEAD_BYTE << static_cast<unsigned short>(message.getId())
            << *packedSize;

@@ -12,17 +12,17 @@
  *     offset 0  1 byte   2
  *            1  1 byte   220
  *            2  2 bytes  message id
- *            4  4 bytes  total length in bytes, these 8 included
+ *            4  4 bytes  total length in bytes, including these 8
  *            8           the body, as the message packs it
  *
- * All numbers stand high byte first. Nothing follows the body.
+ * All numbers are high byte first. Nothing follows the body.
  */
 constexpr unsigned int YAMP_HEADER_SIZE = 8;
 /** Bytes in the largest body, and in the largest frame. */
 constexpr unsigned int YAMP_MAX_BODY = 0x7FFFFF8;
 constexpr unsigned int YAMP_MAX_FRAME = YAMP_HEADER_SIZE + YAMP_MAX_BODY;
 
-/** Anything that can be sent as a frame of its own. */
+/** A message that can be sent as one frame. */
 class YAMPMessage : public Packable {
   public:
     virtual uint16_t getId() const = 0;
@@ -32,7 +32,7 @@ class YAMPMessage : public Packable {
 template <unsigned short id>
 struct TolmiraPayloadT;
 
-/** Joins an id to its payload; the frame's body is exactly the payload's packing. */
+/** Joins an id to its payload. The frame's body is the packed payload and nothing else. */
 template <unsigned short id>
 class TolmiraMessageT : public YAMPMessage {
   public:
@@ -57,21 +57,22 @@ class TolmiraMessageT : public YAMPMessage {
 
 /**
  * Builds the frame of `message` in `buffer` and stores its total length, in bytes, in `packedSize`.
- * 0, or -1 if the buffer can't hold it, with `packedSize` untouched if the body didn't fit.
+ * Returns 0, or -1 if the buffer is too small; `packedSize` is unchanged if the body didn't fit.
  */
 [[nodiscard]] int YAMPPack(void* buffer, unsigned int bufferSize, const YAMPMessage& message,
                            unsigned int* packedSize);
 
 /**
- * Checks the first 8 of `size` bytes. 0, or -1 if they head no frame. The total length and the id
- * are stored before they are judged; the id isn't judged at all, nor an upper limit of the length.
+ * Checks the header in the first 8 of `size` bytes. Returns 0, or -1 if it is not valid. The total
+ * length and the id are stored even if the check fails, unless there are fewer than 8 bytes. The id
+ * is not checked, and the length has no upper limit here.
  */
 [[nodiscard]] int YAMPParseHeader(const void* bytes, unsigned int size, unsigned int* totalLength,
                                   uint16_t* id);
 
 /**
- * A reader over the body of the frame at `frame`, where `size` bytes lie, which it doesn't copy and
- * the caller keeps alive; null if the frame is longer than that, its header is bad, or there is no
- * memory. Stores the id.
+ * Returns a reader over the body of the frame at `frame`, which has `size` bytes and must outlive
+ * the reader. Null if the frame is longer than that, its header is bad, or there is no memory.
+ * Stores the id.
  */
 std::unique_ptr<SmartBufferReader> YAMPOpenBody(const void* frame, unsigned int size, uint16_t* id);

@@ -8,7 +8,7 @@
 
 void StopOnFailedAssertion(const char* text, const char* file, unsigned line,
                            const char* function) {
-    // abort() drops what is still buffered, and with a pipe that would be the report itself.
+    // abort() discards buffered output. With a pipe that would include the report.
     fflush(stdout);
     __assert_fail(text, file, line, function);
 }

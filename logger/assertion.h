@@ -3,26 +3,28 @@
 #include "logger/logger.h"
 
 /**
- * Logs that the assertion with this text failed, at EMERGENCY with the position of the caller. It
- * reports and returns: for the few places that end in order after the report.
+ * Logs at EMERGENCY, with the caller's position, that the assertion with this text failed, and
+ * returns. For the few places that must end in an orderly way after the report.
  */
 #define LOG_FAILED_ASSERTION(text) LOG_NO_ALLOC(EMERGENCY, "Assertion \"%s\" failed.", text)
 
-/** The end of a failed assertion: flushes standard output, then the C library's report and abort.
+/**
+ * Ends a failed assertion: flushes standard output, then calls the C library's report, which
+ * aborts.
  */
 [[noreturn, gnu::cold]] void StopOnFailedAssertion(const char* text, const char* file,
                                                    unsigned line, const char* function);
 
 /**
- * The assertion of the whole system, active in every build type: programming errors and system
+ * The system's assertion, active in every build type. It is for programming errors and for system
  * calls that must not fail.
  *
- * A failing expression is logged and then evaluated a second time; only if it fails again does the
- * process stop. An expression with effects, such as a lock, is thus repeated, and a success of the
- * second evaluation lets the run go on. The expression may read errno both times.
+ * A failing expression is logged and then evaluated again; the process stops only if it fails
+ * again. An expression with side effects, such as taking a lock, is therefore repeated. If it
+ * succeeds the second time, the run continues. Both evaluations see the same errno.
  *
- * The text in the report is the expression with its macros expanded (NULL shows as __null), which
- * is why the expression passes through ASSERTION_TEXT before it is made a string.
+ * The report shows the expression with its macros expanded: NULL shows as __null. For that the
+ * expression passes through ASSERTION_TEXT before it is made a string.
  */
 #define ASSERT(...)                                                                    \
     do {                                                                               \
@@ -36,12 +38,14 @@
     } while (false)
 
 /**
- * The assertion with a message in place of an expression: always fails. `message` is a string
+ * An assertion that always fails, with a message in place of an expression. `message` is a string
  * literal and keeps its quotes in the report.
  */
 #define ASSERT_MESSAGE(message) STOP_WITH_REPORT(#message)
 
-/** Logs `text` as the failed assertion and stops on the expression "false", with no second test. */
+/**
+ * Logs `text` as the failed assertion and stops on the expression "false", without a second test.
+ */
 #define STOP_WITH_REPORT(text)                                                   \
     do {                                                                         \
         LOG_FAILED_ASSERTION(text);                                              \

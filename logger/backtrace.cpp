@@ -18,7 +18,7 @@ bool FindSymbol(uintptr_t address) {
            GetSymbolText(static_cast<uint32_t>(address), symbolText, sizeof symbolText);
 }
 
-// A macro, as both functions take a format and the position of their caller.
+// A macro, because both functions take a format and the position of their caller.
 #define LOG_AT(severity, ...)                                                         \
     ((severity) == e_LogSeverity_CRASH                                                \
          ? LogNoAlloc(severity, __PRETTY_FUNCTION__, __FILE__, __LINE__, __VA_ARGS__) \
@@ -35,7 +35,7 @@ void LogSymbol(void* address, e_LogSeverity severity) {
     }
 }
 
-// Not inlined: its own frame is the one that is left out.
+// Not inlined: the loop skips one frame, which must be this function's own.
 __attribute__((noinline)) void LogBacktrace(e_LogSeverity severity) {
     void* frames[MOST_FRAMES] = {};
     const int count = backtrace(frames, MOST_FRAMES);

@@ -17,7 +17,7 @@ namespace {
 constexpr size_t LINE_SIZE = 1024;
 constexpr int COUNTER_MODULUS = 1000;
 
-/** Restores errno at the end of the scope: a report must not disturb what its caller looks at. */
+/** Restores errno at the end of the scope, because the caller may still want to read it. */
 class ErrnoKeeper {
   public:
     ErrnoKeeper() : i_errno(errno) {}
@@ -36,10 +36,11 @@ bool NeverCritical() {
 constexpr ThreadDescriber PLAIN_THREAD = {NeverCritical, DescribePlainThread,
                                           DescribePlainThreadNoAlloc};
 
-// Set with release and read with acquire: who sees a describer sees the registry behind it.
+// Set with release and read with acquire: a thread that sees a describer also sees the registry
+// that it uses.
 std::atomic<const ThreadDescriber*> threadDescriber{&PLAIN_THREAD};
 
-// Two threads may show the same number; the counter is atomic only so that this is no data race.
+// Two threads may show the same number. The counter is atomic only to avoid a data race.
 std::atomic<int> lineCounter{0};
 
 const ThreadDescriber& CurrentDescriber() {
@@ -80,7 +81,7 @@ class FixedLine {
     }
 
     void appendV(const char* format, va_list arguments) __attribute__((format(printf, 2, 0))) {
-        // The result tells the length that was wanted, not the one that was stored.
+        // vsnprintf returns the length that was needed, not the length that was stored.
         (void)vsnprintf(end(), room(), format, arguments);
         terminate();
     }
@@ -132,7 +133,7 @@ void LogMessage(int severity, const char* /*function*/, const char* file, unsign
     const int wanted = vsnprintf(message, sizeof message, format, arguments);
     va_end(arguments);
 
-    // A string and no stream: a page of the transfer waits for its line.
+    // A string is faster than a stream, and the transfer waits for this line.
     std::string text = "C: " + Counter(NextCount()) + " S: " + SeverityName(severity) + ' ';
     if (LoggerConfig::instance()->printLogThreadId()) {
         text.append("T: ").append(CurrentDescriber().describe()).append(" ");

@@ -3,8 +3,8 @@
 #include <string>
 
 /**
- * Severities of a report. The number is what a threshold compares, the word what a line shows:
- * X(name, value, word).
+ * Severities of a report. A threshold compares the number, and a line shows the word: X(name,
+ * value, word).
  */
 #define LOG_SEVERITIES(X)        \
     X(DEBUG, 0, "DEBUG")         \
@@ -28,51 +28,51 @@ enum e_LogSeverity : int {
 const char* SeverityName(int severity);
 
 /**
- * Writes one report line to standard output, if its severity passes the filter:
+ * Writes one report line to standard output if its severity passes the filter:
  *
  *     C: 042 S: NOTICE T: p:777 "message" at file:line.
  *
- * The counter runs modulo 1000 over the lines of this function alone. A message is cut at 1023
- * bytes; a newline at its end stays inside the quotes. A severity outside 0 to 8 counts as DEBUG.
- * A suppressed line allocates nothing. Any thread may call it; errno is preserved.
+ * The counter is for the lines of this function alone, modulo 1000. A message is cut at 1023 bytes;
+ * a newline at its end stays inside the quotes. A severity outside 0 to 8 counts as DEBUG. A
+ * suppressed line allocates nothing. Any thread may call it; errno is preserved.
  */
 void LogMessage(int severity, const char* function, const char* file, unsigned line,
                 const char* format, ...) __attribute__((format(printf, 5, 6)));
 
 /**
  * As LogMessage, for assertions and crash reports: one stack buffer, no heap, no counter. The whole
- * line is cut at 1023 bytes. Cold, so that an assertion costs a hot path no more than its test.
+ * line is cut at 1023 bytes. Marked cold, so that on a hot path an assertion costs only its test.
  */
 void LogNoAlloc(int severity, const char* function, const char* file, unsigned line,
                 const char* format, ...) __attribute__((format(printf, 5, 6), cold));
 
-/** Hands one finished line to the sink. The severity chooses nothing today. */
+/** Passes a finished line to the sink. The severity is not used. */
 void LogOutput(int severity, const char* text);
 
-/** vprintf. Nothing flushes: each main buffers standard output by lines, or not at all. */
+/** vprintf without a flush: each main makes standard output line-buffered or unbuffered. */
 void ConsolePrintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 /** vsyslog: the second sink, which nothing selects. */
 void SyslogWrite(int priority, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
 /**
- * What the logger asks about the calling thread. The registry of threads supplies it; without one
- * every thread is a plain thread. The three functions may be called from any thread at any time.
+ * The logger's questions about the calling thread. The registry of threads answers them; without a
+ * registry every thread is a plain thread. Any thread may call the three functions at any time.
  */
 struct ThreadDescriber {
     /** True for a thread with the time-critical threshold. */
     bool (*isCritical)();
-    /** The thread's description, without a blank at its end. */
+    /** The thread's description, without a trailing blank. */
     std::string (*describe)();
-    /** The same into `length` bytes, zero-terminated, with a blank at its end; no heap. */
+    /** The same in at most `length` bytes, zero-terminated, with a trailing blank. Uses no heap. */
     void (*describeNoAlloc)(char* buffer, size_t length);
 };
 
-/** Sets the describer, which must outlive its use; null goes back to plain threads. */
+/** Sets the describer, which must outlive its use. Null restores plain threads. */
 void SetThreadDescriber(const ThreadDescriber* describer);
 
 /**
- * The calling thread as a plain thread: "p:" and its handle in decimal. Both forms of
+ * The calling thread as a plain thread: "p:" and its handle in decimal. The two forms are those of
  * ThreadDescriber.
  */
 std::string DescribePlainThread();

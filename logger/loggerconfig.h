@@ -6,7 +6,7 @@ class Configuration;
 
 /**
  * The settings of the logger, one object for the process, built before main. Its constructor also
- * sets the locale of LC_CTYPE to en_US.UTF-8 where the machine has it.
+ * sets the locale of LC_CTYPE to en_US.UTF-8 if the machine has it.
  *
  * Any thread may read or change it at any time. Each setting is atomic by itself, and relaxed:
  * nothing else is published through it.
@@ -26,15 +26,15 @@ class LoggerConfig {
     void setTimeCritMinLogSeverity(int severity);
     void setAllThreadLogging(bool on);
     void setPrintLogThreadId(bool on);
-    /** Stored only: the sink is standard output whatever it says. */
+    /** Stored only: the sink is always standard output. */
     void setPrintToStdOut(bool on);
 
     void resetToDefaults();
     /**
      * Takes the settings from the default section: ALL_THREAD_LOGGING, MIN_LOG_SEVERITY,
      * TIME_CRIT_MIN_LOG_SEVERITY, PRINT_LOG_THREAD_ID and PRINT_TO_STD_OUT. A missing key, an empty
-     * value and a severity out of range leave the field as it is; text that is no number counts
-     * as 0. Defined beside Configuration, in the target of that name.
+     * value and a severity out of range leave the field as it is. Text that is not a number counts
+     * as 0. Defined in the target of Configuration.
      */
     void load(const Configuration& configuration);
 

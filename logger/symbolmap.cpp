@@ -27,8 +27,8 @@ std::string OwnExecutable() {
 }
 
 /**
- * The number that a line begins with, as strtoul takes it. One that is too large is the largest
- * address, not one somewhere in the code.
+ * The number at the start of a line, as strtoul reads it. One that is too large becomes the largest
+ * address, so that it is not mistaken for an address in the code.
  */
 uint32_t AddressOf(std::string_view line) {
     constexpr unsigned long largest = std::numeric_limits<uint32_t>::max();
@@ -38,7 +38,7 @@ uint32_t AddressOf(std::string_view line) {
     if (isPlain) {
         return address;
     }
-    // Blanks or 0x in front, too large, or no number at all.
+    // Leading blanks or 0x, a number that is too large, or no number.
     const std::string text(line);
     return static_cast<uint32_t>(std::min(strtoul(text.c_str(), nullptr, 16), largest));
 }
@@ -70,7 +70,7 @@ void ReadLines(int file, Use use) {
     }
 }
 
-// For the effect alone: the table is ready before main, and so before anything can go wrong.
+// Only for its effect: the table is built before main, so a later crash report can use it.
 const SymbolMap* const BUILT_BEFORE_MAIN = &SymbolMap::instance();
 
 }  // namespace
@@ -94,7 +94,8 @@ SymbolMap::SymbolMap(const std::string& path) : i_path(path) {
     if (file == -1) {
         return;
     }
-    // Growing would touch new memory again and again; what is reserved and not used costs nothing.
+    // Reserved at once: growing would copy the table again and again, and unused memory costs
+    // nothing.
     i_lines.reserve(SizeOf(file) / SHORT_LINE);
     std::size_t position = 0;
     ReadLines(file, [&](std::string_view line) {
@@ -102,15 +103,15 @@ SymbolMap::SymbolMap(const std::string& path) : i_path(path) {
         position += line.size() + 1;
     });
     close(file);
-    // The build sorts the file, so this is a look and no more.
+    // The build sorts the file, so normally this is only a check.
     if (!std::is_sorted(i_lines.begin(), i_lines.end(), isBelow)) {
         std::stable_sort(i_lines.begin(), i_lines.end(), isBelow);
     }
 }
 
 bool SymbolMap::lookup(uint32_t address, char* buffer, int size) const {
-    const auto behind = std::upper_bound(i_lines.begin(), i_lines.end(), Line{address, 0}, isBelow);
-    if (behind == i_lines.begin() || behind == i_lines.end()) {
+    const auto next = std::upper_bound(i_lines.begin(), i_lines.end(), Line{address, 0}, isBelow);
+    if (next == i_lines.begin() || next == i_lines.end()) {
         return false;
     }
     const int file = open(i_path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -118,7 +119,7 @@ bool SymbolMap::lookup(uint32_t address, char* buffer, int size) const {
         return false;
     }
     if (size > 0) {
-        const auto position = static_cast<off_t>(std::prev(behind)->position);
+        const auto position = static_cast<off_t>(std::prev(next)->position);
         const ssize_t count = pread(file, buffer, static_cast<std::size_t>(size) - 1, position);
         buffer[count > 0 ? count : 0] = '\0';
         buffer[strcspn(buffer, "\n")] = '\0';

@@ -6,15 +6,15 @@
 #include <vector>
 
 /**
- * Turns an address of the running program into a line of the symbol file beside it, which the build
- * makes. The table of addresses is built once; the text stays on disk, and a lookup reads one line.
+ * Turns an address of the running program into a line of its symbol file, which the build makes.
+ * The table of addresses is built once; the text stays on disk, and a lookup reads one line.
  *
  * The file's lines begin with an address in hexadecimal and end in a newline; the rest is free
- * text. A line covers the addresses from its own up to the next, so the last one covers none: it is
- * an end mark. Of two lines with one address the later counts, and a line that begins with no
- * number has the address 0. Without a file every lookup fails, in silence.
+ * text. A line covers the addresses from its own up to the next, so the last line covers none: it
+ * is an end mark. Of two lines with the same address the later one counts. A line that doesn't
+ * begin with a number has the address 0. Without a file every lookup fails silently.
  *
- * Built once and then only read: any thread may look up.
+ * Built once and then only read, so any thread may look up.
  */
 class SymbolMap {
   public:
@@ -23,13 +23,13 @@ class SymbolMap {
     SymbolMap(const SymbolMap&) = delete;
     SymbolMap& operator=(const SymbolMap&) = delete;
 
-    /** The map of this program. Linking this class has it built before main. */
+    /** The map of this program. Linking this class builds it before main. */
     static SymbolMap& instance();
 
     /**
      * Copies the line that covers the address, cut to `size` less 1 characters, and terminates it.
-     * False, with the buffer as it was, if there is none or the file can't be opened any more. No
-     * heap.
+     * Returns false and leaves the buffer alone if there is no such line or the file can no longer
+     * be opened. Uses no heap.
      */
     [[nodiscard]] bool lookup(uint32_t address, char* buffer, int size) const;
 

@@ -12,7 +12,7 @@
 
 namespace {
 
-/** What keeps an open object from being read; empty for nothing. */
+/** Why an open object can't be read; empty if it can. */
 std::string Unfit(int fd) {
     struct stat status = {};
     if (fstat(fd, &status) != 0) {

@@ -10,11 +10,11 @@
 #include "link/mailbox.h"
 
 /**
- * The card's address space as other programs share it, for reading alone. The object is opened and
- * never made, resized or mapped: a word is read with pread, which can fail but can't end the
- * process where memory is short.
+ * Read-only access to the card's address space as other programs share it. The object is opened but
+ * never created, resized or mapped. A word is read with pread, which fails if memory is short; an
+ * access through a mapping would end the process.
  *
- * Opening doesn't wait, whatever has the object's name; only a regular file is read.
+ * Opening never waits, even if the name belongs to something else, and only a regular file is read.
  */
 class CardView {
   public:
@@ -27,7 +27,7 @@ class CardView {
 
     /** Why nothing can be read, and what to do, in one line; empty if the object is open. */
     const std::string& failure() const { return i_failure; }
-    /** The failure is that there is no object of this name. */
+    /** True if the failure is that no object has this name. */
     bool missing() const { return i_missing; }
 
     /**
@@ -39,7 +39,8 @@ class CardView {
         return word(MAILBOX_OFFSET + std::size_t{4} * address);
     }
 
-    /** The holder of the host's or the controller's lock, as HostOf() and ControllerOf() have it.
+    /**
+     * The holder of the host's or the controller's lock, as HostOf() and ControllerOf() return it.
      */
     std::optional<pid_t> host() const;
     std::optional<pid_t> controller() const;

@@ -7,7 +7,10 @@
 
 namespace {
 
-/** The first two bytes of the mailbox. Every program that takes or asks must agree on them. */
+/**
+ * The first two bytes of the mailbox. Every program that takes a lock or asks for its holder must
+ * agree on them.
+ */
 constexpr off_t HOST_BYTE = MAILBOX_OFFSET;
 constexpr off_t CONTROLLER_BYTE = MAILBOX_OFFSET + 1;
 
@@ -25,20 +28,20 @@ bool Lock(int fd, off_t byte, short type) {
     return fcntl(fd, F_SETLK, &lock) == 0;
 }
 
-/** Asks as a writer would, whom each lock stops. */
+/** Asks about a write lock, because every other lock conflicts with one. */
 std::optional<pid_t> HolderOf(int fd, off_t byte) {
     struct flock lock = LockOn(byte, F_WRLCK);
     if (fcntl(fd, F_GETLK, &lock) != 0 || lock.l_type == F_UNLCK) {
         return std::nullopt;
     }
-    // -1 is a lock of an open file, not of a process.
+    // -1 means that the lock belongs to an open file description, not to a process.
     return lock.l_pid > 0 ? lock.l_pid : 0;
 }
 
 }  // namespace
 
 void LockAsHost(int fd) {
-    // A host works without the lock too; it is only for others to see.
+    // The host works without the lock too; it only informs other programs.
     (void)Lock(fd, HOST_BYTE, F_RDLCK);
 }
 

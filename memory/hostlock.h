@@ -6,16 +6,16 @@
 #include <string>
 
 /**
- * Who is at work on a shared-memory object: record locks (fcntl) on one agreed byte for each side.
- * The contents of the bytes have no meaning. The kernel drops a lock when its process ends,
- * whatever ends it.
+ * Which processes use a shared-memory object, shown by record locks (fcntl) on one agreed byte for
+ * each side. The contents of the bytes have no meaning. The kernel drops a lock when its process
+ * ends, however it ends.
  *
  * The kernel also drops a process's locks on an object as soon as the process closes any of its
  * descriptors of that object. Holders must keep their one descriptor open; only processes without a
  * lock may open and close another.
  */
 
-/** Marks the calling process as a host. Several hosts can hold it; it keeps nobody out. */
+/** Marks the calling process as a host. Several hosts can hold the lock; it excludes nobody. */
 void LockAsHost(int fd);
 
 /**
@@ -25,9 +25,9 @@ void LockAsHost(int fd);
 [[nodiscard]] bool LockAsController(int fd);
 
 /**
- * The id of a process that holds the host's or the controller's lock, 0 if it belongs to another
- * pid namespace. No value if no other process holds it. `fd` need only be open for reading; a
- * process doesn't see its own lock.
+ * The id of a process that holds the host's or the controller's lock, or 0 if it belongs to another
+ * pid namespace. No value if no other process holds it: a process doesn't see its own lock. `fd`
+ * need only be open for reading.
  */
 std::optional<pid_t> HostOf(int fd);
 std::optional<pid_t> ControllerOf(int fd);

@@ -9,9 +9,9 @@
 #include "thread/pmutex.h"
 
 /**
- * The regions of the card's address space, numbered from 0 in this order:
- * X(name, device path, default size in bytes). A region without a default size can only be created
- * with one given. Regions whose paths end alike share one object.
+ * The regions of the card's address space, numbered from 0 in this order: X(name, device path,
+ * default size in bytes). A region without a default size needs a size when it is created. Regions
+ * whose paths have the same last component share one object.
  */
 #define MEMORY_REGIONS(X)                                                           \
     X(Slot0, "/dev/plb0", 0x40)                                                     \
@@ -77,7 +77,8 @@ constexpr int NUM_MEMORY_MAPS = 0
     ;
 
 /**
- * One region of a MemoryMapContainer, which alone opens and closes it. Created, it has an address.
+ * One region of a MemoryMapContainer, which alone opens and closes it. It has an address once it is
+ * created.
  */
 class MemoryMap {
   public:
@@ -93,23 +94,26 @@ class MemoryMap {
     friend class MemoryMapContainer;
 
     int i_fd = -1;
-    // Stored last, with release, and read without the lock: who sees it set sees the other fields.
+    // Stored last, with release, and read without the lock: a thread that sees it set also sees the
+    // other fields.
     std::atomic<void*> i_address{nullptr};
     size_t i_size = 0;
 };
 
 /**
- * Owns every region that stands for a part of the card's address space.
+ * Owns the regions, each a part of the card's address space.
  *
  * A region is a POSIX shared-memory object named after the last component of its device path, slash
- * included; another process that maps the same object sees the same bytes. The container never
- * clears and never removes an object. While the region of the mailbox, e_MemoryMap_VELNOR_ALTERA,
- * is created, this process holds the host's lock on it (memory/hostlock.h), unless the object can't
- * be locked or the process closes another descriptor of it.
+ * included. Another process that maps the same object sees the same bytes. The container never
+ * clears and never removes an object.
  *
- * Maps may be created from any thread that may block; a time-critical one is stopped. The pointers
- * handed out stay valid for the container's life. Its destructor, which unmaps and closes, must not
- * run beside any other call.
+ * While the region of the mailbox, e_MemoryMap_VELNOR_ALTERA, is created, this process holds the
+ * host's lock on it (memory/hostlock.h). It doesn't if the object can't be locked or if the process
+ * closes another descriptor of it.
+ *
+ * Any thread that may block can create maps; a time-critical thread that tries is stopped. The
+ * pointers handed out stay valid as long as the container exists. Its destructor, which unmaps and
+ * closes, must not run at the same time as any other call.
  */
 class MemoryMapContainer {
   public:
@@ -119,9 +123,9 @@ class MemoryMapContainer {
     MemoryMapContainer& operator=(const MemoryMapContainer&) = delete;
 
     /**
-     * Maps a region with its default size, or with `size` bytes. A created one comes back as it is,
-     * whatever the size. Null on failure, which is logged; the region stays closed and can be tried
-     * again.
+     * Maps a region with its default size, or with `size` bytes. A region that is already created
+     * is returned as it is, and the size is ignored. Null on failure, which is logged; the region
+     * stays closed and can be tried again.
      */
     [[nodiscard]] MemoryMap* createMemoryMap(e_MemoryMapType type);
     [[nodiscard]] MemoryMap* createMemoryMap(e_MemoryMapType type, size_t size);

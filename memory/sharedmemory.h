@@ -4,8 +4,8 @@
 #include <string>
 
 /**
- * A POSIX shared-memory object by name, for the moment of its opening. It owns nothing: the
- * descriptor passes to the caller, and the object outlives the process.
+ * Opens a POSIX shared-memory object by name. It owns nothing: the descriptor passes to the caller,
+ * and the object outlives the process.
  */
 class SharedMemory {
   public:
@@ -14,9 +14,9 @@ class SharedMemory {
     virtual ~SharedMemory() = default;
 
     /**
-     * An open descriptor of the object, which is made if it isn't there and gets the stored size. A
-     * new object reads as zeroes, an old one keeps its contents. -1 on failure, which is logged;
-     * errno tells why.
+     * Opens the object, creates it if it doesn't exist, and sets its size to the stored one. A new
+     * object reads as zeroes; an existing one keeps its contents. Returns the descriptor, or -1
+     * with errno set and the failure logged.
      */
     [[nodiscard]] int createFd();
 

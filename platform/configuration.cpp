@@ -17,7 +17,7 @@ void PrintKeys(std::ostream& out, const std::map<std::string, std::string>& keys
     out << '\n';
 }
 
-/** Takes the name between the brackets; a header that isn't closed leaves `section` alone. */
+/** Takes the name between the brackets. A header that isn't closed leaves `section` alone. */
 void TakeHeader(const std::string& line, size_t open, std::string& section) {
     const size_t close = line.find(']', open);
     if (close != std::string::npos) {
@@ -40,7 +40,7 @@ int Configuration::load(const std::string& fileName, bool clearFirst) {
     if (!file) {
         return e_Error_CannotOpenFile;
     }
-    // Into a record of its own: a file that can't be read to its end changes nothing.
+    // Loaded into a separate record, so that a file that can't be read to its end changes nothing.
     Configuration loaded;
     std::string section = defaultSection;
     std::string line;

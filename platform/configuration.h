@@ -5,40 +5,41 @@
 #include <sstream>
 #include <string>
 
-/** The section of the keys that stand before any header. It has no header of its own. */
+/** The section of the keys before the first header. It is written without a header. */
 inline const std::string defaultSection = "default";
 
 /**
- * Named settings: sections of keys with string values, read from and written to a text file. It
- * knows no key; clients ask for one and parse the text.
+ * Named settings: sections of keys with string values, read from and written to a text file. The
+ * class has no list of valid keys; clients ask for a key and parse its text.
  *
  *     # a comment: whole lines only
  *     CPU_RATE = 666
  *     [section]
  *     key = value
  *
- * Lines are trimmed, and a key line is split at its first "=" and trimmed again; the name of a
- * section is not. Of two lines with one key the later counts. What is neither a header nor a key
- * line is skipped, and so is a last line without a newline: no contents are an error.
+ * Lines are trimmed. A key line is split at its first "=", and both parts are trimmed again; the
+ * name of a section is not trimmed. Of two lines with the same key the later one counts. A line
+ * that is neither a header nor a key line is skipped, and so is a last line without a newline. No
+ * contents are an error.
  *
  * A section exists only while it holds a key. An instance belongs to one thread at a time.
  */
 class Configuration {
   public:
     Configuration() = default;
-    /** Loads the file. Where that fails, logs a warning and stays empty. */
+    /** Loads the file. If that fails, logs a warning and stays empty. */
     explicit Configuration(const std::string& fileName);
 
     /**
-     * Adds the keys of the file to this record, or with `clearFirst` takes them in its place.
-     * Returns 0, or e_Error_CannotOpenFile, with the record unchanged, if the file can't be opened
-     * or read to its end, as a directory can't.
+     * Adds the keys of the file to this record; with `clearFirst` they replace its keys. Returns 0,
+     * or e_Error_CannotOpenFile, with the record unchanged, if the path can't be opened or read to
+     * its end, as with a directory.
      */
     [[nodiscard]] int load(const std::string& fileName, bool clearFirst);
 
     /**
      * Writes the record over the file. Returns 0, e_Error_CannotOpenFile if the file can't be
-     * opened for writing, or e_Error_WriteFailed if not all of it could be written.
+     * opened for writing, or e_Error_WriteFailed if not everything could be written.
      */
     [[nodiscard]] int save(const std::string& fileName) const;
 
@@ -52,7 +53,7 @@ class Configuration {
     bool hasKey(const std::string& key) const { return hasKey(defaultSection, key); }
 
     /**
-     * Gives the value to `stream`, cleared and ready to read, and returns 0. For a missing key
+     * Puts the value into `stream`, clears the stream's state and returns 0. For a missing key,
      * returns e_Error_NotFound and leaves the stream alone.
      */
     [[nodiscard]] int getValue(const std::string& section, const std::string& key,
@@ -68,11 +69,11 @@ class Configuration {
         setValue(defaultSection, key, value);
     }
 
-    /** Removes the key, and its section with the last one. A missing key is no fault. */
+    /** Removes the key, and with the last key its section. A missing key is not an error. */
     void removeValue(const std::string& section, const std::string& key);
     void removeValue(const std::string& key) { removeValue(defaultSection, key); }
 
-    /** Sets every key of `other` here too; returns this record. */
+    /** Sets every key of `other` here too and returns this record. */
     Configuration& merge(const Configuration& other);
     void clear() { i_sections.clear(); }
 

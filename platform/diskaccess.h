@@ -4,11 +4,11 @@
 #include <string>
 
 /**
- * The frame's storage layout: X(constant, text). Relative paths are relative to the working
- * directory, which the three storage roots stand beside. What starts with a slash is a piece to
- * append to a directory.
+ * The frame's storage layout: X(constant, text). Relative paths start at the working directory; the
+ * three storage roots are next to it. A text that begins with a slash is meant to be appended to a
+ * directory.
  *
- * The constants are built before main, in this order, by one source unit, so a row may use the rows
+ * The constants are built before main, in this order, by one source unit. A row may use the rows
  * above it; another unit must not use them before main.
  */
 #define STORAGE_PATHS(X)                                   \
@@ -64,7 +64,7 @@
 STORAGE_PATHS(DECLARE_STORAGE_PATH)
 #undef DECLARE_STORAGE_PATH
 
-/** Where a set of files lies: X(enumerator, value, word). */
+/** The location of a set of files: X(enumerator, value, word). */
 #define STORAGE_LOCATIONS(X)                     \
     X(e_StorageLocation_Internal, 0, "internal") \
     X(e_StorageLocation_Usb, 1, "usb")           \
@@ -76,53 +76,57 @@ enum e_StorageLocation : int {
 #undef STORAGE_LOCATION_ENUMERATOR
 };
 
-/** An unknown word, in capitals for one, is the internal location. */
+/** An unknown word is the internal location; upper case matters. */
 e_StorageLocation storageLocationFromString(const std::string& word);
 /** A value outside the enumeration is "internal". */
 std::string storageLocationToString(e_StorageLocation location);
 
 /**
- * The operations below log their failures and return 0 for success. They hold no state, and nothing
- * guards against two callers at work on one directory. Shell commands run through SystemCaller, so
- * a time-critical thread may not call, and a path must not hold a double quote.
+ * The operations below log their failures and return 0 for success. They have no state, and nothing
+ * keeps two callers from working on one directory. They run shell commands through SystemCaller: a
+ * time-critical thread must not call them, and a path must not contain a double quote.
  */
 
 /** Whether stat finds the path. */
 bool pathExists(const std::string& path);
-/** 0, or e_Error_NotFound without a stick: silent. */
+/** 0, or e_Error_NotFound without a USB stick. Logs nothing. */
 [[nodiscard]] int checkUsbMounted();
 
 /**
- * Sees to it that the directory is there, with those above it. On the USB stick, but not through
- * its mount point: e_Error_NotFound without a stick, -1 when mkdir fails or there is nothing below
- * the mount point to make. Elsewhere by the shell: its code.
+ * Creates the directory and its parents if they are missing:
+ * - On the USB stick, but never its mount point. Returns e_Error_NotFound without a stick, and -1
+ *   if mkdir fails or the path has nothing below the mount point.
+ * - Elsewhere with a shell command, whose code it returns.
  */
 [[nodiscard]] int checkAndCreateDir(const std::string& directory);
 
 /**
- * Makes `to` hold what `from` holds, and no more, by rsync; with a pattern, those files of `from`
- * that match. A source that isn't there is no failure. Returns the code of the directory or of the
- * shell command.
+ * Mirrors `from` in `to` with rsync, and deletes everything else there; with a pattern, only files
+ * that match it are copied and deleted. A missing source is not a failure. Returns the code of
+ * creating the directory, or that of the shell command.
  */
 [[nodiscard]] int copyFiles(const std::string& from, const std::string& to,
                             const std::string& filepattern);
-/** copyFiles, and its failure is logged with the names. The two differ in theirs alone. */
+/** As copyFiles; a failure is also logged with the names. The two functions are the same. */
 [[nodiscard]] int copyFilesToFlash(const std::string& from, const std::string& to,
                                    const std::string& filepattern);
 [[nodiscard]] int copyFilesToOrFromNonUSB(const std::string& from, const std::string& to,
                                           const std::string& filepattern);
-/** As these; e_Error_NotFound without a stick. */
+/** As above. e_Error_NotFound without a USB stick. */
 [[nodiscard]] int copyFilesToOrFromUSB(const std::string& from, const std::string& to,
                                        const std::string& filepattern);
 
-/** Packs the log files below /tmp into an archive on the USB stick, in place of the one there. */
+/** Packs the log files below /tmp into an archive on the USB stick, and replaces an earlier one. */
 [[nodiscard]] int copyLogs();
-/** e_Error_NotFound without a stick. */
+/** As above. e_Error_NotFound without a USB stick. */
 [[nodiscard]] int copyLogsToUSB();
 
 /**
- * The names of the schemes in byte order: of the default directory, which is made, of the system's,
- * but its own custom ones, and always Custom1 to Custom4. A name that is in both stands twice.
- * Empty if the default directory can't be made.
+ * The names of the schemes, in byte order:
+ * - those in the default directory, which is created if it is missing,
+ * - those in the system's directory, except custom ones,
+ * - always Custom1 to Custom4.
+ *
+ * A name in both directories appears twice. Empty if the default directory can't be created.
  */
 std::list<std::string> readSchemeDir();

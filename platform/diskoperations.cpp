@@ -14,12 +14,12 @@
 
 namespace {
 
-constexpr mode_t ALL_MAY_DO_ALL = 0777;  // less the process's mask
+constexpr mode_t ALL_MAY_DO_ALL = 0777;  // reduced by the process's mask
 constexpr std::string_view SCHEME_SUFFIX = ".xml";
 constexpr char CUSTOM_SCHEME[] = "Custom";
 constexpr int CUSTOM_SCHEMES = 4;
 
-/** How long a shell command may take, and how often it is tried again when it takes longer. */
+/** The time limit of a shell command, and how often it is repeated after a time-out. */
 struct Patience {
     int seconds;
     int retries;
@@ -29,7 +29,7 @@ constexpr Patience REMOVING_A_FILE = {10, 3};
 constexpr Patience PACKING_LOGS = {30, 2};
 constexpr Patience COPYING_FILES = {90, 2};
 
-/** As the shell takes a path that has no double quote in it. */
+/** Quotes a path for the shell. The path must not contain a double quote. */
 std::string Quoted(const std::string& path) {
     return '"' + path + '"';
 }
@@ -38,12 +38,14 @@ int RunLogged(const std::string& command, const Patience& patience) {
     return SystemCaller::instance().execRetryLogged(command, patience.seconds, patience.retries);
 }
 
-/** By the text alone: the mount point itself counts, and so does a longer name beside it. */
+/**
+ * Compares the text only: true also for the mount point itself and for a longer name next to it.
+ */
 bool IsBelowUsbMount(const std::string& directory) {
     return directory.compare(0, usbMountDir.size(), usbMountDir) == 0;
 }
 
-/** checkUsbMounted, with the line of those that need the stick. */
+/** checkUsbMounted for operations that need the stick: logs a failure. */
 int RequireUsb() {
     const int result = checkUsbMounted();
     if (result != 0) {
@@ -73,7 +75,10 @@ int MakeUsbLevel(const std::string& directory) {
     return -1;
 }
 
-/** Level by level, the mount point left out: nothing is made where no stick is mounted. */
+/**
+ * Creates the levels below the mount point one by one. The mount point itself is never created, so
+ * nothing is written when no stick is mounted.
+ */
 int MakeUsbDir(const std::string& directory) {
     const int mounted = RequireUsb();
     if (mounted != 0) {
@@ -100,7 +105,7 @@ std::string CopyCommand(const std::string& from, const std::string& to,
     return "rsync -rqx --delete --force " + selection + Quoted(from + '/') + ' ' + Quoted(to + '/');
 }
 
-/** Through a format of its own: a path may hold a percent sign. */
+/** With its own format, because a path may contain a percent sign. */
 void LogError(const std::string& text) {
     LOG_MESSAGE(ERROR, "%s", text.c_str());
 }
@@ -136,7 +141,7 @@ int IsSystemScheme(const dirent* entry) {
     return IsScheme(entry) != 0 && strstr(entry->d_name, CUSTOM_SCHEME) == nullptr ? 1 : 0;
 }
 
-/** Adds the names of the schemes in the directory; false with errno set if it can't be read. */
+/** Adds the names of the schemes in the directory. False with errno set if it can't be read. */
 bool ScanSchemes(const std::string& directory, int (*isSelected)(const dirent*),
                  std::list<std::string>& schemes) {
     dirent** entries = nullptr;
@@ -220,7 +225,7 @@ int copyLogs() {
     if (RunLogged(pack + " /tmp/*Events.log*", PACKING_LOGS) == 0) {
         return 0;
     }
-    // tar fails where there is no such log at all.
+    // tar fails if no event log exists.
     RemoveArchive(archive);
     const int result = RunLogged(pack, PACKING_LOGS);
     if (result != 0) {

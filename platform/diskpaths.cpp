@@ -17,7 +17,7 @@ constexpr LocationWord LOCATION_WORDS[] = {
 #undef STORAGE_LOCATION_WORD
 };
 
-// The internal location, which also stands in for what is unknown.
+// The internal location, which is also the result for unknown words and values.
 constexpr const LocationWord& fallback = LOCATION_WORDS[0];
 
 }  // namespace

@@ -6,7 +6,7 @@
 
 namespace {
 
-/** The setting under `key`; the present one without the key and for an empty value. */
+/** The setting under `key`, or the present one if the key is missing or its value empty. */
 template <typename T>
 T Setting(const Configuration& configuration, const std::string& key, T present) {
     T value = present;

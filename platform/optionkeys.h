@@ -21,7 +21,7 @@ inline constexpr char AUTH_VRQ_CONNECTIONS_KEY[] = "authVRQConnections";
 inline constexpr char RBAC_MASTER_PASSWORD_KEY[] = "rbacMasterPassword";
 inline constexpr char QUIBNET_ACCESS_KEY[] = "quibnetAccess";
 
-/** Of the file's format, with two values; nothing here reads or writes it. */
+/** Part of the file's format, with two values; nothing here reads or writes it. */
 inline constexpr char VIDPROC_BITFILE_KEY[] = "vidprocBitfile";
 inline constexpr char VIDPROC_BITFILE_DVE[] = "velnor_vp_dve";
 inline constexpr char VIDPROC_BITFILE_FCFS[] = "velnor_vp_fcfs";

@@ -20,7 +20,7 @@ Optional<std::string> TextOf(const Configuration& file, const std::string& key) 
                             : Optional<std::string>();
 }
 
-/** Stays as it is for a missing key. */
+/** Leaves the value as it is if the key is missing. */
 template <typename T>
 void ReadValue(const Configuration& file, const std::string& key, T& field) {
     const Optional<std::string> text = TextOf(file, key);
@@ -29,7 +29,7 @@ void ReadValue(const Configuration& file, const std::string& key, T& field) {
     }
 }
 
-/** As ReadValue, but at most `limit`, which holds for what the file says only. */
+/** As ReadValue, but cuts a value from the file to `limit`. The initial value is not cut. */
 template <typename T>
 void ReadCount(const Configuration& file, const std::string& key, T limit, T& field) {
     const Optional<std::string> text = TextOf(file, key);

@@ -13,11 +13,11 @@ class Configuration;
 
 /**
  * What a frame is set up to do: how many MEs (mles) and inputs it offers, which switcher mode it
- * runs, and some access switches. It starts from the hardware profile, which the software options
- * file then narrows or overrides. A value object: constructed, loaded once, read and dropped.
+ * runs, and some access switches. It starts from the hardware profile; the software options file
+ * then narrows or overrides it. A value object: construct it, load it once, read it.
  *
- * The file's values are trusted within the clamps that `load` tells. A value that is no number
- * reads as 0, and as false; an empty one too.
+ * The file's values are trusted within the limits that `load` applies. A value that is empty or not
+ * a number reads as 0 or false.
  */
 class Options {
   public:
@@ -26,14 +26,14 @@ class Options {
     explicit Options(e_VelnorType hardwarePlatform);
 
     /**
-     * Takes over what the software options file says. Counts of MEs and inputs are cut to the
-     * platform's maximum, `numABU` to 3 and `numConfAudioChannels` to 48. With at most one ME the
-     * 2.5 ME modes are no longer available. A switcher mode that isn't available is ignored in
-     * silence. Without a file, logs what the frame runs with and changes nothing.
+     * Applies the software options file. Counts of MEs and inputs are cut to the platform's
+     * maximum, `numABU` to 3 and `numConfAudioChannels` to 48. With at most one ME the 2.5 ME modes
+     * are no longer available. A switcher mode that isn't available is ignored silently. Without a
+     * file, logs the settings in use and changes nothing.
      */
     void load();
 
-    /** 16 inputs become 18 where the platform has these. */
+    /** Changes 16 inputs to 18 if the platform has 18. */
     void adjustNumInputs(e_VelnorType hardwarePlatform);
 
     size_t getAvailableMles() const { return i_availableMles; }
@@ -58,11 +58,13 @@ class Options {
     bool getQuibnetAccess() const { return i_quibnetAccess; }
 
     /**
-     * The setters write to the software options file, whole and anew, and leave this record as it
-     * is: a value counts from the next load on. One writer at a time. They return 0;
-     * e_Error_InvalidArgument, with nothing written, for a count above the platform's maximum or a
-     * mode that isn't available; e_Error_NotFound if the file's directory can't be made; or what
-     * Configuration::save returns. To use them, link `optionsetters`.
+     * The setters rewrite the software options file and leave this object as it is: a value takes
+     * effect at the next load. One writer at a time. To use them, link `optionsetters`. They return
+     * - 0,
+     * - e_Error_InvalidArgument, with nothing written, for a count above the platform's maximum or
+     *   a mode that isn't available,
+     * - e_Error_NotFound if the file's directory can't be created, or
+     * - the result of Configuration::save.
      */
     [[nodiscard]] int setAvailableMles(size_t count) const;
     [[nodiscard]] int setAvailableInputs(size_t count) const;
@@ -76,7 +78,7 @@ class Options {
     [[nodiscard]] int setNumABU(unsigned count) const;
     [[nodiscard]] int setNumConfAudioChannels(unsigned count) const;
     [[nodiscard]] int setAuthVRQConnections(int index, int value) const;
-    /** An absent value takes the key out of the file. */
+    /** An absent value removes the key from the file. */
     [[nodiscard]] int setVistrolName(const Optional<std::string>& name) const;
     [[nodiscard]] int setRbacMasterPassword(const Optional<std::string>& password) const;
 

@@ -6,12 +6,12 @@
 #include "platform/optionkeys.h"
 #include "platform/options.h"
 
-// Apart from the rest of Options: to make a directory they need the slave, which who only reads
-// the options does without.
+// Apart from the rest of Options: creating a directory needs the slave, and programs that only read
+// the options do without it.
 
 namespace {
 
-/** Puts the value into the software options file, or takes the key out if there is none. */
+/** Puts the value into the software options file, or removes the key if there is no value. */
 int saveOption(const std::string& key, const Optional<std::string>& value) {
     if (checkAndCreateDir(optionsDir) != 0) {
         LOG_MESSAGE(ERROR, "UNABLE TO MAKE DIR %s", optionsDir.c_str());

@@ -8,7 +8,7 @@ namespace {
 
 struct HardwareProfile {
     e_SwitcherMode defaultMode;
-    // The available modes are a run of the enumeration, both ends included.
+    // The available modes are a range of the enumeration, both ends included.
     e_SwitcherMode firstMode;
     e_SwitcherMode lastMode;
     size_t defaultMEs;

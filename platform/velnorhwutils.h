@@ -7,7 +7,7 @@
 
 /**
  * The hardware platforms of the card family, and what each can run: switcher modes, MEs (also
- * called mles) and inputs. Pure look-ups in one table, for any thread.
+ * called mles) and inputs. Pure look-ups in one table: any thread may call them.
  */
 enum e_VelnorType : int {
     e_VelnorType_Profile0 = 0,
@@ -19,10 +19,7 @@ enum e_VelnorType : int {
     e_VelnorType_Profile6 = 6,
 };
 
-/**
- * The switcher modes. The number is what the software options file stores, the name what the log
- * shows.
- */
+/** The switcher modes. The software options file stores the number, and the log shows the name. */
 #define SWITCHER_MODES(X)               \
     X(e_SwitcherMode_Pelwin_FCFS, 0)    \
     X(e_SwitcherMode_Pelwin, 1)         \
@@ -38,8 +35,8 @@ enum e_VelnorType : int {
 GENERATE_ENUM(e_SwitcherMode, SWITCHER_MODES)
 
 /**
- * Properties of a platform. A number that is no platform can come from code only and is a broken
- * contract: asserts.
+ * Properties of a platform. They assert that the number is a platform: only a programming error can
+ * pass another.
  */
 e_SwitcherMode GetDefaultSwitcherMode(e_VelnorType hardwarePlatform);
 size_t GetDefaultNumMEs(e_VelnorType hardwarePlatform);
@@ -47,9 +44,12 @@ size_t GetMaxNumMEs(e_VelnorType hardwarePlatform);
 size_t GetDefaultNumInputs(e_VelnorType hardwarePlatform);
 size_t GetMaxNumInputs(e_VelnorType hardwarePlatform);
 
-/** 16 inputs become 18 on the platforms that have these; every other count stays. */
+/** Changes 16 inputs to 18 on platforms that have 18. Any other count stays. */
 size_t AdjustNumInputs(e_VelnorType hardwarePlatform, size_t numInputs);
 
-/** The modes that the platform can run; none, without an assertion, for what is no platform. */
+/**
+ * The modes that the platform can run. For a number that is not a platform: none, without an
+ * assertion.
+ */
 std::set<e_SwitcherMode> GetAvailableSwitcherModes(e_VelnorType hardwarePlatform);
 std::set<e_SwitcherMode> GetAllSwitcherModes();

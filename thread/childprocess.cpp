@@ -7,7 +7,7 @@
 
 void ResetSignals() {
     for (int number = 1; number < NSIG; ++number) {
-        signal(number, SIG_DFL);  // SIGKILL, SIGSTOP and the C library's own refuse: no matter
+        signal(number, SIG_DFL);  // fails, harmlessly, for SIGKILL, SIGSTOP and the C library's own
     }
     sigset_t none;
     sigemptyset(&none);

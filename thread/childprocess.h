@@ -1,16 +1,18 @@
 #pragma once
 
 /**
- * For a child between fork and exec: only calls that are safe there, even when another thread of
- * the parent held a lock.
+ * For a child between fork and exec: only calls that are safe there, even if another thread of the
+ * parent held a lock.
  */
 
-/** Ignored signals and the mask survive exec: gives every signal its default and blocks none. */
+/**
+ * Gives every signal its default action and blocks none: ignored signals and the mask survive exec.
+ */
 void ResetSignals();
-/** Lets the descriptor pass to the next program. */
+/** Keeps the descriptor open across exec. */
 void KeepOnExec(int fd);
 /**
- * The end of a child whose exec failed, as a shell tells it. Neither flushes the parent's buffered
- * output a second time nor runs its destructors.
+ * Ends a child whose exec failed, with the exit value that a shell uses for that. Neither flushes
+ * the parent's buffered output a second time nor runs its destructors.
  */
 [[noreturn]] void EndFailedExec();

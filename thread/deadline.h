@@ -5,10 +5,10 @@
 #include <ctime>
 
 /**
- * True if `timeout` is a length of time: no part negative, less than a second of microseconds, and
- * short enough to be added to the clock.
+ * True if `timeout` is a valid length of time: no part is negative, there are fewer than 1000000
+ * microseconds, and it can be added to the clock.
  */
 [[nodiscard]] bool IsValidTimeout(const timeval& timeout);
 
-/** The moment `timeout` from now, on the real-time clock that the timed waits go by. */
+/** The moment `timeout` from now, on the real-time clock, which the timed waits use. */
 timespec DeadlineAfter(const timeval& timeout);

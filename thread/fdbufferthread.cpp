@@ -50,7 +50,7 @@ int FDBufferThread::stop() {
     if (WriteByte(i_commandPipe.writeEnd(), END_COMMAND) != 0) {
         return e_Error_WriteFailed;
     }
-    (void)i_runner.join(nullptr);  // of a thread that was started and not joined: it cannot fail
+    (void)i_runner.join(nullptr);  // cannot fail for a thread that is started and not joined
     return 0;
 }
 
@@ -110,7 +110,7 @@ void FDBufferThread::takeCommand() {
     if (read(i_commandPipe.readEnd(), &command, 1) != 1) {
         LOG_MESSAGE(WARNING, "Pipe to FDBufferThread closed (%s)", strerror(errno));
     } else if (command != END_COMMAND) {
-        // Printed as the signed char it travels as: 0x80 shows as FFFFFF80.
+        // Printed as a signed char: 0x80 shows as FFFFFF80.
         LOG_MESSAGE(WARNING, "Unknown Command %X",
                     static_cast<unsigned>(static_cast<signed char>(command)));
     }

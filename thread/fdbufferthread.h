@@ -11,14 +11,14 @@
 #include "thread/threadrunner.h"
 
 /**
- * Drains one descriptor on a thread of its own and keeps all that it read. The descriptor is
+ * Drains one descriptor on a separate thread and keeps everything it read. The descriptor is
  * borrowed: it must stay open while the thread runs, and is never closed here.
  *
  *     built --start--> running --end of file, stop or a failure--> ended --join or stop--> joined
  *
- * A read that fails looks like the end of file. The owner's thread starts, stops, joins and
- * destroys it, and destroying it stops it. What was collected can be had at any time, by any thread
- * but a time-critical one, until the object goes.
+ * A read that fails counts as end of file. One owner thread starts, stops, joins and destroys the
+ * object; destroying it stops it. While the object exists, any thread but a time-critical one may
+ * read what was collected.
  */
 class FDBufferThread : public Runnable {
   public:
@@ -27,14 +27,16 @@ class FDBufferThread : public Runnable {
     FDBufferThread(const FDBufferThread&) = delete;
     FDBufferThread& operator=(const FDBufferThread&) = delete;
 
-    /** 0; -1 if it is started already or has no pipe; else the error number of pthread_create. */
+    /**
+     * Returns 0, -1 if it is already started or has no pipe, or the error number of pthread_create.
+     */
     [[nodiscard]] int start();
     /**
-     * Asks the thread to end, wherever the stream is, and joins it. 0; -1 without a thread;
-     * e_Error_WriteFailed, and then the thread runs on.
+     * Asks the thread to end, even if the stream goes on, and joins it. Returns 0, -1 without a
+     * thread, or e_Error_WriteFailed, in which case the thread keeps running.
      */
     [[nodiscard]] int stop();
-    /** Waits for the thread's own end. Results as ThreadRunner::join. */
+    /** Waits until the thread ends by itself. Results as ThreadRunner::join. */
     [[nodiscard]] int join(void** result);
     bool isCreated() const;
 
@@ -46,7 +48,7 @@ class FDBufferThread : public Runnable {
   private:
     using Lock = PMutexT<CriticalThreadCantBlockPolicy>;
 
-    /** False when the thread is to end. */
+    /** False if the thread must end. */
     bool waitAndServe();
     bool takeByte();
     void takeCommand();

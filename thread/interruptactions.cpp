@@ -24,14 +24,14 @@ void InterruptProcess::endGroup() const {
     signalGroup(SIGKILL);
 }
 
-/** The negated number of a process below 2 would address far more than one group. */
+/** kill with the negative of a number below 2 would signal far more than one group. */
 void InterruptProcess::signalGroup(int signal) const {
     if (i_process >= 2) {
         kill(-i_process, signal);
     }
 }
 
-// A slave that is gone shows where the result is read.
+// A failed write is ignored: reading the result shows that the slave has ended.
 void InterruptForwarder::interrupt() {
     (void)WriteByte(i_writeFd, INTERRUPT_MARK);
 }

@@ -5,8 +5,8 @@
 #include "thread/interruptthread.h"
 
 /**
- * Ends a command's process group: SIGTERM, and a second later SIGKILL. An interrupt and a time-out
- * are the same.
+ * Ends a command's process group: SIGTERM, and a second later SIGKILL. Interrupt and time-out do
+ * the same.
  */
 class InterruptProcess : public InterruptAction {
   public:
@@ -25,7 +25,7 @@ class InterruptProcess : public InterruptAction {
     pid_t i_process = -1;
 };
 
-/** Passes a break-off on, as its mark, down the borrowed end of the command pipe. */
+/** Forwards an interrupt or a time-out: writes its mark to the borrowed end of the command pipe. */
 class InterruptForwarder : public InterruptAction {
   public:
     explicit InterruptForwarder(int writeFd) : i_writeFd(writeFd) {}

@@ -63,7 +63,7 @@ int InterruptThread::stop() {
         if (error != 0) {
             LOG_MESSAGE(CRITICAL, "Could not send done command down the pipe (%s)",
                         strerror(error));
-            i_startedSem.post();  // for the next stop
+            i_startedSem.post();  // so that a later stop doesn't wait for it
             return -1;
         }
     }
@@ -87,7 +87,7 @@ void* InterruptThread::run() {
     }
     closePipes();
     if (!ready) {
-        i_startedSem.post();  // not sooner: there is no pipe to stop it by
+        i_startedSem.post();  // only now: without a pipe, stop waits for the end
     }
     return nullptr;
 }
@@ -117,7 +117,7 @@ void InterruptThread::waitForEvent() {
 
 void InterruptThread::actOnMark() {
     unsigned char mark = 0;
-    (void)ReadByte(interruptReadEnd(), mark);  // 0 where nothing came: the far end is gone
+    (void)ReadByte(interruptReadEnd(), mark);  // stays 0 at end of file: the far end is closed
     if (mark == TIMEOUT_MARK) {
         i_action->timeout();
         finish(e_Error_Timeout, "Timeout Occured");

@@ -12,11 +12,11 @@
 #include "thread/sem.h"
 #include "thread/threadrunner.h"
 
-/** The two bytes that break off a running command; any other byte counts as a failure. */
+/** The two bytes that interrupt a running command; any other byte counts as a failure. */
 inline constexpr unsigned char INTERRUPT_MARK = 0xFF;
 inline constexpr unsigned char TIMEOUT_MARK = 0xFE;
 
-/** What is done when a command is broken off. Called on the InterruptThread. */
+/** The actions on an interrupt and on a time-out, called on the InterruptThread. */
 class InterruptAction {
   public:
     virtual ~InterruptAction() = default;
@@ -24,33 +24,33 @@ class InterruptAction {
     virtual void timeout() = 0;
 };
 
-/** A caller's handle to break off the command that it waits for. */
+/** Lets a caller interrupt the command that it waits for. */
 class Interrupter {
   public:
     virtual ~Interrupter() = default;
-    /** The command is over; on the thread that called for it. */
+    /** The command has ended. Called on the thread that waits for it. */
     virtual void commandFinished() = 0;
     /**
-     * From attach to detach one byte, InterruptMark or TimeoutMark, written to `fd` breaks the
-     * command off. Both are called on the InterruptThread, which owns the descriptor. Where it
-     * can't make one, detach comes alone, with -1.
+     * Between attach and detach, one byte written to `fd`, InterruptMark or TimeoutMark, ends the
+     * command. Both are called on the InterruptThread, which owns the descriptor. If it can't
+     * create one, only detach is called, with -1.
      */
     virtual void attachInterruptFd(int fd) = 0;
     virtual void detachInterruptFd(int fd) = 0;
 };
 
 /**
- * Waits, for the length of one command, for the mark or the time-out that breaks it off, calls the
- * action once and ends. Action, interrupter and the descriptor of the second constructor are
- * borrowed and must outlive it. One thread starts, stops and destroys it; destroying it stops it.
+ * Waits, during one command, for a mark or a time-out, then calls the action once and ends. The
+ * action, the interrupter and the descriptor of the second constructor are borrowed and must
+ * outlive it. One thread starts, stops and destroys it; destroying it stops it.
  *
  *     built --start--> waiting --stop, mark or time-out--> ended --stop--> joined
  */
 class InterruptThread : public Runnable {
   public:
-    /** The mark comes from `interrupter`, which may be null; a null `timeout` waits for ever. */
+    /** The mark comes from `interrupter`, which may be null. A null `timeout` waits for ever. */
     InterruptThread(InterruptAction* action, Interrupter* interrupter, const timeval* timeout);
-    /** The mark comes out of `readFd`; its end of file, too, breaks the command off. */
+    /** The mark is read from `readFd`. End of file counts as a mark. */
     InterruptThread(InterruptAction* action, int readFd);
     ~InterruptThread() override;
     InterruptThread(const InterruptThread&) = delete;
@@ -59,13 +59,14 @@ class InterruptThread : public Runnable {
     /** Results as ThreadRunner::start. */
     [[nodiscard]] int start();
     /**
-     * Ends the thread, waiting for an action under way, and joins it. 0; -1 if there is none or it
-     * can't be told, and then it runs on; else the error number of pthread_join.
+     * Ends the thread, but lets an action finish, and joins it. Returns 0, the error number of
+     * pthread_join, or -1 if there is no thread or the stop can't be sent, in which case it keeps
+     * running.
      */
     [[nodiscard]] int stop();
     bool isCreated() const;
 
-    /** 0, -1 or e_Error_Timeout, and the text to it. To be asked when the thread is joined. */
+    /** The result, 0, -1 or e_Error_Timeout, and its text. Valid when the thread is joined. */
     int rc() const { return i_rc; }
     const std::string& message() const { return i_message; }
 
@@ -88,10 +89,10 @@ class InterruptThread : public Runnable {
     int i_rc = 0;
     std::string i_message;
     PipeEnds i_stopPipe;
-    /** Where the marks come from, or -1: then `run` makes the pipe below. */
+    /** The source of the marks, or -1: then `run` makes the pipe below. */
     const int i_borrowedReadEnd;
     PipeEnds i_interruptPipe;
-    /** Posted when `run` has set up, so that `stop` finds its pipe. */
+    /** Posted when `run` is ready, so that `stop` finds its pipe. */
     SemT<CriticalThreadCantBlockPolicy> i_startedSem;
     bool i_finished GUARDED_BY(i_lock) = false;
     /** Guards the closing of the pipes: `stop` must not write to a closed one. */

@@ -16,7 +16,9 @@ void CloseEnd(int& fd) {
     }
 }
 
-/** Moves the descriptor above the standard ones; -1 with errno set, and the old one stays. */
+/**
+ * Moves the descriptor above the standard ones. On failure returns -1 with errno set, and keeps it.
+ */
 int Raise(int& fd) {
     if (fd > STDERR_FILENO) {
         return 0;

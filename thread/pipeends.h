@@ -3,7 +3,7 @@
 /**
  * An anonymous pipe and its two descriptors, which it owns; -1 is a closed end. Neither end is a
  * standard descriptor, even in a process that was started without these, and both are closed on
- * exec. No locking: the owner sees to it who closes and who uses an end.
+ * exec. No locking: the owner must keep two threads from closing and using an end at once.
  */
 class PipeEnds {
   public:
@@ -12,7 +12,10 @@ class PipeEnds {
     PipeEnds(const PipeEnds&) = delete;
     PipeEnds& operator=(const PipeEnds&) = delete;
 
-    /** Closes what is open, then makes a new pipe. 0, or -1 with errno set and both ends closed. */
+    /**
+     * Closes the open ends, then makes a new pipe. Returns 0, or -1 with errno set and both ends
+     * closed.
+     */
     [[nodiscard]] int create();
     void closeRead();
     void closeWrite();

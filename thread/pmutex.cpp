@@ -27,7 +27,7 @@ PMutexWithCondImpl::~PMutexWithCondImpl() {
 }
 
 void PMutexWithCondImpl::wait() {
-    // The report shows the expression with just these blanks.
+    // The report shows the expression with exactly these blanks.
     // clang-format off
     ASSERT(0 == pthread_cond_wait(&i_cond,&i_mutex));
     // clang-format on

@@ -22,15 +22,15 @@ class CAPABILITY("mutex") PMutexImpl {
     PMutexImpl(const PMutexImpl&) = delete;
     PMutexImpl& operator=(const PMutexImpl&) = delete;
 
-    // Inline by order, here and below: each mailbox access takes and gives back a lock, and without
-    // a profile the compiler thinks the reports too large for that.
+    // Forced inline, here and below: each mailbox access takes and releases a lock, and without a
+    // profile the compiler finds the reports too large to inline.
     [[gnu::always_inline]] void lock() ACQUIRE() NO_THREAD_SAFETY_ANALYSIS {
         ASSERT(0 == pthread_mutex_lock(&i_mutex));
     }
     [[gnu::always_inline]] void unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS {
         ASSERT(0 == pthread_mutex_unlock(&i_mutex));
     }
-    /** 0 when the lock was taken, else the error number. */
+    /** Returns 0 if the lock was taken, else the error number. */
     [[nodiscard]] int tryLock() TRY_ACQUIRE(0) NO_THREAD_SAFETY_ANALYSIS {
         return pthread_mutex_trylock(&i_mutex);
     }
@@ -40,8 +40,8 @@ class CAPABILITY("mutex") PMutexImpl {
 };
 
 /**
- * A mutex of the normal type with a condition variable. The caller holds the lock around the two
- * waits and holds it again when they return. No blocking policy takes part.
+ * A mutex of the normal type with a condition variable. The caller holds the lock when it calls one
+ * of the two waits, and holds it again when they return. No blocking policy is checked.
  */
 class CAPABILITY("mutex") PMutexWithCondImpl : public PMutexImpl {
   public:
@@ -50,8 +50,8 @@ class CAPABILITY("mutex") PMutexWithCondImpl : public PMutexImpl {
 
     void wait() REQUIRES(this);
     /**
-     * Waits at most `timeout`, a length of time. 0, e_Error_Timeout, or e_Error_InvalidArgument at
-     * once for a timeout that is none.
+     * Waits at most `timeout`. Returns 0, e_Error_Timeout, or at once e_Error_InvalidArgument for
+     * an invalid length of time.
      */
     [[nodiscard]] int timedWait(const timeval& timeout) REQUIRES(this);
     void signal();
@@ -61,7 +61,7 @@ class CAPABILITY("mutex") PMutexWithCondImpl : public PMutexImpl {
     pthread_cond_t i_cond;
 };
 
-/** A mutex that asks `Policy` before it may sleep, also when it is free. */
+/** A mutex that checks `Policy` before it could sleep, even if it is free. */
 template <typename Policy>
 class CAPABILITY("mutex") PMutexT {
   public:
@@ -74,7 +74,10 @@ class CAPABILITY("mutex") PMutexT {
         i_impl.lock();
     }
     [[gnu::always_inline]] void unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS { i_impl.unlock(); }
-    /** 0 when the lock was taken, else the error number. Never sleeps, so no policy is asked. */
+    /**
+     * Returns 0 if the lock was taken, else the error number. Never sleeps, so no policy is
+     * checked.
+     */
     [[nodiscard]] int tryLock() TRY_ACQUIRE(0) NO_THREAD_SAFETY_ANALYSIS {
         return i_impl.tryLock();
     }
@@ -83,7 +86,9 @@ class CAPABILITY("mutex") PMutexT {
     PMutexImpl i_impl;
 };
 
-/** Holds a mutex, which it borrows, to the end of its scope; a default-built one holds none. */
+/**
+ * Holds a mutex, which it borrows, to the end of its scope. A default-constructed one holds none.
+ */
 template <typename Mutex>
 class SCOPED_CAPABILITY AutoLockT {
   public:

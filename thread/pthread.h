@@ -3,7 +3,7 @@
 #include "cpputils/include/pimpl_impl.h"
 
 /**
- * A handle on one POSIX thread. It belongs to one thread at a time.
+ * A handle for one POSIX thread. It belongs to one thread at a time.
  *
  *     not created --create--> created --join--> not created
  *
@@ -17,11 +17,14 @@ class PThread {
     PThread(const PThread&) = delete;
     PThread& operator=(const PThread&) = delete;
 
-    /** 0; -1 if it is created already; else the error number of pthread_create, logged. */
+    /**
+     * Returns 0, -1 if it is already created, or the error number of pthread_create, which is
+     * logged.
+     */
     [[nodiscard]] int create(void* (*start)(void*), void* argument);
     /**
-     * Waits for the thread's end; `result` may be null. 0; -1 for a detached thread or one that
-     * isn't created; else the error number of pthread_join, logged.
+     * Waits for the thread's end; `result` may be null. Returns 0, -1 for a detached thread or one
+     * that isn't created, or the error number of pthread_join, which is logged.
      */
     [[nodiscard]] int join(void** result);
 

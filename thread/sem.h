@@ -10,8 +10,8 @@
 #include "thread/deadline.h"
 
 /**
- * An unnamed semaphore of this process whose waits ask `Policy` first. A failing call is a
- * programming error and ends in an assertion; a signal doesn't end a wait.
+ * An unnamed semaphore of this process whose waits check `Policy` first. A failing call is a
+ * programming error and asserts. A signal doesn't end a wait.
  */
 template <typename Policy>
 class SemT {
@@ -29,7 +29,7 @@ class SemT {
 
     void post() { ASSERT(0 == sem_post(&i_sem)); }
 
-    /** 0, or -1 with errno set; never sleeps. */
+    /** Returns 0, or -1 with errno set. Never sleeps. */
     [[nodiscard]] int tryWait() { return sem_trywait(&i_sem); }
 
     void wait() {
@@ -42,8 +42,8 @@ class SemT {
     }
 
     /**
-     * Waits at most `timeout`, a length of time. 0, e_Error_Timeout, or e_Error_InvalidArgument at
-     * once for a timeout that is none.
+     * Waits at most `timeout`. Returns 0, e_Error_Timeout, or at once e_Error_InvalidArgument for
+     * an invalid length of time.
      */
     [[nodiscard]] int timedWait(const timeval& timeout) {
         if (!IsValidTimeout(timeout)) {

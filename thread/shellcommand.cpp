@@ -18,7 +18,7 @@ namespace {
 
 constexpr pid_t NO_PROCESS = -1;
 
-/** One output of the command: the pipe that it writes to, and the thread that drains it. */
+/** One output of the command: its pipe, and the thread that drains the pipe. */
 struct Capture {
     PipeEnds pipe;
     std::unique_ptr<FDBufferThread> thread;
@@ -32,7 +32,7 @@ struct Capture {
     bool joinFails() const { return isRunning() && thread->join(nullptr) != 0; }
 };
 
-/** One command under way. A step that fails notes why; `finish` is right after any of them. */
+/** One running command. A step that fails records why; `finish` may follow any step. */
 class ShellCommand {
   public:
     ShellCommand(const std::string& command, int interruptFd, bool capture)
@@ -95,7 +95,7 @@ bool ShellCommand::forkShell() {
     if (i_child == NO_PROCESS) {
         return fail(std::string("Could not fork a process (") + strerror(errno) + ")");
     }
-    // The child does the same: whoever comes first, the group is there before anybody signals it.
+    // The child does the same: whichever runs first, the group exists before anybody signals it.
     setpgid(i_child, i_child);
     i_action.setProcess(i_child);
     return true;
@@ -132,7 +132,10 @@ void ShellCommand::waitForShell() {
     }
 }
 
-/** Nobody can interrupt it: an output without a reader is closed, so that it cannot block on it. */
+/**
+ * The command can't be interrupted, so an output without a reader is closed: the command must not
+ * block on it.
+ */
 void ShellCommand::letShellEnd() {
     for (Capture* capture : {&i_output, &i_error}) {
         if (!capture->isRunning()) {
@@ -157,7 +160,7 @@ void ShellCommand::finish() {
         i_failure += i_interrupt->message();
     }
     collect();
-    sync();  // what the command wrote is on the disk before the master hears of its end
+    sync();  // the command's files are on the disk before the master gets the result
     if (i_result.localRC != 0) {
         i_result.stderr = i_failure;
     }

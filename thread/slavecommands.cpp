@@ -15,7 +15,7 @@ namespace {
 
 constexpr unsigned char ACKNOWLEDGE = 'A';
 
-/** Logs `step` and the error. True if there is none. */
+/** True if there is no error. Otherwise logs `step` and the error. */
 bool Succeeds(const char* step, int error) {
     if (error != 0) {
         LOG_MESSAGE(ERROR, "%s failed %s", step, strerror(error));
@@ -23,7 +23,7 @@ bool Succeeds(const char* step, int error) {
     return error == 0;
 }
 
-/** Marks that came too late to be acted on lie in front of the echo. */
+/** Skips marks before the echo: they arrived too late. */
 int ReadEcho(int fd) {
     unsigned char byte = 0;
     int error = 0;

@@ -21,7 +21,7 @@ constexpr char NICE[] = "/bin/nice";
 constexpr char LOWEST_PRIORITY[] = "19";
 constexpr unsigned GRACE_SECONDS = 1;
 
-/** Reports a failure of the link and keeps its text as the result's description. */
+/** Logs a failure of the link and stores its text as the result's description. */
 int Fail(SystemCaller::RC& result, int code, const std::string& text) {
     LOG_MESSAGE(CRITICAL, "%s", text.c_str());
     result.stderr = text;
@@ -44,7 +44,8 @@ SystemCaller& SystemCaller::instance() {
 }
 
 SystemCaller::SystemCaller() : i_lock(PTHREAD_MUTEX_RECURSIVE), i_slavePath(SLAVE_PROGRAM) {
-    // The destructor locks and logs, so the registrar has to be there after it: built before it.
+    // Built first, so that the registrar is destroyed after this object, whose destructor locks and
+    // logs.
     ThreadRegistrar::instance();
 }
 
@@ -81,7 +82,7 @@ void SystemCaller::initialize(const std::string& path) {
     i_initialized = true;
 }
 
-/** In the child; the texts are made beforehand, as nothing here may allocate. */
+/** In the child, where nothing may allocate: the texts are made before the fork. */
 void SystemCaller::becomeSlave(const char* readFd, const char* writeFd) {
     const int commandEnd = i_commandPipe.readEnd();
     const int resultEnd = i_resultPipe.writeEnd();
@@ -140,7 +141,7 @@ int SystemCaller::runCommand(const std::string& command, Interrupter* interrupte
     return awaitEnd(interrupter, timeout, result);
 }
 
-/** A slave that is gone shows here; it is replaced once. */
+/** A slave that has ended is noticed here and replaced once. */
 bool SystemCaller::sendCommand(const std::string& command) {
     if (WriteString(i_commandPipe.writeEnd(), command) == 0) {
         return true;
@@ -161,7 +162,7 @@ int SystemCaller::awaitEnd(Interrupter* interrupter, const timeval* timeout, RC&
         }
     }
     unsigned char acknowledge = 0;
-    errno = 0;  // the end of the stream leaves it as it is
+    errno = 0;  // end of file doesn't set it
     const ssize_t count = read(i_resultPipe.readEnd(), &acknowledge, 1);
     const int error = errno;
     if (thread != nullptr && thread->isCreated()) {

@@ -15,51 +15,51 @@
 /**
  * Runs shell commands, one at a time, for this whole process.
  *
- * It never forks a shell itself: a small slave program, syscallslave, runs at the lowest priority,
- * is sent each command down a pipe, runs it with /bin/sh in a process group of its own, and sends
- * back the status and the whole output. The slave starts with the first command, is replaced when
- * it can't be reached, and is ended at exit.
+ * It never forks a shell itself. A small slave program, syscallslave, runs at the lowest priority
+ * and gets each command through a pipe. It runs the command with /bin/sh in a separate process
+ * group and sends back the status and the whole output. The slave starts with the first command, is
+ * replaced when it can't be reached, and is ended at exit.
  *
  *     no slave --initialize, exec--> slave running --destroy, broken link--> no slave
  *
- * Any thread but a time-critical one may call; a caller waits for the commands before its own, and
- * then for the end of its own and of everything that holds the command's output open. A background
- * process that has redirected its output is waited for by nobody and lives on.
+ * Any thread but a time-critical one may call. A caller waits for the commands before its own, then
+ * for the end of its own and of every process that holds the command's output open. A background
+ * process that has redirected its output is not waited for and goes on.
  */
 class SystemCaller {
   public:
-    /** What a command came to. */
+    /** The result of a command. */
     struct RC {
         /**
          * 0, or a failure of the machinery: -1, also for an interrupted command, e_Error_Timeout,
-         * e_Error_NotInitialized.
+         * or e_Error_NotInitialized.
          */
         int localRC = 0;
-        /** The status as waitpid gives it: the exit value 3 is 768. */
+        /** The status as waitpid returns it: the exit value 3 is 768. */
         int commandRC = 0;
         std::string stdout;
-        /** The command's, or with a localRC the description of that failure. */
+        /** The command's output or, with a localRC, the description of that failure. */
         std::string stderr;
     };
 
     SystemCaller(const SystemCaller&) = delete;
     SystemCaller& operator=(const SystemCaller&) = delete;
 
-    /** Built on first use; destroyed, and the slave with it, at exit. */
+    /** Built on first use and destroyed at exit, together with the slave. */
     static SystemCaller& instance();
 
     /**
      * Starts the slave, in place of a running one. It is the program syscallslave in the directory
-     * part of `path`; without a slash it is looked for in PATH. A slave that can't start shows only
-     * with the first command.
+     * part of `path`; without a slash it is searched in PATH. If the slave can't start, the first
+     * command fails.
      */
     void initialize(const std::string& path);
     /** Ends the slave, which takes a second. */
     void destroy();
 
     /**
-     * Runs one command and waits for it. `interrupter` and `timeout`, both borrowed, may be null;
-     * they break the command off. When the link to the slave fails, the slave is ended, and the
+     * Runs one command and waits for it. `interrupter` and `timeout` interrupt the command; both
+     * are borrowed and may be null. If the link to the slave fails, the slave is ended, and the
      * next command starts another.
      */
     [[nodiscard]] RC exec(const std::string& command, Interrupter* interrupter,
@@ -68,8 +68,8 @@ class SystemCaller {
     [[nodiscard]] int execLogged(const std::string& command);
     [[nodiscard]] int execTimed(const std::string& command, int seconds, Interrupter* interrupter);
     /**
-     * Runs the command again, up to `retries` more times, as long as it times out; without limit if
-     * `retries` is negative. The last run's result.
+     * Repeats a command that times out, up to `retries` more times; without limit if `retries` is
+     * negative. Returns the last run's result.
      */
     [[nodiscard]] RC execRetry(const std::string& command, const timeval* timeout, int retries);
     [[nodiscard]] int execRetryLogged(const std::string& command, int seconds, int retries);
@@ -91,13 +91,16 @@ class SystemCaller {
     /** Recursive: exec calls initialize and destroy, which take it too. */
     Lock i_lock;
     pid_t i_slavePid GUARDED_BY(i_lock) = -1;
-    /** The pipes and the slave stand. */
+    /** The pipes and the slave exist. */
     bool i_initialized GUARDED_BY(i_lock) = false;
     std::string i_slavePath GUARDED_BY(i_lock);
-    /** Master to slave, and slave to master. */
+    /** From the master to the slave, and from the slave to the master. */
     PipeEnds i_commandPipe GUARDED_BY(i_lock);
     PipeEnds i_resultPipe GUARDED_BY(i_lock);
 };
 
-/** localRC or, if that is 0, commandRC; what isn't 0 is logged with the command and its output. */
+/**
+ * localRC or, if that is 0, commandRC. A result other than 0 is logged with the command and its
+ * output.
+ */
 int LogAndReturnInt(const SystemCaller::RC& result, const std::string& command);

@@ -40,7 +40,7 @@ void FieldMainSlot::take(const ThreadId& id, uint32_t cookie) {
     i_valid.store(true, std::memory_order_release);
 }
 
-// Neither locks nor logs: both would ask for the instance that is just being built.
+// Neither locks nor logs: both would ask for this instance, which isn't complete yet.
 ThreadRegistrar::ThreadRegistrar()
     : i_namesMutex(PTHREAD_MUTEX_RECURSIVE), i_slotsMutex(PTHREAD_MUTEX_NORMAL) {
     SetThreadDescriber(&REGISTRAR_DESCRIBER);
@@ -51,7 +51,7 @@ ThreadRegistrar::~ThreadRegistrar() {
     delete i_names.load();
 }
 
-// Without a lock: the FieldMain threads are started one after the other.
+// Without a lock, because the FieldMain threads are started one after the other.
 int ThreadRegistrar::registerFieldMain(uint32_t cookie) {
     for (FieldMainSlot& slot : i_fieldMain) {
         if (!slot.isValid()) {
@@ -75,7 +75,7 @@ void ThreadRegistrar::registerName(const std::string& name) {
     (*names())[ThreadId::ofCaller()] = name;
 }
 
-// The handle is compared first: the process costs a system call, and each log line asks.
+// Compares the handle first: the process id costs a system call, and each log line needs this.
 int ThreadRegistrar::ownSlot() const {
     for (size_t i = 0; i < i_fieldMain.size(); ++i) {
         if (i_fieldMain[i].hasHandleOfCaller() && i_fieldMain[i].holds(ThreadId::ofCaller())) {
@@ -101,8 +101,8 @@ void ThreadRegistrar::unregisterThread() {
 }
 
 /**
- * A critical thread never gets to the lock. In a forked child that is a thread whose handle equals
- * a FieldMain thread's while its process doesn't: it is described without a name.
+ * A critical thread never takes the lock. A forked child's thread can be critical by its handle
+ * although its process is another; it is described without a name.
  */
 template <typename Use>
 void ThreadRegistrar::withName(Use use) {

@@ -12,7 +12,7 @@
 #include "cpputils/include/thread/annotations.h"
 #include "thread/pmutex.h"
 
-// The policies ask the registrar, so they come behind it.
+// The policies ask the registrar, so their header comes after it.
 class CriticalThreadCantBlockPolicy;
 class EveryThreadCanBlockPolicy;
 
@@ -28,13 +28,13 @@ bool operator==(const ThreadId& left, const ThreadId& right);
 bool operator<(const ThreadId& left, const ThreadId& right);
 
 /**
- * A place for one thread. It is read without a lock, so all its fields are atomic, and `valid` is
- * stored last with release: who loads it true with acquire sees the other fields.
+ * A slot for one thread. It is read without a lock, so all its fields are atomic, and `valid` is
+ * stored last with release: a thread that loads it true with acquire sees the other fields.
  */
 class FieldMainSlot {
   public:
     bool isValid() const { return i_valid.load(std::memory_order_acquire); }
-    /** Valid, and its handle is the caller's; the process isn't looked at. */
+    /** Valid, and its handle is the caller's; the process isn't compared. */
     bool hasHandleOfCaller() const {
         return isValid() && pthread_equal(i_handle.load(std::memory_order_relaxed), pthread_self());
     }
@@ -58,25 +58,28 @@ class FieldMainSlot {
 };
 
 /**
- * Knows which threads of the process are the time-critical FieldMain threads, at most two, and what
- * the others are called. The logger and the blocking policies ask it on every use.
+ * Records which threads of the process are the time-critical FieldMain threads, at most two, and
+ * the names of the others. The logger and the blocking policies ask it on every use.
  *
- * All operations act on the calling thread. The questions about FieldMain threads take no lock; the
- * names stand behind a lock that a FieldMain thread must not reach: it neither names itself nor
- * lists the threads.
+ * All operations act on the calling thread. The questions about FieldMain threads take no lock. The
+ * names are behind a lock that a FieldMain thread must not take, so such a thread neither names
+ * itself nor lists the threads.
  */
 class ThreadRegistrar {
   public:
     ThreadRegistrar(const ThreadRegistrar&) = delete;
     ThreadRegistrar& operator=(const ThreadRegistrar&) = delete;
 
-    /** Built on first use, with the logger told of it; destroyed at exit. */
+    /** Built on first use, when it also registers with the logger; destroyed at exit. */
     [[gnu::always_inline]] static ThreadRegistrar& instance() {
         static ThreadRegistrar registrar;
         return registrar;
     }
 
-    /** Takes the first free slot: 0, or -1 if there is none. A second call takes a second slot. */
+    /**
+     * Takes the first free slot. Returns 0, or -1 if there is none. A second call takes a second
+     * slot.
+     */
     [[nodiscard]] int registerFieldMain(uint32_t cookie);
     /** The slot, 0 or 1, that has the caller's handle; -1 for any other thread. */
     int fieldMainIndex() const {
@@ -88,7 +91,7 @@ class ThreadRegistrar {
         return -1;
     }
     bool isFieldMain() const { return fieldMainIndex() != -1; }
-    /** What the caller registered with; 0 for any other thread. */
+    /** The caller's cookie from its registration; 0 for any other thread. */
     uint32_t fieldMainCookie() const;
 
     /** Names the caller, replacing an earlier name. */
@@ -98,14 +101,17 @@ class ThreadRegistrar {
 
     /** "FM0 p:777", "name p:777" or "p:777". */
     std::string describeThread();
-    /** The same with a blank at the end, cut to `length` bytes with the closing zero. No heap. */
+    /**
+     * The same with a trailing blank, cut to `length` bytes including the terminating zero. No
+     * heap.
+     */
     void describeThreadNoAlloc(char* buffer, size_t length);
-    /** A line for each FieldMain thread and each named one. Reaches the lock of the names. */
+    /** A line for each FieldMain thread and each named one. Takes the lock of the names. */
     std::string listThreads();
 
-    /** A single slot beside the two: 0, or -1 if it is held, by whomever. */
+    /** Takes a third slot, for a single thread. Returns 0, or -1 if any thread holds it. */
     [[nodiscard]] int claimSoleThread();
-    /** Gives it back if the caller holds it. */
+    /** Frees that slot if the caller holds it. */
     void releaseSoleThread();
     bool isSoleThread() const { return i_soleThread.hasHandleOfCaller(); }
 
@@ -116,19 +122,22 @@ class ThreadRegistrar {
 
     ThreadRegistrar();
     virtual ~ThreadRegistrar();
-    /** The slot that holds the caller by handle and process, or -1. */
+    /** The slot with the caller's handle and process, or -1. */
     int ownSlot() const;
-    /** The map, or null as long as no thread was named. */
+    /** The map, or null if no thread was named yet. */
     Names* names() REQUIRES(i_namesMutex) { return i_names.load(); }
     /** Calls `use` with the caller's name, if it has one, under the lock of the names. */
     template <typename Use>
     void withName(Use use);
 
-    /** Made by the first registerName. Without the lock it is tested for null, no more: `names`. */
+    /**
+     * Created by the first registerName. Without the lock it may only be compared with null; see
+     * `names`.
+     */
     std::atomic<Names*> i_names{nullptr};
     NamesMutex i_namesMutex;
     std::array<FieldMainSlot, 2> i_fieldMain;
-    /** Guards the freeing and the listing of slots, and the changes of the sole one. */
+    /** Guards freeing and listing the slots, and changes of the single-thread slot. */
     SlotsMutex i_slotsMutex;
     FieldMainSlot i_soleThread;
 };

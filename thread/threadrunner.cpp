@@ -16,7 +16,7 @@ class ThreadRunner::Impl {
     static void* threadEntry(void* argument);
 
     Runnable* const runnable;
-    // Set by the starting thread, cleared by the started one; who sees it false sees what run did.
+    // Set by the starting thread, cleared by the started one: a reader of false sees what run did.
     std::atomic<bool> running{false};
     PThread thread;
     const std::string name;

@@ -4,11 +4,11 @@
 
 #include "cpputils/include/pimpl_impl.h"
 
-/** What a thread executes. */
+/** The code that a thread executes. */
 class Runnable {
   public:
     virtual ~Runnable() = default;
-    /** The result is what join hands back. */
+    /** The result is passed on by join. */
     virtual void* run() = 0;
 };
 
@@ -18,12 +18,12 @@ void SetCurrentThreadClass(int threadClass);
 inline constexpr int FRAMEWORK_THREAD_CLASS = 2;
 
 /**
- * Runs a Runnable, which it borrows, on a thread of its own, and announces the thread to the
- * ThreadRegistrar under a name for as long as it runs.
+ * Runs a Runnable, which it borrows, on a separate thread. While the thread runs, it has a name in
+ * the ThreadRegistrar.
  *
- * There is no stop: a Runnable ends by its own protocol, and the owner then joins. The runner of a
- * thread that is not detached must be joined before it is destroyed, a detached one must outlive
- * its thread.
+ * There is no stop: a Runnable ends by its own protocol, and the owner then joins. Unless the
+ * thread is detached, it must be joined before the runner is destroyed. The runner of a detached
+ * thread must outlive the thread.
  */
 class ThreadRunner {
   public:
@@ -37,9 +37,9 @@ class ThreadRunner {
     /** Results as PThread::join. */
     [[nodiscard]] int join(void** result);
 
-    /** Tells a started thread, not yet joined. */
+    /** True from a successful start to the join. */
     bool isCreated() const;
-    /** From start until `run` has returned; it stays true after a failed start. */
+    /** True from start until `run` has returned. It stays true after a failed start. */
     bool isRunning() const;
 
   private:

@@ -22,7 +22,7 @@ bool IsClosed(const pollfd& entry) {
 
 int WaitReadable(int first, int second, const timeval* timeout, ReadableEnds& readable) {
     readable = {};
-    // poll passes over a negative descriptor in silence.
+    // poll silently ignores a negative descriptor.
     if (first < 0 || second < 0) {
         errno = EBADF;
         return -1;

@@ -9,9 +9,9 @@ struct ReadableEnds {
 };
 
 /**
- * Waits until one of two descriptors, of any number, is readable. The results are those of select:
- * the count of readable ones, 0 when `timeout` has passed (null waits for ever), or -1 with errno:
- * EBADF for a descriptor that isn't open, EINVAL for a negative timeout, EINTR.
+ * Waits until one of two descriptors, of any number, is readable. Returns the same as select: the
+ * count of readable ones, 0 after `timeout` (null waits for ever), or -1 with errno. errno is EBADF
+ * for a descriptor that isn't open, EINVAL for a negative timeout, or EINTR.
  */
 [[nodiscard]] int WaitReadable(int first, int second, const timeval* timeout,
                                ReadableEnds& readable);

@@ -12,10 +12,10 @@ constexpr int LAST_ATTEMPT = 4;  // counted from 0
 
 /**
  * Reads the controller's answer to a page. True if it is a result and the result is good. An answer
- * with another id is passed over in silence; it has used up the attempt all the same.
+ * with another id is ignored without a log line, but it uses up the attempt.
  */
 bool ReadVerdict(uint16_t pageNumber, RouterCommReader& reader) {
-    RefPtr<RefBuffer> buffer;  // holds the bytes that the body looks at
+    RefPtr<RefBuffer> buffer;  // owns the bytes of the body
     uint16_t id = 0;
     const std::unique_ptr<SmartBufferReader> body = reader.readMessage(buffer, id);
     if (body == nullptr) {
@@ -61,7 +61,7 @@ bool SendUpgradeContentsToController(std::ifstream& image, long int payloadSize,
             image.read(page.data(), TFI_PAGE_SIZE);
             offset += TFI_PAGE_SIZE;
         } else {
-            // -1 where the checksum straddles the last two pages: the read fails, nothing is sent.
+            // -1 if the checksum straddles the last two pages: the read fails, and nothing is sent.
             const std::streamsize count = payloadSize - offset - TFI_CHECKSUM_SIZE;
             offset = static_cast<int>(payloadSize);
             std::fill(page.begin(), page.end(), '\0');

@@ -6,7 +6,7 @@ namespace {
 
 constexpr const char* LAST_HEADER_LINE = "END";
 
-/** Reads the seven lines from the stream's position on; false if they are no TFI header. */
+/** Reads seven lines from the stream's position. False if they are not a TFI header. */
 bool ReadHeader(std::ifstream& image) {
     constexpr int lineSize = 256;  // with the closing zero
     char line[lineSize] = "";

@@ -23,7 +23,7 @@ constexpr int EXIT_UPGRADED = 0;
 constexpr int EXIT_CONTROLLER_MISSING = 1;
 constexpr int EXIT_NOT_UPGRADED = -1;
 
-/** Scans the options; the number of option characters met, unknown ones too. */
+/** Scans the options. Returns the number of option characters, including unknown ones. */
 int ScanOptions(int argc, char** argv, bool& forceUpgrade) {
     int numOptions = 0;
     for (int option = getopt(argc, argv, "f"); option != -1; option = getopt(argc, argv, "f")) {
@@ -37,7 +37,7 @@ int ScanOptions(int argc, char** argv, bool& forceUpgrade) {
     return numOptions;
 }
 
-/** Decides and upgrades, now that the controller is there; the exit value. */
+/** With the controller present: decides, upgrades, and returns the exit value. */
 int UpgradeIfNeeded(const char* imagePath, bool forceUpgrade, RouterCommWriter& writer,
                     RouterCommReader& reader) {
     reader.enable();
@@ -54,14 +54,14 @@ int UpgradeIfNeeded(const char* imagePath, bool forceUpgrade, RouterCommWriter& 
 
 int main(int argc, char** argv) {
     OpenStandardDescriptors();
-    // A pipe sees progress as it happens, and a report survives an abort. Without a buffer each
-    // report is one write, also where it has a newline inside.
+    // Unbuffered: a pipe shows progress as it happens, and a report survives an abort. Each report
+    // is one write, even with a newline inside.
     setvbuf(stdout, nullptr, _IONBF, 0);
     // A log that can no longer be written must not end a transfer in the middle of a page: its
     // reader may go away, its file may reach the quota.
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN);
-    // The scan of the options would stop at the first operand.
+    // If it were set, the scan of the options would stop at the first operand.
     unsetenv("POSIXLY_CORRECT");
 
     bool forceUpgrade = false;
@@ -85,7 +85,7 @@ int main(int argc, char** argv) {
     MemoryMap* altera = memoryMapContainer.getMemoryMap(e_MemoryMap_VELNOR_ALTERA);
     ASSERT(NULL != altera);  // NOLINT(modernize-use-nullptr): the report shows the expanded NULL
 
-    // Never deleted: the reader writes through it at its end, and it outlives the run.
+    // Never deleted: the reader writes through it in its destructor.
     static RouterCommsInterface* tolmiraComms = nullptr;
     tolmiraComms = CreateTolmiraComms(altera->getAddress());
     ASSERT(tolmiraComms);

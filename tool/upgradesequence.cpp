@@ -10,7 +10,7 @@
 
 namespace {
 
-/** What the header and the end of an image tell. */
+/** The facts in the header and at the end of an image. */
 struct ImageFacts {
     long payloadSize;  // bytes, the checksum included
     uint16_t checksum;
@@ -18,8 +18,8 @@ struct ImageFacts {
 };
 
 /**
- * Judges the open image, logs what it is or what is wrong with it, and leaves the stream at the
- * payload's start. False if it can't be sent.
+ * Checks the open image, logs its facts or what is wrong with it, and leaves the stream at the
+ * start of the payload. False if it can't be sent.
  */
 bool ExamineImage(std::ifstream& image, ImageFacts& facts) {
     const long fileSize = GetFileSize(image);
@@ -45,18 +45,18 @@ bool ExamineImage(std::ifstream& image, ImageFacts& facts) {
 }
 
 /**
- * The conversation. The opening and closing messages get no answer, and a failing send of one shows
- * at the next page or not at all: success rests on the pages alone.
+ * The conversation. Success depends on the pages alone: the opening and closing messages get no
+ * answer.
  */
 bool SendImage(std::ifstream& image, const ImageFacts& facts, RouterCommWriter& writer,
                RouterCommReader& reader) {
-    // What is lost here shows at the first page.
+    // If this message is lost, the first page fails.
     (void)writer.send(TolmiraUpgradeBeginMessage());
     if (!SendUpgradeContentsToController(image, facts.payloadSize, facts.pages, writer, reader)) {
         LOG_MESSAGE(ERROR, "Failed to upgrade Tolmira controller!\n");
         return false;
     }
-    // Success is that every page was acknowledged; nothing acknowledges these two.
+    // Success means that every page was acknowledged; nothing acknowledges these two.
     (void)writer.send(
         TolmiraUpgradeInfoMessage(ControllerUpgradeInfo(facts.pages, facts.checksum)));
     (void)writer.send(TolmiraUpgradeEndMessage());

@@ -2,7 +2,7 @@
 
 namespace {
 
-// The record copies the strings, so they stand in front of it.
+// The record copies the strings, so they are defined before it.
 const std::string BRANCH = "BR-Kestane";
 const std::string TEXT2;
 const std::string TEXT3 = "C";

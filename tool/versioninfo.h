@@ -3,8 +3,8 @@
 #include <string>
 
 /**
- * The build's version record. Its revision is also the one that the controller has to report for
- * the tool to leave it alone, so it stays below 65536.
+ * The build's version record. The tool leaves a controller alone if it reports this revision, which
+ * therefore stays below 65536.
  */
 class VersionInfo {
   public:

@@ -12,8 +12,8 @@
  *         X(e_Colour_Green, 1)
  *     GENERATE_ENUM(e_Colour, COLOURS)
  *
- * makes `enum e_Colour` and opens it to the conversions of EnumConverter. An enumerator's text is
- * its identifier in full. At namespace scope, outside any namespace.
+ * This defines `enum e_Colour` and its table for the conversions in EnumConverter. An enumerator's
+ * text is its whole identifier. Use it at global scope.
  */
 #define GENERATE_ENUM(EnumType, LIST)                                                  \
     enum EnumType : int { LIST(GENERATE_ENUMERATOR) };                                 \
@@ -34,7 +34,7 @@ struct EnumEntryT {
 template <typename EnumType>
 struct EnumTableT;
 
-/** Conversions of every generated enumeration. Pure look-ups, for any thread. */
+/** Conversions of every generated enumeration. Pure look-ups: any thread may call them. */
 namespace EnumConverter {
 
 /** The row of an enumerator, or null for a value outside the list. */
@@ -48,7 +48,7 @@ constexpr const EnumEntryT<EnumType>* FindEntry(EnumType value) {
     return nullptr;
 }
 
-/** The enumerator's number. A value outside the list is a broken contract: asserts. */
+/** The enumerator's number. Asserts that the value is in the list. */
 template <typename EnumType>
 int EnumToVal(EnumType value) {
     if (FindEntry(value) == nullptr) {
@@ -57,14 +57,17 @@ int EnumToVal(EnumType value) {
     return static_cast<int>(value);
 }
 
-/** The enumerator's name, or null for a value outside the list: not for a "%s" unchecked. */
+/** The enumerator's name, or null for a value outside the list: check it before "%s". */
 template <typename EnumType>
 constexpr const char* EnumToString(EnumType value) {
     const EnumEntryT<EnumType>* const entry = FindEntry(value);
     return entry != nullptr ? entry->name : nullptr;
 }
 
-/** True, with `*out` set, if `name` is an enumerator's whole name; else `*out` stays. */
+/**
+ * If `name` is an enumerator's whole name, sets `*out`; otherwise leaves it alone and returns
+ * false.
+ */
 template <typename EnumType>
 [[nodiscard]] bool StringToEnum(const char* name, EnumType* out) {
     for (const EnumEntryT<EnumType>& entry : EnumTableT<EnumType>::entries) {
@@ -76,7 +79,9 @@ template <typename EnumType>
     return false;
 }
 
-/** True, with `*out` set, if `value` is an enumerator's number; else `*out` stays. */
+/**
+ * If `value` is an enumerator's number, sets `*out`; otherwise leaves it alone and returns false.
+ */
 template <typename EnumType>
 [[nodiscard]] bool ValToEnum(EnumType* out, unsigned value) {
     for (const EnumEntryT<EnumType>& entry : EnumTableT<EnumType>::entries) {

@@ -5,13 +5,13 @@
 #include "link/smartbuffer.h"
 #include "logger/assertion.h"
 
-/** A value that may be absent: the part that knows nothing of packing. */
+/** A value that may be absent, without the packing. */
 template <typename T>
 class BaseOptional {
   public:
-    /** Absent, the value default-constructed. */
+    /** Absent; the stored value is default-constructed. */
     BaseOptional() : i_exists(false), i_value() {}
-    /** Present; implicit, so that a value can be given where it may be absent. */
+    /** Present. Implicit, so that a plain value can be passed as an optional one. */
     BaseOptional(T value)  // NOLINT(google-explicit-constructor)
         : i_exists(true), i_value(std::move(value)) {}
     BaseOptional(const BaseOptional&) = default;
@@ -20,7 +20,7 @@ class BaseOptional {
 
     bool exists() const { return i_exists; }
 
-    /** The value, which must exist. The reference holds until the object is changed. */
+    /** The value, which must exist. The reference is valid until the object changes. */
     const T& data() const {
         ASSERT(i_exists);
         return i_value;
@@ -31,7 +31,7 @@ class BaseOptional {
     T i_value;
 };
 
-/** A value that may be absent, in a message: a bool, and behind it the value if that is true. */
+/** An optional value in a message: a bool, followed by the value if the bool is true. */
 template <typename T>
 class Optional : public BaseOptional<T>, public Packable {
   public:

@@ -3,7 +3,7 @@
 #include "logger/assertion.h"
 
 /**
- * Owns the private implementation of a class: built around `new T`, deletes it at the end.
+ * Owns the private implementation of a class: takes an object made with `new` and deletes it.
  *
  * T may be incomplete where the owner is declared, but must be complete where the owner is
  * constructed and destroyed. T's destructor must be virtual if the object is of a derived class. A
@@ -12,7 +12,7 @@
 template <typename T>
 class PImplT {
   public:
-    /** Takes over `ptr`, which must not be null. */
+    /** Takes ownership of `ptr`, which must not be null. */
     explicit PImplT(T* ptr) : i_ptr(ptr) { ASSERT(i_ptr); }
     ~PImplT() { delete i_ptr; }
 

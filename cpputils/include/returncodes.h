@@ -1,8 +1,8 @@
 #pragma once
 
 /**
- * Return codes that the whole system shares, in the block 0xEF00. A function with an int result
- * returns 0 for success, and for failure -1 or one of these.
+ * Return codes for the whole system, in the block 0xEF00. A function with an int result returns 0
+ * for success, and -1 or one of these for failure.
  */
 enum e_Error : int {
     /** An argument is out of range. */

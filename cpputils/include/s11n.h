@@ -9,8 +9,8 @@
  * Object serialisation: trees of named nodes with string properties, factories by type and name,
  * and two serialisers that write a tree to a stream and read it back.
  *
- * This is a small layer of our own that bears the names of the s11n library, as far as the
- * framework uses them, so that the library can take its place. Nothing throws; nothing is locked.
+ * This small layer has the names of the s11n library, as far as the framework uses them, so that
+ * the library can replace it. Nothing throws; nothing is locked.
  */
 
 // The names are the library's.
@@ -18,13 +18,13 @@
 namespace s11n {
 
 /**
- * One node: a name, the name of the class whose object it holds, properties and child nodes. A
- * string may hold any bytes. A copy is a copy of the whole tree.
+ * One node: a name, the name of its object's class, properties and child nodes. A string may hold
+ * any bytes. Copying a node copies the whole tree.
  */
 class s11n_node {
   public:
     using map_type = std::map<std::string, std::string>;
-    /** The node owns its children: put in what `new` gave, delete what is taken out. */
+    /** The node owns its children: add objects made with `new`, and delete any that you remove. */
     using child_list_type = std::list<s11n_node*>;
 
     explicit s11n_node(std::string name = "s11n_node");
@@ -41,7 +41,7 @@ class s11n_node {
     /** Replaces an earlier value. */
     void set(const std::string& key, const std::string& value);
     void unset(const std::string& key);
-    /** The property, or `defaultValue` where it isn't set. */
+    /** The property, or `defaultValue` if it isn't set. */
     std::string get(const std::string& key, const std::string& defaultValue) const;
 
     const map_type& properties() const { return i_properties; }
@@ -59,8 +59,9 @@ class s11n_node {
 namespace fac {
 
 /**
- * The factories of one type, each under a name. One instance for each type, shared by all source
- * units. Registration happens before main, on one thread; later it is only read.
+ * The factories of one type, each with a name. There is one instance for each type, shared by all
+ * source units. Factories are registered before main, on one thread; later the instance is only
+ * read.
  */
 template <typename T>
 class factory_mgr {
@@ -72,7 +73,7 @@ class factory_mgr {
         return manager;
     }
 
-    /** A name that is registered again takes the new factory. */
+    /** Registering a name again replaces its factory. */
     void register_factory(const std::string& name, factory_type factory) {
         i_factories[name] = factory;
     }
@@ -96,8 +97,8 @@ class factory_mgr {
 namespace io {
 
 /**
- * Writes a tree to a stream and reads it back. The factories of this type know "simplexml" and
- * "compact", each by this alias, by its class name and by its magic cookie.
+ * Writes a tree to a stream and reads it back. The factories of this type are "simplexml" and
+ * "compact". Each is also registered under its class name and its magic cookie.
  *
  * Trees more than MaxDepth levels deep are refused.
  */
@@ -108,7 +109,7 @@ class serializer {
     virtual ~serializer() = default;
     virtual std::string class_name() const = 0;
     virtual std::string lexer_name() const = 0;
-    /** The first line of what it writes, by which a file's format is known. */
+    /** The first line of its output, which identifies the format. */
     virtual std::string magic_cookie() const = 0;
     /** False if the tree is too deep or the stream fails; part of it may have been written. */
     [[nodiscard]] virtual bool serialize(const s11n_node& node, std::ostream& out) const = 0;
@@ -118,7 +119,7 @@ class serializer {
 
 }  // namespace io
 
-/** Comes with both serialisers, wherever the first look-up is made. */
+/** Registers both serialisers when the instance is built. */
 template <>
 fac::factory_mgr<io::serializer>& fac::factory_mgr<io::serializer>::instance();
 

@@ -11,16 +11,15 @@
 /**
  * Objects that can be saved as property trees: a thin layer over s11n.
  *
- * A class saves itself from the base upward, each level calling the one below and then setting the
- * class name, so that the node ends up with the name of the most derived class. Loading doesn't
- * look at the class name. Every `serialize` and `deserialize` returns false only where a property
- * can't be read or written.
+ * A class saves itself from the base upward. Each level calls the one below and then sets the class
+ * name, so the node ends with the name of the most derived class. Loading ignores the class name.
+ * Every `serialize` and `deserialize` returns false only if a property can't be read or written.
  */
 using s11nlite::node_type;
 
 /**
- * Stores `value` as the property `key`, replacing an earlier one. The default isn't stored: its
- * property is taken away.
+ * Stores `value` as the property `key`, replacing an earlier one. A value equal to the default
+ * isn't stored; the property is removed.
  */
 template <typename T>
 void S11NNamedSet(node_type& node, const std::string& key, const T& value,
@@ -36,8 +35,8 @@ void S11NNamedSet(node_type& node, const std::string& key, const T& value,
 }
 
 /**
- * How S11NNamedGet reads one property: a missing or unreadable one gives the default, and that is
- * success. A type with a reading of its own, which can fail, overloads it beside the type.
+ * Reads one property for S11NNamedGet. A missing or unreadable property gives the default, which is
+ * success. A type whose reading can fail declares an overload next to the type.
  */
 template <typename T>
 bool S11NReadProperty(const node_type& node, const std::string& key, T& value,
@@ -69,7 +68,7 @@ class S11NObject {
     explicit S11NObject(uint32_t version) : i_version(version) {}
     virtual ~S11NObject() = default;
 
-    /** Named and called by the next class down; not virtual. */
+    /** Called by name from the derived class; not virtual. */
     [[nodiscard]] bool serialize(node_type& node) const;
     [[nodiscard]] bool deserialize(const node_type& node);
 
@@ -77,7 +76,7 @@ class S11NObject {
     uint32_t i_version;
 };
 
-/** The base of the framework's savable objects. Its nodes bear the name "MemoryBase". */
+/** The base of the framework's savable objects. The class name of its nodes is "MemoryBase". */
 class PersistenceBase : public S11NObject {
   public:
     PersistenceBase();
@@ -87,14 +86,14 @@ class PersistenceBase : public S11NObject {
 };
 
 /**
- * Registers the names of the basic types: "bool", "int", "uint", "float" and "string", each with a
- * factory of s11n for a new, zero or empty, object.
+ * Registers the names of the basic types: "bool", "int", "uint", "float" and "string". Each has a
+ * factory of s11n for a new object, which is zero or empty.
  */
 class BasicTypeRegistration {
   public:
     BasicTypeRegistration();
 };
 
-// One for each source unit that includes this header, so that the names are there before main
-// whichever units a program is linked from.
+// One object in each source unit that includes this header, so that the names are registered before
+// main, whichever units are linked.
 static const BasicTypeRegistration BASIC_TYPE_REGISTRATION;

@@ -15,10 +15,10 @@ std::string toString(const T& value) {
 }
 
 /**
- * One value read from the front of the text by `operator>>`; what follows it is ignored. The state
- * of the stream is ignored too, so the result is what the extraction leaves: 0 for text that is no
- * number and for empty text, the nearest number of the type for one out of its range. Of bools, any
- * number but 0 is true, and what is no number is false.
+ * Reads one value from the start of the text with `operator>>`, and ignores the rest and the state
+ * of the stream. The result is therefore what the extraction stores: 0 for empty text and for text
+ * that is not a number, and the nearest limit of the type for a number out of range. For a bool,
+ * any number but 0 is true, and text that is not a number is false.
  */
 template <typename T>
 T fromString(const std::string& text) {

@@ -3,7 +3,8 @@
 #include "logger/assertion.h"
 #include "thread/threadregistrar.h"
 
-// All of this is inline down to the registrar's slots: it stands in front of each mailbox access.
+// All of this is inline, including the check of the registrar's slots: it runs before each mailbox
+// access.
 
 /** True for a thread that holds a FieldMain slot of the ThreadRegistrar. Lock-free. */
 [[gnu::always_inline]] inline bool IsCurrentThreadCritical() {
@@ -11,8 +12,8 @@
 }
 
 /**
- * Stops the process if the calling thread is a time-critical one. It stands at the head of every
- * operation that may sleep, and fires whether or not the operation would sleep this time.
+ * Stops the process if the calling thread is a time-critical one. Every operation that may sleep
+ * calls it first, and it stops the process even if the operation would not sleep this time.
  */
 #define ASSERT_BLOCKABLE_THREAD()                               \
     do {                                                        \

@@ -7,19 +7,22 @@
 namespace hwmap {
 
 /**
- * Sees the objects of a design, one after the other in the order in which they were constructed:
- * each group before its members, each member before its fields. A call belongs to the group and
- * member that came last.
+ * Visits the objects of a design, one after the other, in the order of their construction: each
+ * group before its members, each member before its fields. A call belongs to the last group and
+ * member before it.
  *
- * Names are those of the hardware tables and live as long as the program, so "sbuf" for
- * Domain_sbuf and "R_debug" for Register_R_debug. The objects belong to the design. Elements count
- * from 0; what doesn't repeat is element 0. The walk itself touches no hardware.
+ * Names are those of the hardware tables and live as long as the program: "sbuf" for Domain_sbuf
+ * and "R_debug" for Register_R_debug. The objects belong to the design. Elements count from 0; a
+ * single one is element 0. The walk itself touches no hardware.
  */
 class MapVisitor {
   public:
     virtual ~MapVisitor() = default;
 
-    /** `object` is where the group itself lies, `address` what it stands for. */
+    /**
+     * `object` is the address of the group object, `address` the hardware address that it
+     * represents.
+     */
     virtual void group(const char* domain, const char* name, unsigned int instance,
                        std::uintptr_t address, const void* object) = 0;
     virtual void registerWord(const char* name, unsigned int element,

@@ -13,7 +13,10 @@ namespace {
 constexpr std::uint32_t WORD_BYTES = 4;
 constexpr std::uint32_t WORD_BITS = 32;
 
-/** The hardware's maps have two thousand. A few rows can ask for more than the memory holds. */
+/**
+ * The hardware's maps have about two thousand. A few wrong rows could ask for more than memory
+ * holds.
+ */
 constexpr std::uint64_t MAX_ELEMENTS = 65536;
 
 /** Words of the language, and names that the standard headers define as macros. */
@@ -37,11 +40,11 @@ const std::set<std::string> RESERVED_WORDS = {
     "ASSERT",        "NULL",
 };
 
-/** Generated classes and data members begin so. */
+/** Prefixes of generated classes and data members. */
 constexpr std::array GENERATED_PREFIXES = {"i_",        "Design_", "Domain_", "Group_",
                                            "Register_", "Memory_", "Field_",  "MemField_"};
 
-/** What a class of each level has beside the names of the tables. */
+/** The members that the generated classes of each level have besides those from the tables. */
 const std::set<std::string> MEMBERS_OF_DOMAIN = {"A"};
 const std::set<std::string> MEMBERS_OF_GROUP = {"A", "NUM_INSTANCES", "absoluteAddress"};
 const std::set<std::string> MEMBERS_OF_REGISTER = {"A",   "Register", "RegisterField",
@@ -70,7 +73,7 @@ bool IsIdentifier(const std::string& name) {
     });
 }
 
-/** The prefix of generated names that the name begins with; null where there is none. */
+/** The prefix of generated names that the name begins with; null if there is none. */
 const char* GeneratedPrefixOf(const std::string& name) {
     const auto* found =
         std::find_if(GENERATED_PREFIXES.begin(), GENERATED_PREFIXES.end(),
@@ -78,12 +81,12 @@ const char* GeneratedPrefixOf(const std::string& name) {
     return found == GENERATED_PREFIXES.end() ? nullptr : *found;
 }
 
-/** One finding at the most: the first reason why the generated classes can't have this name. */
+/** Adds at most one finding: the first reason why the generated classes can't have this name. */
 void CheckName(const Origin& origin, const std::string& kind, const std::string& name,
                const std::set<std::string>& taken, Findings& findings) {
     const std::string subject = kind + " " + Quoted(name);
     if (!IsIdentifier(name) || name.find("__") != std::string::npos) {
-        findings.add(origin, subject + " is no identifier");
+        findings.add(origin, subject + " is not an identifier");
     } else if (RESERVED_WORDS.count(name) != 0) {
         findings.add(origin, subject + " is the C++ word " + Quoted(name));
     } else if (taken.count(name) != 0) {
@@ -95,7 +98,7 @@ void CheckName(const Origin& origin, const std::string& kind, const std::string&
     }
 }
 
-/** Refuses the second thing of one name. */
+/** Refuses a second use of a name. */
 class UniqueNames {
   public:
     explicit UniqueNames(Findings& findings) : i_findings(findings) {}
@@ -103,7 +106,7 @@ class UniqueNames {
     void add(const Origin& origin, const std::string& kind, const std::string& name) {
         const auto [first, isNew] = i_seen.emplace(name, origin);
         if (!isNew) {
-            i_findings.add(origin, kind + " " + Quoted(name) + " stands already at " +
+            i_findings.add(origin, kind + " " + Quoted(name) + " is already defined at " +
                                        ToString(first->second));
         }
     }
@@ -211,8 +214,7 @@ void AddExtents(const Body& body, Extent start, std::vector<Extent>& extents) {
     }
 }
 
-/** Calls `report` with each extent, in the order of addresses, that begins inside an earlier one.
- */
+/** Calls `report` with each extent that begins inside an earlier one, in the order of addresses. */
 template <class Report>
 void ForEachOverlap(std::vector<Extent> extents, const Report& report) {
     std::stable_sort(extents.begin(), extents.end(),
@@ -286,7 +288,7 @@ void CheckBodiesOnce(const Tables& tables, Findings& findings) {
         const auto found = general.find(body.group);
         if (!body.map.empty() && found != general.end()) {
             findings.add(body.origin, "group " + Quoted(body.group) + " for " + Quoted(body.map) +
-                                          " has a body for every map already at " +
+                                          " already has a body for every map at " +
                                           ToString(found->second->origin));
         }
     }
@@ -319,7 +321,7 @@ std::uint64_t ElementsOf(const Body& body) {
     return elements;
 }
 
-/** False, and a finding, where the map is too large to be expanded. */
+/** False, with a finding, if the map is too large to be expanded. */
 bool CheckSize(const Tables& tables, const TableMap& map, Findings& findings) {
     std::uint64_t elements = 0;
     for (const TableDomain& domain : map.domains) {
@@ -365,7 +367,7 @@ void CheckInstancesApart(const Tables& tables, const TableMap& map, Findings& fi
     ForEachOverlap(ExtentsOf(tables, map), [&](const Extent& later, const Extent& earlier) {
         const bool isOneGroup = later.placement == earlier.placement;
         if (isOneGroup && later.instance == earlier.instance) {
-            return;  // a fault of the body, and reported there
+            return;  // an error in the body, which is reported there
         }
         if (isOneGroup) {
             overlapping.insert(later.placement);
@@ -414,7 +416,7 @@ void CheckMapNames(const Tables& tables, Findings& findings) {
         for (const std::string& design : map.designs) {
             designs.add(map.origin, "design", design);
             if (!IsIdentifier(design)) {
-                findings.add(map.origin, "design " + Quoted(design) + " is no identifier");
+                findings.add(map.origin, "design " + Quoted(design) + " is not an identifier");
             }
         }
     }

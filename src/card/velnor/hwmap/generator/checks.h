@@ -4,7 +4,10 @@
 
 namespace hwmaptables {
 
-/** Finds what the parser, which sees one row at a time, can't: overlaps, clashes and strays. */
+/**
+ * Finds the errors that the parser can't see, because it reads one row at a time: overlaps, clashes
+ * and unused groups.
+ */
 void CheckTables(const Tables& tables, Findings& findings);
 
 }  // namespace hwmaptables

@@ -20,7 +20,7 @@ struct PlacedGroup {
     std::string className() const { return "Group_" + placement->group; }
 };
 
-/** What all files of a design need. */
+/** The input of all files of a design. */
 struct DesignModel {
     const TableMap* map;
     std::string className;
@@ -42,7 +42,10 @@ std::size_t ClassCount(const Body& body) {
     return count;
 }
 
-/** Neighbours stay together, and the units get about as many classes each. */
+/**
+ * Divides the groups among the units: neighbours stay together, and each unit gets about the same
+ * number of classes.
+ */
 void ShareOut(DesignModel& design, unsigned int units) {
     std::size_t total = 0;
     for (const PlacedGroup& group : design.groups) {
@@ -89,8 +92,8 @@ void Banner(const DesignModel& design, Source& out) {
     out.plain("");
 }
 
-// The names are the hardware's and the ownership is through plain pointers, so no lint. In two
-// pieces, or the linter would take the marks for its own, here.
+// Generated code is not linted: its names are the hardware's, and it owns objects through plain
+// pointers. Each mark is in two pieces, so that it has no effect on this file.
 const char* const LINT_OFF =
     "// NOLINT"
     "BEGIN";
@@ -148,7 +151,7 @@ std::string BaseOf(const TableMember& member) {
     return member.isRegister() ? "Register" : "Memory";
 }
 
-/** What the constructor of a member takes beside accessor and address. */
+/** The arguments of a member's constructor after accessor and address. */
 std::string SizeParameter(const TableMember& member) {
     return member.isRegister() ? "" : ", std::size_t size";
 }
@@ -272,7 +275,7 @@ void DesignClass(const DesignModel& design, Source& out) {
 
 // --- Construction and teardown
 
-/** How far an element lies from the first: nothing where there is one alone. */
+/** The offset of an element from the first; empty if there is only one. */
 std::string Distance(const TableRepeat& repeat, const std::string& step) {
     return repeat.isArray() ? " + i * " + step : "";
 }

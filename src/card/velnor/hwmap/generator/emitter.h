@@ -17,10 +17,10 @@ struct GeneratedFile {
  * the stem genfpga_velnor_vp_x:
  *
  *   STEM.h             the whole design, every group navigable
- *   STEM_lean.h        the design and its domains, but of the groups only those marked inline; the
+ *   STEM_lean.h        the design and its domains, but only the groups marked inline; the
  *                      others are declared. It compiles faster.
  *   STEM_domains.cpp   construction and teardown of design and domains
- *   STEM_1.h, _1.cpp   classes, and their construction and teardown, of a share of the groups;
+ *   STEM_1.h, _1.cpp   classes, and their construction and teardown, of a part of the groups;
  *                      so on up to `units`
  *   STEM_walk.h, .cpp  the walk over the constructed objects
  *

@@ -34,7 +34,7 @@ bool ReadFile(const std::string& path, std::string& text) {
     return file.is_open() && !file.bad();
 }
 
-/** A file that stands as it should is left alone, so that nothing behind it is built again. */
+/** An unchanged file isn't written again, so that nothing that depends on it is rebuilt. */
 bool WriteChanged(const std::string& path, const std::string& text) {
     std::string before;
     if (ReadFile(path, before) && before == text) {
@@ -61,7 +61,7 @@ int Write(const std::vector<GeneratedFile>& files, const std::string& folder) {
     return EXIT_SUCCESS;
 }
 
-/** The operands in front of the tables. */
+/** The operands before the tables. */
 struct Order {
     /** Empty for the meanings of all designs. */
     std::string design;

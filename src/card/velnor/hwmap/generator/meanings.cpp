@@ -28,7 +28,7 @@ const char* NameOf(e_Access access) {
     }
 }
 
-/** Writes the rows of one design, or of every one where the name is empty. */
+/** Writes the rows of one design, or of every design if the name is empty. */
 class Rows {
   public:
     Rows(std::string design, Source& out) : i_design(std::move(design)), i_out(out) {}
@@ -66,7 +66,7 @@ class Rows {
     Source& i_out;
 };
 
-/** The designs of the one map that a body is for; "" alone if it is for every map. */
+/** The designs of the map that a body is for; "" alone if it is for every map. */
 std::vector<std::string> DesignsOf(const Tables& tables, const Body& body) {
     for (const TableMap& map : tables.maps) {
         if (map.name == body.map) {

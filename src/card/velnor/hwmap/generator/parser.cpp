@@ -7,7 +7,7 @@ namespace hwmaptables {
 
 namespace {
 
-/** Far above any count of the hardware: a larger one is a slip of the pen. */
+/** Far above any count in the hardware: a larger one is a typing error. */
 constexpr std::uint32_t MAX_COUNT = 256;
 
 bool IsDigits(const std::string& text, const char* digits) {
@@ -29,7 +29,7 @@ bool ParseNumber(const std::string& text, std::uint32_t& number) {
     return value == number;
 }
 
-/** The words of one row, taken from left to right; what can't be taken becomes a finding. */
+/** The words of one row, read from left to right. A word that can't be read becomes a finding. */
 class Row {
   public:
     Row(Origin origin, const std::string& text, Findings& findings)
@@ -68,7 +68,7 @@ class Row {
         return ParseNumber(word, number) || refuse(what, word);
     }
 
-    /** xN+S, where it stands. */
+    /** xN+S, if present. */
     bool takeRepeat(TableRepeat& repeat) {
         const std::string word = peek();
         const std::size_t plus = word.find('+');
@@ -83,7 +83,7 @@ class Row {
         return isCount(repeat.count);
     }
 
-    /** Of instances or elements: one alone is written without a count. */
+    /** Checks a count of instances or elements: a single one is written without a count. */
     bool isCount(std::uint32_t count) {
         return (count >= 2 && count <= MAX_COUNT) ||
                refuse(("a count from 2 to " + std::to_string(MAX_COUNT)).c_str(),
@@ -208,7 +208,7 @@ bool ParseMeaning(Row& row, TableField& field) {
     return true;
 }
 
-/** name[hi:lo] or name[bit], then xN+S where it repeats, then what the data sheet says of it */
+/** name[hi:lo] or name[bit], then xN+S if it repeats, then the access and the reset value */
 bool ParseField(Row& row, TableField& field) {
     const std::string word = row.take();
     const std::size_t open = word.find('[');
@@ -246,7 +246,7 @@ bool ParseWords(Row& row, TableMember& member) {
         return false;
     }
     if (!row.takeWord("words")) {
-        return row.refuse("'words' behind the size of a memory", row.peek());
+        return row.refuse("'words' after the size of a memory", row.peek());
     }
     return member.words > 0 || row.refuse("a size of one word or more", "0");
 }

@@ -25,8 +25,8 @@ class Source {
     void plain(const std::string& pattern, std::initializer_list<std::string> values = {});
 
     /**
-     * A statement for each element of what repeats: `@` in it is the index, "[i]", and is dropped
-     * where there is one element alone.
+     * Writes a statement for each element of a repeat: `@` becomes the index, "[i]", or nothing if
+     * there is only one element.
      */
     void each(const TableRepeat& repeat, const std::string& pattern,
               std::initializer_list<std::string> values);

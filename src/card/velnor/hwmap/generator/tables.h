@@ -6,22 +6,22 @@
 #include <vector>
 
 /**
- * The hardware tables as a model: what the FPGA's words are called and where they stand.
+ * The hardware tables as a model: the names and places of the FPGA's words.
  *
- * Two kinds of table make it. A placement (NAME.placement) says for one address map which groups
- * stand where; a catalogue (NAME.catalogue) says what a group holds. The heads of the tables
- * explain their format. Offsets, steps and strides are in bytes, fields in bits, sizes of memories
- * in words of four bytes. The order of every vector is the order of the rows.
+ * There are two kinds of table. A placement (NAME.placement) lists the groups of one address map
+ * and their places; a catalogue (NAME.catalogue) lists the contents of groups. The first lines of
+ * each table explain its format. Offsets, steps and strides are in bytes, fields in bits, sizes of
+ * memories in words of four bytes. The order of every vector is the order of the rows.
  */
 namespace hwmaptables {
 
-/** Where something was read, for messages. */
+/** The place where something was read, for messages. */
 struct Origin {
     std::string file;
     unsigned int line = 0;
 };
 
-/** A count of 1 with step 0 is the single one. */
+/** A count of 1 with step 0 is a single element. */
 struct TableRepeat {
     std::uint32_t count = 1;
     std::uint32_t step = 0;
@@ -29,7 +29,7 @@ struct TableRepeat {
     bool isArray() const { return count > 1; }
 };
 
-/** What the data sheet says of the access to a field. */
+/** The access to a field, according to the data sheet. */
 enum e_Access {
     e_Access_Unstated,
     e_Access_ReadOnly,    // ro
@@ -44,7 +44,7 @@ struct TableField {
     /** The step is in bits. */
     TableRepeat repeat;
     e_Access access = e_Access_Unstated;
-    /** Right-aligned, of each element; nothing where the data sheet does not say. */
+    /** The reset value of each element, right-aligned; no value if the data sheet does not say. */
     std::optional<std::uint32_t> reset;
 
     /** The width of the field in low-order ones. */
@@ -64,11 +64,11 @@ struct TableMember {
     bool isRegister() const { return name.compare(0, 2, "R_") == 0; }
 };
 
-/** What a group holds. */
+/** The contents of a group. */
 struct Body {
     Origin origin;
     std::string group;
-    /** The one map that the body is for; empty: every map that places the group. */
+    /** The map that the body is for; empty if it is for every map that places the group. */
     std::string map;
     /** A group that is meant to hold nothing. */
     bool isEmpty = false;
@@ -76,7 +76,7 @@ struct Body {
     std::vector<TableMember> members;
 };
 
-/** Where a group's instances stand. */
+/** The places of a group's instances. */
 struct Placement {
     Origin origin;
     std::string group;
@@ -84,9 +84,9 @@ struct Placement {
     std::uint32_t count = 1;
     /** 0 for a single instance. */
     std::uint32_t stride = 0;
-    /** The instances lie inside each other's words, and are meant to. */
+    /** The instances overlap on purpose. */
     bool mayOverlap = false;
-    /** Users of a design see the group whole in the design's own header. */
+    /** The design's lean header defines the group's classes; other groups it only declares. */
     bool isInline = false;
 };
 
@@ -109,19 +109,19 @@ struct Tables {
     std::vector<Body> bodies;
     std::vector<TableMap> maps;
 
-    /** The body of a group in a map; null where there is none. */
+    /** The body of a group in a map; null if there is none. */
     const Body* findBody(const TableMap& map, const std::string& group) const;
-    /** The map that a design has; null where there is none. */
+    /** The map of a design; null if there is none. */
     const TableMap* findDesign(const std::string& design) const;
 };
 
-/** A table before it is read; the ending of its name says its kind. */
+/** A table before it is read. The ending of its name is its kind. */
 struct TableFile {
     std::string name;
     std::string text;
 };
 
-/** What is wrong with the tables, each as "file:line: text". */
+/** The errors in the tables, each as "file:line: text". */
 class Findings {
   public:
     void add(const Origin& origin, const std::string& text);
@@ -131,11 +131,11 @@ class Findings {
     std::vector<std::string> i_lines;
 };
 
-/** "file:line", to name the other offender of a finding. */
+/** "file:line", to name the other row of a finding. */
 std::string ToString(const Origin& origin);
 
 /**
- * Reads and checks tables. They are of use only where there are no findings: a row that can't be
+ * Reads and checks tables. The result is usable only if there are no findings: a row that can't be
  * read is left out.
  */
 Tables ReadTables(const std::vector<TableFile>& files, Findings& findings);
