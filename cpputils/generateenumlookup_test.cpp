@@ -12,7 +12,7 @@
 
 using testing::HasSubstr;
 
-// Neither in order of value nor without gaps; one name begins another.
+// Not in order of value, with gaps, and one name is the beginning of another.
 #define TEST_MODES(X)          \
     X(e_TestMode_Long_Tail, 7) \
     X(e_TestMode_Long, 2)      \
@@ -46,7 +46,7 @@ TEST(EnumConverter, ConvertsEachEnumerator) {
     }
 }
 
-TEST(EnumConverter, RefusesWhatIsNotInTheList) {
+TEST(EnumConverter, RefusesValuesAndNamesOutsideTheList) {
     EXPECT_EQ(EnumConverter::EnumToString(OUTSIDE_THE_LIST), nullptr);
     e_TestMode mode = OUTSIDE_THE_LIST;
     for (const char* name : {"e_TestMode_Lon", "e_TestMode_Long_", "E_TESTMODE_LONG", "Long", ""}) {
@@ -76,7 +76,7 @@ TEST(TextConversion, WritesDigits) {
     EXPECT_EQ(toString<Unprintable>({}), "CONVERSION_ERROR");
 }
 
-TEST(TextConversion, ReadsWhatTheExtractionLeaves) {
+TEST(TextConversion, ReadsAsTheExtractionDoes) {
     const struct {
         const char* text;
         unsigned asUnsigned;

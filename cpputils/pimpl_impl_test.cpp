@@ -10,20 +10,16 @@
 
 namespace {
 
-class Impl {
-  public:
+struct Impl {
     virtual ~Impl() = default;
     virtual int which() const { return 0; }
     virtual int which() { return 1; }
 };
 
-class DerivedImpl : public Impl {
-  public:
-    explicit DerivedImpl(int& destroyed) : i_destroyed(destroyed) {}
-    ~DerivedImpl() override { ++i_destroyed; }
-
-  private:
-    int& i_destroyed;
+struct DerivedImpl : public Impl {
+    explicit DerivedImpl(int& destroyed) : destroyedCount(destroyed) {}
+    ~DerivedImpl() override { ++destroyedCount; }
+    int& destroyedCount;
 };
 
 static_assert(!std::is_copy_constructible_v<PImplT<Impl>>);

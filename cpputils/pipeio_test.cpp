@@ -13,6 +13,7 @@
 #include <functional>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "tests/support/child.h"
 
@@ -20,7 +21,7 @@ namespace {
 bool closeRangeMissing = false;
 }
 
-/** Stands in front of the C library's, to play a kernel that doesn't have it. */
+/** Replaces the C library's, to simulate a kernel without the system call. */
 extern "C" int close_range(unsigned first, unsigned last, int flags) noexcept {
     if (closeRangeMissing) {
         errno = ENOSYS;
@@ -43,8 +44,8 @@ class Pipe {
 
     int reader() const { return i_ends[0]; }
     int writer() const { return i_ends[1]; }
-    void closeReader() { closeEnd(i_ends[0]); }
-    void closeWriter() { closeEnd(i_ends[1]); }
+    void closeReader() { close(std::exchange(i_ends[0], -1)); }
+    void closeWriter() { close(std::exchange(i_ends[1], -1)); }
     void put(const std::string& bytes) const {
         EXPECT_EQ(write(writer(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     }
@@ -55,12 +56,6 @@ class Pipe {
     }
 
   private:
-    static void closeEnd(int& fd) {
-        if (fd != -1) {
-            close(fd);
-        }
-        fd = -1;
-    }
     int i_ends[2] = {-1, -1};
 };
 
@@ -68,7 +63,7 @@ std::string NumberBytes(uint32_t number) {
     return {reinterpret_cast<const char*>(&number), sizeof number};
 }
 
-TEST(PipeWrite, PutsLengthAndContentInHostOrder) {
+TEST(PipeIO, WritesLengthAndContentInHostOrder) {
     const Pipe pipe;
     EXPECT_EQ(WriteString(pipe.writer(), "abc"), 0);
     EXPECT_EQ(WriteString(pipe.writer(), ""), 0);
@@ -78,33 +73,27 @@ TEST(PipeWrite, PutsLengthAndContentInHostOrder) {
                                std::string("\0\xff", 2) + NumberBytes(0xFFFFFFFE));
 }
 
-TEST(PipeRead, TakesBackWhatWasWritten) {
+TEST(PipeIO, ReadsItemsAndNoByteMore) {
     const Pipe pipe;
-    const std::string text("a\0b\xff", 4);
-    const std::vector<char> bytes = {'x', '\0', 'y'};
-    EXPECT_EQ(WriteString(pipe.writer(), text), 0);
-    EXPECT_EQ(WriteString(pipe.writer(), ""), 0);
-    EXPECT_EQ(WriteBytes(pipe.writer(), bytes), 0);
-    EXPECT_EQ(WriteInt(pipe.writer(), -12345), 0);
-    pipe.put("tail");
-
-    std::string gotText = "old";
-    std::vector<char> gotBytes(10);
+    const std::string content("a\0b\xff", 4);
+    pipe.put(NumberBytes(4) + content + NumberBytes(0) + NumberBytes(4) + content +
+             NumberBytes(0xFFFFCFC7) + "tail");
+    std::string text = "old";
+    std::vector<char> bytes(10);
     int number = 0;
-    EXPECT_EQ(ReadString(pipe.reader(), gotText), 0);
-    EXPECT_EQ(gotText, text);
-    EXPECT_EQ(ReadString(pipe.reader(), gotText), 0);
-    EXPECT_EQ(gotText, "");
-    EXPECT_EQ(ReadBytes(pipe.reader(), gotBytes), 0);
-    EXPECT_EQ(gotBytes, bytes);
+    EXPECT_EQ(ReadString(pipe.reader(), text), 0);
+    EXPECT_EQ(text, content);
+    EXPECT_EQ(ReadString(pipe.reader(), text), 0);
+    EXPECT_EQ(text, "");
+    EXPECT_EQ(ReadBytes(pipe.reader(), bytes), 0);
+    EXPECT_EQ(bytes, std::vector<char>(content.begin(), content.end()));
     EXPECT_EQ(ReadInt(pipe.reader(), number), 0);
     EXPECT_EQ(number, -12345);
     EXPECT_EQ(pipe.rest(), "tail");
 }
 
-/** The three readers on a stream that breaks off: by its end, and by an error (nothing there yet).
- */
-TEST(PipeRead, ReportsTheFirstMissingByteAndKeepsItsTarget) {
+// A stream can stop by its end or by an error, here that no byte has arrived yet.
+TEST(PipeIO, ReportsTheFirstMissingByteAndKeepsItsTarget) {
     for (const bool ends : {true, false}) {
         const int error = ends ? EPIPE : EAGAIN;
         for (const std::string& stream : {std::string(), NumberBytes(7).substr(0, 3),
@@ -141,23 +130,21 @@ const Writer WRITERS[] = {
     [](int fd) { return WriteInt(fd, 1); },
 };
 
-TEST(PipeWrite, FailsWithoutASignalWhenTheReaderIsGone) {
+TEST(PipeIO, FailsWithoutASignalWhenTheReaderIsGone) {
     for (const Writer writer : WRITERS) {
         const auto result = testsupport::RunInChild([&] {
             Pipe pipe;
             pipe.closeReader();
             const int error = writer(pipe.writer());
-            sigset_t signals;
-            pthread_sigmask(SIG_SETMASK, nullptr, &signals);
-            const bool blocked = sigismember(&signals, SIGPIPE) == 1;
-            _exit(error == EPIPE && !blocked ? 0 : 1);
+            sigset_t blocked;
+            pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+            _exit(error == EPIPE && sigismember(&blocked, SIGPIPE) == 0 ? 0 : 1);
         });
-        EXPECT_EQ(result.signal, 0);
         EXPECT_EQ(result.exitValue, 0);
     }
 }
 
-TEST(PipeWrite, LeavesASignalThatWasPendingBefore) {
+TEST(PipeIO, LeavesASignalThatWasPendingBefore) {
     const auto result = testsupport::RunInChild([] {
         sigset_t signals;
         sigemptyset(&signals);
@@ -166,24 +153,23 @@ TEST(PipeWrite, LeavesASignalThatWasPendingBefore) {
         raise(SIGPIPE);
         Pipe pipe;
         pipe.closeReader();
-        EXPECT_EQ(WriteInt(pipe.writer(), 1), 0);
+        const int error = WriteInt(pipe.writer(), 1);
         sigpending(&signals);
-        _exit(sigismember(&signals, SIGPIPE) == 1 ? 0 : 1);
+        _exit(error == EPIPE && sigismember(&signals, SIGPIPE) == 1 ? 0 : 1);
     });
     EXPECT_EQ(result.exitValue, 0);
 }
 
-TEST(PipeWrite, ReportsErrorsAndShortWrites) {
+TEST(PipeIO, ReportsErrorsAndShortWrites) {
     for (const Writer writer : WRITERS) {
         EXPECT_EQ(writer(-1), EBADF);
     }
-    // A pipe with less room than the content has bytes.
     const Pipe pipe;
-    EXPECT_EQ(WriteString(pipe.writer(), std::string(1 << 20, 'x')), EIO);
+    EXPECT_EQ(WriteString(pipe.writer(), std::string(1 << 20, 'x')), EIO);  // more than it holds
     EXPECT_EQ(WriteInt(pipe.writer(), 1), EAGAIN);
 }
 
-/** Which of descriptors 0 to 19 are open behind `closeThem`, in a child that had them all. */
+/** The descriptors of 0 to 19 that are still open after `closeThem`, in a child. */
 std::set<int> OpenAfter(const std::function<void()>& closeThem) {
     const auto result = testsupport::RunInChild([&] {
         for (int fd = 3; fd < 20; ++fd) {
@@ -227,27 +213,22 @@ TEST(CloseAllExcept, KeepsTheStandardDescriptorsAndTheTwoGiven) {
     }
 }
 
-TEST(CloseAllExcept, StopsAtTheLimitOfTheProcess) {
-    const std::set<int> open = OpenAfter([] {
-        rlimit limit = {};
-        getrlimit(RLIMIT_NOFILE, &limit);
-        limit.rlim_cur = 10;
-        setrlimit(RLIMIT_NOFILE, &limit);
-        CloseAllExcept(4, -1);
+/** CloseAllExcept with another limit; null is the highest that this process may ask for. */
+std::set<int> OpenAfterLimit(const rlim_t* limit, int keep) {
+    return OpenAfter([&] {
+        rlimit limits = {};
+        getrlimit(RLIMIT_NOFILE, &limits);
+        limits.rlim_cur = limit != nullptr ? *limit : limits.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limits);
+        CloseAllExcept(keep, -1);
     });
-    EXPECT_EQ(open, (std::set<int>{0, 1, 2, 4, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19}));
 }
 
-TEST(CloseAllExcept, CopesWithAHugeLimit) {
-    const std::set<int> open = OpenAfter([] {
-        // The highest that this process may ask for; as far as it is, not by a loop.
-        rlimit limit = {};
-        getrlimit(RLIMIT_NOFILE, &limit);
-        limit.rlim_cur = limit.rlim_max;
-        setrlimit(RLIMIT_NOFILE, &limit);
-        CloseAllExcept(-1, 6);
-    });
-    EXPECT_EQ(open, (std::set<int>{0, 1, 2, 6}));
+TEST(CloseAllExcept, StopsAtTheLimitOfTheProcess) {
+    const rlim_t low = 10;
+    EXPECT_EQ(OpenAfterLimit(&low, 4),
+              (std::set<int>{0, 1, 2, 4, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19}));
+    EXPECT_EQ(OpenAfterLimit(nullptr, 6), (std::set<int>{0, 1, 2, 6}));
 }
 
 }  // namespace

@@ -16,6 +16,11 @@ SerializerPtr MakeSerializer(const std::string& name) {
     return SerializerPtr(s11n::fac::factory_mgr<s11n::io::serializer>::instance().create(name));
 }
 
+std::unique_ptr<s11n_node> Read(const SerializerPtr& serializer, const std::string& text) {
+    std::istringstream stream(text);
+    return std::unique_ptr<s11n_node>(serializer->deserialize(stream));
+}
+
 std::string AllBytes() {
     std::string bytes;
     for (int byte = 0; byte < 256; ++byte) {
@@ -24,7 +29,7 @@ std::string AllBytes() {
     return bytes;
 }
 
-/** Everything of the tree in one text that is different for different trees. */
+/** The whole tree as one text, which differs for different trees. */
 std::string Dump(const s11n_node& node) {
     std::ostringstream text;
     const auto add = [&text](const std::string& part) {
@@ -80,14 +85,14 @@ s11n_node TreeOfDepth(int depth) {
 class SerializerTest : public testing::TestWithParam<const char*> {};
 INSTANTIATE_TEST_SUITE_P(S11N, SerializerTest, testing::Values("simplexml", "compact"));
 
-TEST_P(SerializerTest, ReadsBackWhatItWrote) {
+TEST_P(SerializerTest, ReadsBackItsOutput) {
     const SerializerPtr serializer = MakeSerializer(GetParam());
     for (const s11n_node& tree :
          {AwkwardTree(), s11n_node(), TreeOfDepth(s11n::io::serializer::MaxDepth)}) {
-        std::stringstream stream;
+        std::ostringstream stream;
         ASSERT_TRUE(serializer->serialize(tree, stream));
         EXPECT_EQ(stream.str().substr(0, stream.str().find('\n')), serializer->magic_cookie());
-        const std::unique_ptr<s11n_node> read(serializer->deserialize(stream));
+        const std::unique_ptr<s11n_node> read = Read(serializer, stream.str());
         ASSERT_NE(read, nullptr) << stream.str();
         EXPECT_EQ(Dump(*read), Dump(tree));
     }
@@ -98,16 +103,13 @@ TEST_P(SerializerTest, RefusesEveryCutFile) {
     std::ostringstream stream;
     ASSERT_TRUE(serializer->serialize(AwkwardTree(), stream));
     const std::string whole = stream.str();
-    // The last byte of the legible form is only a newline.
-    const size_t needed = whole.find_last_not_of('\n') + 1;
+    const size_t needed = whole.find_last_not_of('\n') + 1;  // a final newline may be missing
     for (size_t length = 0; length < needed; ++length) {
-        std::istringstream cut(whole.substr(0, length));
-        const std::unique_ptr<s11n_node> read(serializer->deserialize(cut));
-        EXPECT_EQ(read, nullptr) << length << " of " << whole.size();
+        EXPECT_EQ(Read(serializer, whole.substr(0, length)), nullptr) << length;
     }
 }
 
-TEST_P(SerializerTest, RefusesWhatIsTooDeepAndAStreamThatFails) {
+TEST_P(SerializerTest, RefusesATreeThatIsTooDeepAndABrokenStream) {
     const SerializerPtr serializer = MakeSerializer(GetParam());
     std::ostringstream stream;
     EXPECT_FALSE(serializer->serialize(TreeOfDepth(s11n::io::serializer::MaxDepth + 1), stream));
@@ -122,10 +124,7 @@ TEST(Serializers, RefuseMalformedText) {
     for (int i = 0; i <= s11n::io::serializer::MaxDepth; ++i) {
         deep += "<n>";
     }
-    const struct {
-        const char* name;
-        std::string text;
-    } cases[] = {
+    const std::pair<const char*, std::string> cases[] = {
         {"simplexml", "<!DOCTYPE other>\n<a />"},
         {"simplexml", xml},
         {"simplexml", xml + "a />"},
@@ -146,14 +145,12 @@ TEST(Serializers, RefuseMalformedText) {
         {"compact", compact + "999999999999999999:a"},
         {"compact", compact + "1:a0:999999999999999999:1:k1:v"},
     };
-    for (const auto& c : cases) {
-        std::istringstream stream(c.text);
-        const std::unique_ptr<s11n_node> read(MakeSerializer(c.name)->deserialize(stream));
-        EXPECT_EQ(read, nullptr) << c.text;
+    for (const auto& [serializer, text] : cases) {
+        EXPECT_EQ(Read(MakeSerializer(serializer), text), nullptr) << text;
     }
 }
 
-TEST(Serializers, SimplexmlIsLegible) {
+TEST(Serializers, SimplexmlIsReadable) {
     s11n_node root("options");
     root.class_name("Options");
     root.set("numABU", "<3>");
@@ -187,6 +184,47 @@ TEST(S11NNode, HoldsPropertiesAndCopiesItsTree) {
     EXPECT_EQ(Dump(assigned), before);
     copy = *copy.children().back();
     EXPECT_EQ(copy.name(), AllBytes());
+}
+
+TEST(Serializers, AreKnownByAliasClassNameAndCookie) {
+    const struct {
+        const char *alias, *className, *lexer, *cookie;
+    } cases[] = {
+        {"simplexml", "s11n::io::simplexml_serializer", "simplexml_data_nodeFlexLexer",
+         "<!DOCTYPE s11n::simplexml>"},
+        {"compact", "s11n::io::compact_serializer", "compact_data_nodeFlexLexer", "51191011"},
+    };
+    for (const auto& c : cases) {
+        for (const char* name : {c.alias, c.className, c.cookie}) {
+            const SerializerPtr serializer = MakeSerializer(name);
+            ASSERT_NE(serializer, nullptr) << name;
+            EXPECT_EQ(serializer->class_name(), c.className);
+            EXPECT_EQ(serializer->lexer_name(), c.lexer);
+            EXPECT_EQ(serializer->magic_cookie(), c.cookie);
+        }
+    }
+}
+
+template <typename T>
+void ExpectFactory(const std::string& name) {
+    const auto& factories = s11n::fac::factory_mgr<T>::instance();
+    ASSERT_TRUE(factories.provides(name)) << name;
+    const std::unique_ptr<T> first(factories.create(name));
+    const std::unique_ptr<T> second(factories.create(name));
+    ASSERT_NE(first, nullptr);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(*first, T());
+    EXPECT_EQ(factories.create(name + "x"), nullptr);
+}
+
+// Registered by other units: this one includes no header that registers them.
+TEST(FactoryManager, KnowsTheBasicTypes) {
+    ExpectFactory<bool>("bool");
+    ExpectFactory<int>("int");
+    ExpectFactory<unsigned int>("uint");
+    ExpectFactory<float>("float");
+    ExpectFactory<std::string>("string");
+    EXPECT_FALSE(s11n::fac::factory_mgr<int>::instance().provides("uint"));
 }
 
 TEST(FactoryManager, TakesTheLaterOfTwoRegistrations) {

@@ -10,7 +10,7 @@
 
 namespace {
 
-TEST(S11NNamedSet, StoresAllButTheDefault) {
+TEST(S11NNamedSet, StoresEverythingButTheDefault) {
     node_type node;
     S11NNamedSet(node, "number", 42U, 0U);
     S11NNamedSet(node, "double", 1.0 / 3.0, 0.0);
@@ -52,7 +52,7 @@ bool S11NReadProperty(const node_type& /*node*/, const std::string& /*key*/, Unr
     return false;
 }
 
-TEST(S11NNamedGet, ReportsAReadingThatFails) {
+TEST(S11NNamedGet, ReportsAFailedRead) {
     const auto result = testsupport::RunInChild([] {
         Unreadable value;
         const bool read = S11NNamedGet(node_type(), "myKey", value, Unreadable());
@@ -75,11 +75,11 @@ TEST(PersistenceBase, SavesItsClassNameAndVersion) {
     EXPECT_EQ(node.get("i_version", ""), "4294967295");
 }
 
-TEST(PersistenceBase, LoadsItsVersionWhateverTheClassName) {
+TEST(PersistenceBase, LoadsItsVersionForAnyClassName) {
     const struct {
         const char* text;
         const char* savedAgain;  // null: version 0, which has no property
-    } cases[] = {{"7", "7"}, {"no number", nullptr}, {nullptr, nullptr}};
+    } cases[] = {{"7", "7"}, {"not a number", nullptr}, {nullptr, nullptr}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text != nullptr ? c.text : "absent");
         node_type node;

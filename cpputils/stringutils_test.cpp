@@ -4,6 +4,7 @@
 
 #include <iterator>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -12,7 +13,7 @@ std::string Trimmed(std::string text) {
     return text;
 }
 
-TEST(TrimString, TakesItsEightCharactersFromBothEnds) {
+TEST(TrimString, RemovesItsEightCharactersFromBothEnds) {
     const std::string all = " \a\b\f\n\r\t\v";
     EXPECT_EQ(Trimmed(all + "a" + all + "b" + all), "a" + all + "b");
     EXPECT_EQ(Trimmed(all), "");
@@ -24,7 +25,7 @@ TEST(TrimString, TakesItsEightCharactersFromBothEnds) {
     EXPECT_EQ(Trimmed(kept), kept);
 }
 
-TEST(NormalizePath, ShrinksRunsAndStripsTheOuterSlashesOnDemand) {
+TEST(NormalizePath, ReducesRunsAndStripsOuterSlashesOnRequest) {
     const struct {
         const char* path;
         const char* normalized;
@@ -51,12 +52,8 @@ TEST(NormalizePath, ShrinksRunsAndStripsTheOuterSlashesOnDemand) {
     }
 }
 
-TEST(IsDirectChild, LooksOneLevelDown) {
-    const struct {
-        const char* path;
-        const char* directory;
-        bool isChild;
-    } cases[] = {
+TEST(IsDirectChild, IsTrueOneLevelDown) {
+    const std::tuple<const char*, const char*, bool> cases[] = {
         {"a/b", "a", true},        {"a/b", "/a/", true},  {"//a//b//", "a", true},
         {"a/b/c", "a/b", true},    {"a", "", true},       {"/a/", "/", true},
         {"a/b/c", "a", false},     {"ab", "a", false},    {"ab/c", "a", false},
@@ -64,8 +61,8 @@ TEST(IsDirectChild, LooksOneLevelDown) {
         {"a/b", "", false},        {"", "", false},       {"b/c", "a", false},
         {"a/b/c/d", "a/b", false}, {"abc", "a/b", false},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(IsDirectChild(c.path, c.directory), c.isChild) << c.path << " in " << c.directory;
+    for (const auto& [path, directory, isChild] : cases) {
+        EXPECT_EQ(IsDirectChild(path, directory), isChild) << path << " in " << directory;
     }
 }
 
@@ -81,12 +78,8 @@ TEST(EscapeForUrl, EscapesItsFourteenCharactersOnce) {
     EXPECT_EQ(text, before);
 }
 
-TEST(ApplyReplacements, WorksPairAfterPair) {
-    const struct {
-        const char* text;
-        std::list<std::pair<std::string, std::string>> pairs;
-        const char* result;
-    } cases[] = {
+TEST(ApplyReplacements, AppliesPairAfterPair) {
+    const std::tuple<const char*, Replacements, const char*> cases[] = {
         {"aaa", {}, "aaa"},
         {"aaa", {{"a", "aa"}}, "aaaaaa"},
         {"aaa", {{"aa", "b"}}, "ba"},
@@ -95,8 +88,8 @@ TEST(ApplyReplacements, WorksPairAfterPair) {
         {"abc", {{"", "x"}, {"c", "d"}}, "abd"},
         {"", {{"", "x"}}, ""},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(ApplyReplacements(c.text, c.pairs), c.result) << c.text;
+    for (const auto& [text, pairs, result] : cases) {
+        EXPECT_EQ(ApplyReplacements(text, pairs), result) << text;
     }
 }
 
@@ -117,7 +110,7 @@ TEST(AppendFormat, FillsABufferAndThenWritesNothing) {
     EXPECT_EQ(std::string(buffer, sizeof buffer), std::string("1-b1234\0..\0", 11));
 }
 
-TEST(AppendFormat, TakesAFailureForAFullBuffer) {
+TEST(AppendFormat, TreatsAFailureAsAFullBuffer) {
     char buffer[8] = "";
     char* cursor = buffer;
     size_t room = sizeof buffer;

@@ -22,7 +22,7 @@ namespace {
 
 using Word = unsigned int;
 
-/** Stands for the hardware: words by address, and each access in its order. */
+/** Simulates the hardware: words by address, and a log of all accesses. */
 class RecordingAccessor {
   public:
     Word read(const Word* address) {
@@ -69,47 +69,29 @@ const FieldCase FIELD_CASES[] = {
     {0xff, 8, 0x00005500, 0x55, 0x55, 0x00005500},
 };
 
-// The set of a value that is there already and the full mask too: always one load, then one store.
-TEST(MemoryField, ReadsThenWritesOneWord) {
+// Always one load, then one store: also for the present value and for the full mask.
+TEST(HardwareAccess, FieldsReadThenWriteOneWord) {
     for (const FieldCase& c : FIELD_CASES) {
         SCOPED_TRACE(testing::Message() << std::hex << c.mask << " << " << c.shift);
         RecordingAccessor accessor;
         TestMemory memory(accessor, 400, 4);
-        TestMemoryField field(&memory, c.mask, c.shift);
+        TestMemoryField inMemory(&memory, c.mask, c.shift);
+        TestRegister word(accessor, 408);
+        TestRegisterField inRegister(&word, c.mask, c.shift);
         accessor.at(408) = c.before;
-        EXPECT_EQ(field.get(2), c.got);
-        EXPECT_THAT(accessor.log(), ElementsAre("read 408"));
-        field.set(2, c.set);
+        EXPECT_EQ(inMemory.get(2), c.got);
+        EXPECT_EQ(inRegister.get(), c.got);
+        inMemory.set(2, c.set);
         EXPECT_EQ(accessor.at(408), c.after);
-        EXPECT_THAT(accessor.log(), ElementsAre("read 408", "read 408", "write 408"));
+        accessor.at(408) = c.before;
+        inRegister.set(c.set);
+        EXPECT_EQ(accessor.at(408), c.after);
+        EXPECT_THAT(accessor.log(), ElementsAre("read 408", "read 408", "read 408", "write 408",
+                                                "read 408", "write 408"));
     }
 }
 
-TEST(RegisterField, ReadsThenWritesOneWord) {
-    for (const FieldCase& c : FIELD_CASES) {
-        SCOPED_TRACE(testing::Message() << std::hex << c.mask << " << " << c.shift);
-        RecordingAccessor accessor;
-        TestRegister word(accessor, 400);
-        TestRegisterField field(&word, c.mask, c.shift);
-        accessor.at(400) = c.before;
-        EXPECT_EQ(field.get(), c.got);
-        EXPECT_THAT(accessor.log(), ElementsAre("read 400"));
-        field.set(c.set);
-        EXPECT_EQ(accessor.at(400), c.after);
-        EXPECT_THAT(accessor.log(), ElementsAre("read 400", "read 400", "write 400"));
-    }
-}
-
-TEST(MemoryField, SeesWhatTheOtherSideChanged) {
-    RecordingAccessor accessor;
-    TestMemory memory(accessor, 400, 1);
-    TestMemoryField field(&memory, 0xf, 4);
-    field.set(0, 5);
-    accessor.at(400) = 0x98;
-    EXPECT_EQ(field.get(0), 9U);
-}
-
-TEST(HardwareAccess, WholeWordsTakeOneAccess) {
+TEST(HardwareAccess, CachesNothingAndTakesOneAccessForAWord) {
     RecordingAccessor accessor;
     TestRegister word(accessor, 400);
     TestMemory memory(accessor, 800, 4);
@@ -118,9 +100,11 @@ TEST(HardwareAccess, WholeWordsTakeOneAccess) {
     EXPECT_EQ(word.get(), 0x89abcdefU);
     EXPECT_EQ(memory.getraw(3), 7U);
     EXPECT_THAT(accessor.log(), ElementsAre("write 400", "write 812", "read 400", "read 812"));
+    accessor.at(812) = 0x98;  // by the other side
+    EXPECT_EQ(TestMemoryField(&memory, 0xf, 4).get(3), 9U);
 }
 
-// Each body goes past the end of a memory of four words; its accesses would show on the output.
+// Each body goes past the end of a memory of four words, without an access.
 TEST(Memory, StopsBeforeAnAccessPastItsEnd) {
     void (*const bodies[])(TestMemory&) = {
         [](TestMemory& memory) { memory.getraw(4); },
@@ -148,11 +132,10 @@ TEST(Memory, StopsBeforeAnAccessPastItsEnd) {
 }
 
 TEST(VolatileAccessor, LeavesTheNeighboursAlone) {
-    std::array<Word, 4> words = {1, 2, 3, 4};
+    std::array<Word, 4> words = {1, 0xffffffff, 3, 4};
     VolatileAccessor accessor;
     Memory<VolatileAccessor, Word> memory(accessor, words.data(), words.size());
     SingleMemoryField<VolatileAccessor, Word> field(&memory, 0x1ff, 0);
-    words[1] = 0xffffffff;
     field.set(1, 0xff);
     memory.setraw(3, 0xa5a5a5a5);
     EXPECT_THAT(words, ElementsAre(1, 0xfffffeff, 3, 0xa5a5a5a5));
@@ -160,29 +143,29 @@ TEST(VolatileAccessor, LeavesTheNeighboursAlone) {
     EXPECT_EQ(memory.getraw(3), 0xa5a5a5a5U);
 }
 
-/** A word that notes how it is accessed. */
-struct NotingWord {
-    NotingWord() = default;
-    NotingWord(const NotingWord& /*other*/) { accesses += "load "; }
-    NotingWord(const volatile NotingWord& /*other*/) { accesses += "volatile load "; }
-    void operator=(const NotingWord& /*other*/) { accesses += "store "; }
-    void operator=(const NotingWord& /*other*/) volatile { accesses += "volatile store "; }
+/** A word that records how it is accessed. */
+struct RecordingWord {
+    RecordingWord() = default;
+    RecordingWord(const RecordingWord& /*other*/) { accesses += "load "; }
+    RecordingWord(const volatile RecordingWord& /*other*/) { accesses += "volatile load "; }
+    void operator=(const RecordingWord& /*other*/) { accesses += "store "; }
+    void operator=(const RecordingWord& /*other*/) volatile { accesses += "volatile store "; }
 
     static std::string accesses;
 };
 
-std::string NotingWord::accesses;
+std::string RecordingWord::accesses;
 
 // The compiler may merge or drop any access that is not volatile.
 TEST(VolatileAccessor, MakesEachAccessVolatile) {
     const VolatileAccessor accessor;
-    NotingWord word;
-    const NotingWord value;
+    RecordingWord word;
+    const RecordingWord value;
     (void)accessor.read(&word);
-    EXPECT_EQ(NotingWord::accesses, "volatile load ");
-    NotingWord::accesses.clear();
+    EXPECT_EQ(RecordingWord::accesses, "volatile load ");
+    RecordingWord::accesses.clear();
     accessor.write(&word, value);
-    EXPECT_EQ(NotingWord::accesses, "load volatile store ");
+    EXPECT_EQ(RecordingWord::accesses, "load volatile store ");
 
     volatile Word number = 0;
     accessor.write(&number, 5);
@@ -190,7 +173,7 @@ TEST(VolatileAccessor, MakesEachAccessVolatile) {
     EXPECT_EQ(accessor.read(&number), 6U);
 }
 
-// The addresses are in no mapping: an access would end the test.
+// The addresses are not mapped: an access would end the test.
 TEST(HardwareAccess, ConstructionTouchesNothing) {
     VolatileAccessor accessor;
     const Register<VolatileAccessor, Word> word(accessor, 0x6400000);
@@ -200,14 +183,10 @@ TEST(HardwareAccess, ConstructionTouchesNothing) {
     EXPECT_EQ(memory.sizeInWords(), 49283072U);
 }
 
-/** Each class has a virtual destructor and the layout of a table pointer and its own fields. */
-TEST(HardwareAccess, HoldsNoMoreThanItsFields) {
-    using R = Register<VolatileAccessor, Word>;
-    using M = Memory<VolatileAccessor, Word>;
-    EXPECT_EQ(sizeof(R), 4 * sizeof(void*));
-    EXPECT_EQ(sizeof(M), 4 * sizeof(void*));
-    EXPECT_EQ(sizeof(RegisterField<VolatileAccessor, Word>), 3 * sizeof(void*));
-    EXPECT_EQ(sizeof(SingleMemoryField<VolatileAccessor, Word>), 3 * sizeof(void*));
-}
+// A pointer to the table of virtual functions, and the members.
+static_assert(sizeof(Register<VolatileAccessor, Word>) == 4 * sizeof(void*));
+static_assert(sizeof(Memory<VolatileAccessor, Word>) == 4 * sizeof(void*));
+static_assert(sizeof(RegisterField<VolatileAccessor, Word>) == 3 * sizeof(void*));
+static_assert(sizeof(SingleMemoryField<VolatileAccessor, Word>) == 3 * sizeof(void*));
 
 }  // namespace

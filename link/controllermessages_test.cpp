@@ -5,6 +5,7 @@
 #include <iomanip>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "link/routercrc.h"
@@ -23,7 +24,7 @@ Bytes Packed(const Packable& object) {
     return bytes;
 }
 
-/** False if the bytes were too few. */
+/** False if there were too few bytes. */
 bool Unpack(const Bytes& bytes, Packable& object) {
     SmartBufferReader reader;
     const unsigned char none = 0;
@@ -32,30 +33,26 @@ bool Unpack(const Bytes& bytes, Packable& object) {
     return !reader.hasFailed();
 }
 
-struct CrcCase {
-    std::string text;
-    Bytes packed;  // low byte first
-};
-
 TEST(RouterCrc, IsCrc16Modbus) {
-    const CrcCase cases[] = {
+    const std::pair<std::string, Bytes> cases[] = {
+        // packed low byte first
         {"", {0xFF, 0xFF}},
         {"123456789", {0x37, 0x4B}},
         {std::string(1, '\0'), {0xBF, 0x40}},
         {std::string(256, '\0'), {0xBF, 0x64}},
         {"\xFF\x80", {0x41, 0xE0}},
     };
-    for (const CrcCase& c : cases) {
-        const RouterCrc crc(std::vector<char>(c.text.begin(), c.text.end()));
-        EXPECT_EQ(crc, RouterCrc(std::vector<unsigned char>(c.text.begin(), c.text.end())));
-        EXPECT_EQ(Packed(crc), c.packed);
+    for (const auto& [text, packed] : cases) {
+        const RouterCrc crc(std::vector<char>(text.begin(), text.end()));
+        EXPECT_EQ(crc, RouterCrc(std::vector<unsigned char>(text.begin(), text.end())));
+        EXPECT_EQ(Packed(crc), packed);
         RouterCrc unpacked;
-        EXPECT_TRUE(Unpack(Packed(crc), unpacked));
+        EXPECT_TRUE(Unpack(packed, unpacked));
         EXPECT_EQ(unpacked, crc);
     }
 }
 
-// Bytes that formatted input and output would pad or skip: a blank and a newline among them.
+// Including a blank and a newline, which formatted input would skip.
 TEST(RouterCrc, StreamsItsTwoBytesRaw) {
     for (const int byte : {0x20, 0x0A, 0x00, 0x41}) {
         const auto low = static_cast<unsigned char>(byte);
@@ -75,7 +72,7 @@ TEST(RouterCrc, StreamsItsTwoBytesRaw) {
     EXPECT_TRUE(tooShort.fail());
 }
 
-TEST(ControllerFlashPage, TravelsWithItsDataLength) {
+TEST(ControllerMessages, PackTheirFieldsInOrder) {
     const std::vector<char> data = {'a', '\xFF'};
     const ControllerFlashPage page(0x1234, data, RouterCrc(std::vector<char>()));
     EXPECT_EQ(Packed(page), Bytes({0x12, 0x34, 0xFF, 0xFF, 0, 0, 0, 2, 'a', 0xFF}));
@@ -84,18 +81,7 @@ TEST(ControllerFlashPage, TravelsWithItsDataLength) {
     EXPECT_EQ(read.pageNumber(), 0x1234);
     EXPECT_EQ(read.data(), data);
     EXPECT_EQ(read.crc(), RouterCrc());
-}
 
-TEST(ControllerFlashPageResult, WithoutAByteCountsAsBad) {
-    ControllerFlashPageResult good;
-    EXPECT_TRUE(Unpack({0}, good));
-    EXPECT_EQ(good.result(), 0);
-    TolmiraFlashPageResultMessage none;
-    EXPECT_FALSE(Unpack({}, none));
-    EXPECT_EQ(none.payload().result(), 0xFF);
-}
-
-TEST(ControllerMessages, OtherPayloadsKeepTheirFieldOrder) {
     EXPECT_EQ(Packed(ControllerInputChangeMessage(0x0102, 0x0304)), Bytes({1, 2, 3, 4}));
     EXPECT_EQ(Packed(ControllerLogData(1, 2, 0x03000000)),
               Bytes({0, 0, 0, 1, 0, 0, 0, 2, 3, 0, 0, 0}));
@@ -103,17 +89,22 @@ TEST(ControllerMessages, OtherPayloadsKeepTheirFieldOrder) {
     EXPECT_EQ(Packed(ControllerLogData()), Bytes(12, 0));
     ControllerInputChangeMessage change;
     EXPECT_TRUE(Unpack({1, 2, 3, 4}, change));
-    EXPECT_EQ(change.first(), 0x0102);
-    EXPECT_EQ(change.second(), 0x0304);
+    EXPECT_TRUE(change.first() == 0x0102 && change.second() == 0x0304);
     ControllerLogData log;
     EXPECT_TRUE(Unpack(Packed(ControllerLogData(7, 8, 9)), log));
-    EXPECT_EQ(log.first(), 7U);
-    EXPECT_EQ(log.second(), 8U);
-    EXPECT_EQ(log.third(), 9U);
+    EXPECT_TRUE(log.first() == 7 && log.second() == 8 && log.third() == 9);
     ControllerUpgradeInfo info;
     EXPECT_TRUE(Unpack({0, 3, 0xBE, 0xEF}, info));
-    EXPECT_EQ(info.pages(), 3);
-    EXPECT_EQ(info.checksum(), 0xBEEF);
+    EXPECT_TRUE(info.pages() == 3 && info.checksum() == 0xBEEF);
+}
+
+TEST(ControllerMessages, ResultWithoutAByteCountsAsBad) {
+    ControllerFlashPageResult good;
+    EXPECT_TRUE(Unpack({0}, good));
+    EXPECT_EQ(good.result(), 0);
+    TolmiraFlashPageResultMessage none;
+    EXPECT_FALSE(Unpack({}, none));
+    EXPECT_EQ(none.payload().result(), 0xFF);
 }
 
 TEST(EmptyData, SavesItsVersionUnderItsOwnName) {

@@ -12,7 +12,7 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-/** The bytes that `write` leaves in a buffer of 64, checked against a sizing writer on the way. */
+/** The bytes that `write` puts into a buffer of 64; a sizing writer must agree. */
 Bytes Written(const std::function<void(WriteableSmartBuffer&)>& write) {
     Bytes bytes(64, 0xEE);
     SmartBufferWriter writer;
@@ -28,7 +28,7 @@ Bytes Written(const std::function<void(WriteableSmartBuffer&)>& write) {
     return bytes;
 }
 
-/** A reader over `bytes`, which have to outlive it. */
+/** A reader over `bytes`, which must outlive it. */
 SmartBufferReader ReaderOf(Bytes&&) = delete;
 SmartBufferReader ReaderOf(const Bytes& bytes) {
     SmartBufferReader reader;
@@ -36,14 +36,12 @@ SmartBufferReader ReaderOf(const Bytes& bytes) {
     return reader;
 }
 
-struct EncodingCase {
-    const char* name;
-    std::function<void(WriteableSmartBuffer&)> write;
-    Bytes bytes;
-};
-
 TEST(SmartBuffer, EncodesHighByteFirst) {
-    const EncodingCase cases[] = {
+    const struct {
+        const char* name;
+        std::function<void(WriteableSmartBuffer&)> write;
+        Bytes bytes;
+    } cases[] = {
         {"char", [](auto& b) { b << 'A' << static_cast<signed char>(-2); }, {0x41, 0xFE}},
         {"short", [](auto& b) { b << static_cast<unsigned short>(0x1234); }, {0x12, 0x34}},
         {"negative short", [](auto& b) { b << static_cast<short>(-2); }, {0xFF, 0xFE}},
@@ -77,7 +75,7 @@ TEST(SmartBuffer, EncodesHighByteFirst) {
              b << true;
          },
          {0x80, 'x', 'y', 0x80}},
-        {"no raw bytes don't",
+        {"an empty write doesn't",
          [](auto& b) {
              b << true;
              EXPECT_EQ(b.write("xy", 0), 0);
@@ -86,7 +84,7 @@ TEST(SmartBuffer, EncodesHighByteFirst) {
          },
          {0xC0}},
     };
-    for (const EncodingCase& c : cases) {
+    for (const auto& c : cases) {
         EXPECT_EQ(Written(c.write), c.bytes) << c.name;
     }
 }
@@ -118,20 +116,7 @@ TEST(SmartBuffer, ReadsBackWhatWasWritten) {
     ExpectRoundTrip<double>(std::numeric_limits<double>::denorm_min());
     ExpectRoundTrip<std::string>("some text");
     ExpectRoundTrip<std::vector<std::string>>({"one", "", "three"});
-    ExpectRoundTrip<std::vector<bool>>({true, false, true, true, false, false, true, true, true});
-}
-
-TEST(SmartBuffer, BoolsAreReadInTheRunsTheyWereWrittenIn) {
-    const Bytes readerBytes = {0x41, 0x07, 0x80};
-    SmartBufferReader reader = ReaderOf(readerBytes);
-    bool bits[3] = {true, false, false};
-    unsigned char byte = 0;
-    reader >> bits[0] >> bits[1] >> byte >> bits[2];
-    EXPECT_FALSE(bits[0]);
-    EXPECT_TRUE(bits[1]);
-    EXPECT_EQ(byte, 7);
-    EXPECT_TRUE(bits[2]);
-    EXPECT_EQ(reader.bytesRemaining(), 0U);
+    ExpectRoundTrip<std::vector<bool>>({false, false, true, true, false, false, true, true, true});
 }
 
 TEST(SmartBuffer, FailureSticksAndStoresNothing) {
@@ -170,7 +155,7 @@ TEST(SmartBuffer, FailedReadsLeaveTheirTargetsAlone) {
     EXPECT_EQ(byte, 1);
 }
 
-TEST(SmartBuffer, UninitialisedAccessFailsButAnEmptyRawAccessIsNone) {
+TEST(SmartBuffer, UninitialisedAndNegativeAccessFailsButNotAnEmptyRawOne) {
     SmartBufferReader reader;
     char byte = 0;
     EXPECT_EQ(reader.read(&byte, 0), 0);
@@ -178,10 +163,17 @@ TEST(SmartBuffer, UninitialisedAccessFailsButAnEmptyRawAccessIsNone) {
     EXPECT_FALSE(reader.hasFailed());
     reader >> byte;
     EXPECT_TRUE(reader.hasFailed());
+    EXPECT_EQ(reader.initBuffer(&byte, 1), 0);
+    EXPECT_EQ(reader.read(&byte, -1), 0);
+    EXPECT_TRUE(reader.hasFailed());
+
     SmartBufferWriter writer;
     EXPECT_FALSE(writer.isInit());
     EXPECT_EQ(writer.initBuffer(nullptr, 5), -1);
     writer << true;
+    EXPECT_TRUE(writer.hasFailed());
+    EXPECT_EQ(writer.initBuffer(&byte, 1), 0);
+    EXPECT_EQ(writer.write(&byte, -1), 0);
     EXPECT_TRUE(writer.hasFailed());
 }
 
@@ -198,17 +190,6 @@ TEST(SmartBuffer, BytesThatDoNotFitAreWrittenOneByOneUpToTheEnd) {
     asVector << std::vector<char>{'a', 'b', 'c'};
     EXPECT_TRUE(asVector.hasFailed());
     EXPECT_EQ(raw, (Bytes{0, 0, 0, 3, 'a', 'b'}));
-}
-
-TEST(SmartBuffer, NegativeRawCountFails) {
-    Bytes bytes(4);
-    SmartBufferWriter writer;
-    writer.initBuffer(bytes.data(), 4);
-    EXPECT_EQ(writer.write(bytes.data(), -1), 0);
-    EXPECT_TRUE(writer.hasFailed());
-    SmartBufferReader reader = ReaderOf(bytes);
-    EXPECT_EQ(reader.read(bytes.data(), -1), 0);
-    EXPECT_TRUE(reader.hasFailed());
 }
 
 TEST(SmartBuffer, SizingEndsAtFourGigabytesWithoutWrapping) {
@@ -228,32 +209,29 @@ TEST(SmartBuffer, SizingEndsAtFourGigabytesWithoutWrapping) {
     EXPECT_EQ(reader.getOffset(), 5U);
 }
 
-TEST(SmartBuffer, ReadingStrings) {
-    std::string text = "old";
-    const Bytes emptyBytes = {0, 0, 0, 0};
-    SmartBufferReader empty = ReaderOf(emptyBytes);
-    empty >> text;
-    EXPECT_FALSE(empty.hasFailed());
-    EXPECT_EQ(text, "");
-
-    const Bytes cutBytes = {0, 0, 0, 3, 'a', 0, 'b', 9};
-    SmartBufferReader cut = ReaderOf(cutBytes);
-    unsigned char next = 0;
-    cut >> text >> next;
-    EXPECT_EQ(text, "a");
-    EXPECT_EQ(next, 9);
-
-    const Bytes lyingBytes = {0xFF, 0xFF, 0xFF, 0xFF, 'a'};
-    SmartBufferReader lying = ReaderOf(lyingBytes);
-    lying >> text;
-    EXPECT_TRUE(lying.hasFailed());
-    EXPECT_EQ(text, "a");
-}
-
-TEST(SmartBuffer, VectorOverAShortBodyEndsWithTheBody) {
+TEST(SmartBuffer, StringsEndAtAZeroByteAndMustFit) {
+    const struct {
+        Bytes bytes;
+        const char* text;
+        uint32_t left;
+        bool fails;
+    } cases[] = {
+        {{0, 0, 0, 0}, "", 0, false},
+        {{0, 0, 0, 3, 'a', 0, 'b', 9}, "a", 1, false},
+        {{0xFF, 0xFF, 0xFF, 0xFF, 'a'}, "old", 1, true},
+    };
+    for (const auto& c : cases) {
+        SmartBufferReader reader = ReaderOf(c.bytes);
+        std::string text = "old";
+        reader >> text;
+        EXPECT_EQ(text, c.text);
+        EXPECT_EQ(reader.bytesRemaining(), c.left);
+        EXPECT_EQ(reader.hasFailed(), c.fails);
+    }
+    // A vector takes what there is.
     std::vector<unsigned short> values = {9, 9, 9};
-    const Bytes readerBytes = {0xFF, 0xFF, 0xFF, 0xFF, 0, 7, 0, 8, 1};
-    SmartBufferReader reader = ReaderOf(readerBytes);
+    const Bytes tooShort = {0xFF, 0xFF, 0xFF, 0xFF, 0, 7, 0, 8, 1};
+    SmartBufferReader reader = ReaderOf(tooShort);
     reader >> values;
     EXPECT_TRUE(reader.hasFailed());
     EXPECT_EQ(values, (std::vector<unsigned short>{7, 8, 0}));
@@ -278,19 +256,15 @@ TEST(SmartBuffer, CheckpointsGoBackOnly) {
     EXPECT_EQ(writer.getOffset(), 4U);
 }
 
-struct ViewCase {
-    uint32_t start;
-    uint32_t length;
-    int result;
-};
-
 TEST(SmartBuffer, ViewsStayInsideTheOther) {
     Bytes bytes = {10, 11, 12, 13};
     SmartBufferWriter writer;
     writer.initBuffer(bytes.data(), 4);
-    const ViewCase cases[] = {{0, 4, 0},  {1, 3, 0},  {4, 0, 0},
-                              {5, 0, -1}, {1, 4, -1}, {2, UINT32_MAX, -1}};
-    for (const ViewCase& c : cases) {
+    const struct {
+        uint32_t start, length;
+        int result;
+    } cases[] = {{0, 4, 0}, {1, 3, 0}, {4, 0, 0}, {5, 0, -1}, {1, 4, -1}, {2, UINT32_MAX, -1}};
+    for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.start << "+" << c.length);
         SmartBufferReader view;
         EXPECT_EQ(view.initView(writer, c.start, c.length), c.result);

@@ -23,7 +23,7 @@ namespace {
 bool isMemoryOut = false;
 }
 
-// These take the place of the library's, to play a machine without memory for a frame.
+// These replace the library's, to simulate a machine without memory for a frame.
 [[gnu::noinline]] void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
     return isMemoryOut ? nullptr : malloc(size);
 }
@@ -45,33 +45,6 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-Bytes FrameOf(const YAMPMessage& message) {
-    unsigned int bodySize = 0;
-    EXPECT_EQ(GetPackedSize(message, bodySize), 0);
-    Bytes frame(YAMP_HEADER_SIZE + bodySize, 0xEE);
-    unsigned int packedSize = 0;
-    EXPECT_EQ(YAMPPack(frame.data(), static_cast<unsigned int>(frame.size()), message, &packedSize),
-              0);
-    EXPECT_EQ(packedSize, frame.size());
-    return frame;
-}
-
-TEST(YAMPPack, BuildsEachMessageAsItStandsOnTheWire) {
-    EXPECT_EQ(FrameOf(TolmiraUpgradeBeginMessage()), Bytes({2, 0xDC, 0x2E, 0xA5, 0, 0, 0, 8}));
-    EXPECT_EQ(FrameOf(TolmiraUpgradeEndMessage()), Bytes({2, 0xDC, 0x2E, 0xA4, 0, 0, 0, 8}));
-    EXPECT_EQ(FrameOf(TolmiraUpgradeInfoMessage(ControllerUpgradeInfo(3, 0xBEEF))),
-              Bytes({2, 0xDC, 0x2E, 0xA2, 0, 0, 0, 12, 0, 3, 0xBE, 0xEF}));
-    EXPECT_EQ(FrameOf(TolmiraFlashPageResultMessage(ControllerFlashPageResult(0))),
-              Bytes({2, 0xDC, 0x2E, 0xA6, 0, 0, 0, 9, 0}));
-
-    const std::vector<char> data(256, '\0');
-    const Bytes page =
-        FrameOf(TolmiraFlashPageMessage(ControllerFlashPage(0x1234, data, RouterCrc(data))));
-    Bytes expected = {2, 0xDC, 0x2E, 0xA3, 0, 0, 1, 0x10, 0x12, 0x34, 0xBF, 0x64, 0, 0, 1, 0};
-    expected.resize(272, 0);
-    EXPECT_EQ(page, expected);
-}
-
 TEST(YAMPPack, NeedsRoomForTheWholeFrame) {
     const TolmiraUpgradeInfoMessage message(ControllerUpgradeInfo(1, 2));
     Bytes buffer(12);
@@ -82,18 +55,17 @@ TEST(YAMPPack, NeedsRoomForTheWholeFrame) {
     EXPECT_EQ(packedSize, 99U);
     EXPECT_EQ(YAMPPack(buffer.data(), 12, message, &packedSize), 0);
     EXPECT_EQ(packedSize, 12U);
+    EXPECT_EQ(buffer, Bytes({2, 0xDC, 0x2E, 0xA2, 0, 0, 0, 12, 0, 1, 0, 2}));
 }
 
-struct HeaderCase {
-    const char* name;
-    Bytes header;
-    int result;
-    unsigned int totalLength;
-    uint16_t id;
-};
-
-TEST(YAMPParseHeader, JudgesLeadBytesAndLength) {
-    const HeaderCase cases[] = {
+TEST(YAMPParseHeader, ChecksLeadBytesAndLength) {
+    const struct {
+        const char* name;
+        Bytes header;
+        int result;
+        unsigned int totalLength;
+        uint16_t id;
+    } cases[] = {
         {"empty body", {2, 0xDC, 0x2E, 0xA5, 0, 0, 0, 8}, 0, 8, 11941},
         {"unknown id", {2, 0xDC, 0xFF, 0xFE, 0, 0, 0, 8}, 0, 8, 0xFFFE},
         {"length 7", {2, 0xDC, 0x2E, 0xA5, 0, 0, 0, 7}, -1, 7, 11941},
@@ -102,7 +74,7 @@ TEST(YAMPParseHeader, JudgesLeadBytesAndLength) {
         {"second lead byte", {2, 0xDD, 0x2E, 0xA5, 0, 0, 0, 8}, -1, 8, 11941},
         {"second lead byte, below", {2, 0xDB, 0x2E, 0xA5, 0, 0, 0, 8}, -1, 8, 11941},
     };
-    for (const HeaderCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         unsigned int totalLength = 99;
         uint16_t id = 99;
@@ -117,7 +89,7 @@ TEST(YAMPParseHeader, JudgesLeadBytesAndLength) {
     EXPECT_EQ(id, 99);
 }
 
-TEST(YAMPOpenBody, LooksAtTheStatedBytesOnly) {
+TEST(YAMPOpenBody, ReadsOnlyTheStatedBytes) {
     const Bytes frame = {2, 0xDC, 0x2E, 0xA6, 0, 0, 0, 9, 77, 88};
     uint16_t id = 0;
     EXPECT_EQ(YAMPOpenBody(frame.data(), 8, &id), nullptr);
@@ -133,13 +105,6 @@ TEST(YAMPOpenBody, LooksAtTheStatedBytesOnly) {
     }
 }
 
-TEST(RouterCommWriter, SendsAMessageAsOneFrame) {
-    RecordingMailbox mailbox;
-    const EagerFarSide farSide(mailbox);
-    EXPECT_TRUE(RouterCommWriter(&mailbox).send(TolmiraUpgradeBeginMessage()));
-    EXPECT_EQ(farSide.fromHost, std::string("\x02\xDC\x2E\xA5\0\0\0\x08", 8));
-}
-
 class Unpackable : public YAMPMessage {
   public:
     WriteableSmartBuffer& pack(WriteableSmartBuffer& buffer) const override {
@@ -150,25 +115,26 @@ class Unpackable : public YAMPMessage {
     uint16_t getId() const override { return 1; }
 };
 
-TEST(RouterCommWriter, SendsNothingOfAMessageThatCannotBePacked) {
+TEST(RouterCommWriter, SendsAMessageAsOneFrameOrNothing) {
     RecordingMailbox mailbox;
     EXPECT_FALSE(RouterCommWriter(&mailbox).send(Unpackable()));
     isMemoryOut = true;
     EXPECT_FALSE(RouterCommWriter(&mailbox).send(TolmiraUpgradeBeginMessage()));
     isMemoryOut = false;
     EXPECT_EQ(mailbox.takeAccesses(), "");
+    const EagerFarSide farSide(mailbox);
+    EXPECT_TRUE(RouterCommWriter(&mailbox).send(TolmiraUpgradeBeginMessage()));
+    EXPECT_EQ(farSide.fromHost, std::string("\x02\xDC\x2E\xA5\0\0\0\x08", 8));
 }
-
-struct MessageCase {
-    const char* name;
-    std::string bytes;
-    bool received;
-    std::string left;  // not taken from the far side
-};
 
 TEST(RouterCommReader, ReadsOneMessage) {
     using namespace std::string_literals;
-    const MessageCase cases[] = {
+    const struct {
+        const char* name;
+        std::string bytes;
+        bool received;
+        std::string left;  // not taken from the far side
+    } cases[] = {
         {"a result", "\x02\xDC\x2E\xA6\0\0\0\x09\0next"s, true, "next"},
         {"an empty body", "\x02\xDC\x2E\xA5\0\0\0\x08next"s, true, "next"},
         {"an unknown id", "\x02\xDC\x11\x22\0\0\0\x0Axynext"s, true, "next"},
@@ -177,7 +143,7 @@ TEST(RouterCommReader, ReadsOneMessage) {
         {"one beyond the largest frame", "\x02\xDC\x2E\xA6\x08\0\0\x01next"s, false, "next"},
         {"the largest length of all", "\x02\xDC\x2E\xA6\xFF\xFF\xFF\xFFnext"s, false, "next"},
     };
-    for (const MessageCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         RecordingMailbox mailbox;
         EagerFarSide farSide(mailbox);
@@ -199,35 +165,27 @@ TEST(RouterCommReader, ReadsOneMessage) {
     }
 }
 
-// The stated length is the largest that passes; its memory is not touched ahead of the bytes.
-TEST(RouterCommReader, FrameThatEndsEarlyRunsIntoTheTimeOut) {
+// With the largest length that is accepted, whose memory is touched only as bytes arrive.
+TEST(RouterCommReader, HasNoMessageIfTheFrameEndsEarlyOrThereIsNoMemory) {
     FakeTime time({10, 0});
     time.beforeReading = [&] { time.now.tv_sec += 1; };
-    RecordingMailbox mailbox;
-    EagerFarSide farSide(mailbox);
-    farSide.toHost = std::string("\x02\xDC\x2E\xA6\x08\0\0\0abc", 11);
-    RouterCommReader reader(&mailbox);
-    RefPtr<RefBuffer> buffer;
-    uint16_t id = 0;
-    EXPECT_EQ(reader.readMessage(buffer, id), nullptr);
-    EXPECT_EQ(farSide.left(), "");
-    EXPECT_EQ(mailbox.bytes[MAILBOX_TX_STATE], 0);
+    for (const bool withoutMemory : {false, true}) {
+        RecordingMailbox mailbox;
+        EagerFarSide farSide(mailbox);
+        farSide.toHost = std::string("\x02\xDC\x2E\xA6\x08\0\0\0abc", 11);
+        RouterCommReader reader(&mailbox);
+        RefPtr<RefBuffer> buffer;
+        uint16_t id = 0;
+        isMemoryOut = withoutMemory;
+        EXPECT_EQ(reader.readMessage(buffer, id), nullptr);
+        isMemoryOut = false;
+        EXPECT_TRUE(buffer.get() == nullptr || !withoutMemory);
+        EXPECT_EQ(farSide.left(), withoutMemory ? "abc" : "");
+        EXPECT_EQ(mailbox.bytes[MAILBOX_TX_STATE], withoutMemory ? STATE_READY : STATE_ABSENT);
+    }
 }
 
-TEST(RouterCommReader, HasNoMessageWithoutMemory) {
-    RecordingMailbox mailbox;
-    EagerFarSide farSide(mailbox);
-    farSide.toHost = std::string("\x02\xDC\x2E\xA6\0\0\0\x09\0", 9);
-    RouterCommReader reader(&mailbox);
-    RefPtr<RefBuffer> buffer;
-    uint16_t id = 0;
-    isMemoryOut = true;
-    EXPECT_EQ(reader.readMessage(buffer, id), nullptr);
-    isMemoryOut = false;
-    EXPECT_EQ(buffer.get(), nullptr);
-}
-
-/** Tells of its end. */
+/** Counts its deletions. */
 class Counted : public RefObj {
   public:
     explicit Counted(int& destroyed) : i_destroyed(destroyed) {}

@@ -12,15 +12,15 @@ using testing::ContainsRegex;
 using testing::Not;
 using testsupport::RunInChild;
 
-/** Not of this file alone, so that its name in the symbol file is plain. */
+/** With external linkage, so that its name in the symbol file is plain. */
 __attribute__((noinline)) void FunctionOnTheStack(e_LogSeverity severity) {
     LogBacktrace(severity);
-    asm volatile("");  // no tail call: the frame has to stay
+    asm volatile("");  // no tail call: the frame must stay
 }
 
 namespace {
 
-// A sanitizer puts a frame of its own in front.
+// A sanitizer adds a frame before the others.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr char OWN_FRAMES[] = "(C: 002 [^\n]*LogBacktrace[^\n]*\n)?";
 #else
@@ -51,7 +51,7 @@ TEST(Backtrace, NeitherNamesNorCutsAForeignAddress) {
         return RunInChild([address] { LogSymbol(address, e_LogSeverity_NOTICE); }).out;
     };
     EXPECT_THAT(line(0x10), ContainsRegex("\"Address: 0x00000010, Symbol: NOT FOUND\""));
-    // The function's address, and the same with one bit more.
+    // The function's address, and the same with a bit above 32 set.
     const auto known = reinterpret_cast<uintptr_t>(&FunctionOnTheStack);
     EXPECT_THAT(line(known), ContainsRegex("FunctionOnTheStack"));
     EXPECT_THAT(line(known | 1ULL << 32),

@@ -15,7 +15,7 @@ namespace {
 int symbolFilesOpened = 0;
 }
 
-/** Stands in front of the C library's. */
+/** Replaces the C library's and counts. */
 extern "C" int open(const char* path, int flags, ...) {
     const std::string_view suffix = "_symbols.txt";
     const std::string_view name = path;
@@ -31,7 +31,7 @@ extern "C" int open(const char* path, int flags, ...) {
 
 namespace {
 
-// A report after a crash must not have to build it.
+// A crash report must find it built.
 TEST(SymbolMap, IsBuiltBeforeMain) {
     EXPECT_GE(symbolFilesOpened, 1);
 }
@@ -78,7 +78,7 @@ TEST(SymbolMap, FindsTheLineThatCoversAnAddress) {
     EXPECT_EQ(Lookup(SymbolMap(directory.path("symbols")), 0x1000), NOT_FOUND);
 }
 
-TEST(SymbolMap, TakesThePathOfAnExecutableUpToALength) {
+TEST(SymbolMap, DerivesItsPathFromAnExecutableUpToALength) {
     EXPECT_EQ(SymbolFileOf("/usr/bin/tool"), "/usr/bin/tool_symbols.txt");
     EXPECT_EQ(SymbolFileOf(std::string(1011, 'x')).size(), 1023U);
     EXPECT_EQ(SymbolFileOf(std::string(1012, 'x')), "");

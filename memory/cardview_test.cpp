@@ -37,7 +37,7 @@ class CardViews : public testing::Test {
     }
 };
 
-/** What a process that only looks sees: the two holders. */
+/** The two holders, as a process without a lock sees them. */
 std::string HoldersSeen() {
     return RunInChild([] {
                const CardView card;
@@ -59,7 +59,7 @@ TEST_F(CardViews, TheHostsLockLastsAsLongAsItsRegion) {
     ASSERT_NE(container->createMemoryMap(e_MemoryMap_VELNOR_ALTERA), nullptr);
     ASSERT_NE(container->createMemoryMap(e_MemoryMap_VELNOR_ALTERA_DDR0), nullptr);
     EXPECT_EQ(HoldersSeen(), Own() + ";nobody;");
-    // It keeps no second host out.
+    // It doesn't exclude a second host.
     const auto second = RunInChild([] {
         MemoryMapContainer other;
         printf("%d", other.createMemoryMap(e_MemoryMap_VELNOR_ALTERA) != nullptr);
@@ -76,7 +76,7 @@ TEST_F(CardViews, OneControllerAtATime) {
     EXPECT_EQ(HoldersSeen(), "nobody;" + Own() + ";");
     const auto second = RunInChild([] {
         const int other = open(PATH, O_RDWR);
-        LockAsHost(other);  // the two sides don't keep each other out
+        LockAsHost(other);  // the two sides don't exclude each other
         printf("%d", LockAsController(other));
     });
     EXPECT_EQ(second.out, "0");
@@ -101,7 +101,7 @@ TEST_F(CardViews, AHolderInAnotherPidNamespaceIsUnknown) {
         waitpid(child, nullptr, 0);
     });
     if (inside.out == "no namespace") {
-        GTEST_SKIP() << "this machine permits no pid namespace";
+        GTEST_SKIP() << "this machine does not permit a pid namespace";
     }
     EXPECT_EQ(inside.out, "pid unknown");
 }
@@ -121,20 +121,20 @@ TEST_F(CardViews, WordsAreReadWithoutTouchingTheObject) {
     struct stat status = {};
     fstat(fd, &status);
     EXPECT_EQ(status.st_blocks, 8) << "the page that was written, in units of 512 bytes, alone";
-    // It shrinks while it is looked at.
+    // It shrinks while it is open.
     ASSERT_EQ(ftruncate(fd, 4096), 0);
     EXPECT_EQ(card.mailboxWord(10), std::nullopt);
     close(fd);
 }
 
-TEST_F(CardViews, TheMailboxGetsItsPageOrTheReasonIsTold) {
+TEST_F(CardViews, TheMailboxGetsItsPageOrAReason) {
     EXPECT_EQ(AllocateMailboxPage(), "") << "there is no object";
     EXPECT_NE(access(PATH, F_OK), 0);
     makeObject(REGION_SIZE);
     {
         const testsupport::FullSharedMemory memory;
         if (!memory.full()) {
-            GTEST_SKIP() << "this machine permits no /dev/shm of its own";
+            GTEST_SKIP() << "this machine does not permit a private /dev/shm";
         }
         EXPECT_EQ(AllocateMailboxPage(),
                   "cannot allocate the mailbox in /resource0: No space left on device");

@@ -16,6 +16,7 @@
 #include <functional>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "tests/support/child.h"
 #include "tests/support/privateshm.h"
@@ -32,7 +33,7 @@ namespace {
 std::function<void()> beforeOpen;
 }
 
-/** Stands in front of the C library's. */
+/** Replaces the C library's. */
 extern "C" int shm_open(const char* name, int flags, mode_t mode) {
     if (beforeOpen) {
         beforeOpen();
@@ -68,7 +69,7 @@ class MemoryMaps : public testing::Test {
     }
 };
 
-TEST_F(MemoryMaps, RegionIsTheSharedObjectOfItsPathsLastPart) {
+TEST_F(MemoryMaps, RegionIsTheObjectNamedByTheEndOfItsPath) {
     {
         MemoryMapContainer container;
         EXPECT_EQ(container.getMemoryMap(e_MemoryMap_VELNOR_ALTERA), nullptr);
@@ -112,16 +113,15 @@ TEST_F(MemoryMaps, TheObjectIsForEveryoneAndNothingElseOutlivesTheContainer) {
 }
 
 TEST_F(MemoryMaps, RegionWithoutADefaultSizeNeedsOne) {
-    Transcript expected;
-    expected.critical("cannot create memory map (3) without specific size");
-    EXPECT_EQ(Normalised(RunInChild([] {
-                             MemoryMapContainer container;
-                             if (container.createMemoryMap(e_MemoryMap_Slot3) != nullptr ||
-                                 container.createMemoryMap(e_MemoryMap_Slot3, 100) == nullptr) {
-                                 printf("wrong result\n");
-                             }
-                         }).out),
-              expected.text());
+    const ChildResult result = RunInChild([] {
+        MemoryMapContainer container;
+        if (container.createMemoryMap(e_MemoryMap_Slot3) != nullptr ||
+            container.createMemoryMap(e_MemoryMap_Slot3, 100) == nullptr) {
+            printf("wrong result\n");
+        }
+    });
+    EXPECT_EQ(Normalised(result.out),
+              Transcript().critical("cannot create memory map (3) without specific size").text());
     EXPECT_EQ(ObjectSize("/pci0"), 100);
 }
 
@@ -146,21 +146,24 @@ TEST_F(MemoryMaps, TypesBeyondTheTableAreRefused) {
     }
 }
 
-TEST_F(MemoryMaps, AClosedRegionHasNoReference) {
-    const ChildResult result =
-        RunInChild([] { MemoryMapContainer().getMemoryMapReference(e_MemoryMap_VELNOR_ALTERA); });
-    EXPECT_EQ(result.signal, SIGABRT);
-    EXPECT_THAT(result.out, HasSubstr("\"Assertion \"\"Invalid memoryMap\"\" failed.\""));
+TEST_F(MemoryMaps, ClosedRegionsAndCriticalThreadsAreStopped) {
+    const std::pair<void (*)(), const char*> cases[] = {
+        {[] { MemoryMapContainer().getMemoryMapReference(e_MemoryMap_VELNOR_ALTERA); },
+         "\"Assertion \"\"Invalid memoryMap\"\" failed.\""},
+        {[] {
+             MemoryMapContainer container;
+             (void)container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA);
+             EXPECT_EQ(ThreadRegistrar::instance().registerFieldMain(0), 0);
+             (void)container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA, 4096);
+         },
+         "ASSERT_BLOCKABLE_THREAD Failed"},
+    };
+    for (const auto& [body, report] : cases) {
+        const ChildResult result = RunInChild(body);
+        EXPECT_EQ(result.signal, SIGABRT);
+        EXPECT_THAT(result.out, HasSubstr(report));
+    }
 }
-
-struct FailureCase {
-    const char* name;
-    void (*prepare)();
-    const char* first;   // null: no line
-    const char* second;  // with %s for the text of the error
-    int error;
-    size_t size = DEFAULT_SIZE;
-};
 
 void ExpectFailure(MemoryMapContainer& container, size_t size) {
     if (container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA_DDR0, size) != nullptr ||
@@ -172,7 +175,14 @@ void ExpectFailure(MemoryMapContainer& container, size_t size) {
 // Each failure leaves the region closed, and a later try succeeds.
 TEST_F(MemoryMaps, FailuresAreLoggedAndLeaveTheRegionClosed) {
     const std::string path = "/sys/bus/pci/devices/0000:01:00.0/resource1";
-    const FailureCase cases[] = {
+    const struct {
+        const char* name;
+        void (*prepare)();
+        const char* first;   // null: no line
+        const char* second;  // the path and the error follow
+        int error;
+        size_t size = DEFAULT_SIZE;
+    } cases[] = {
         {"a directory in its place", [] { mkdir("/dev/shm/resource1", 0777); },
          "open failed /resource1", "open failed ", EINVAL},
         {"no room for the file",
@@ -184,7 +194,7 @@ TEST_F(MemoryMaps, FailuresAreLoggedAndLeaveTheRegionClosed) {
          "ftruncate failed /resource1", "open failed ", EFBIG},
         {"no room for the mapping", [] {}, nullptr, "mmap failed ", ENOMEM, size_t{1} << 47},
     };
-    for (const FailureCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         shm_unlink("/resource1");
         const std::string reason = " (" + std::string(strerror(c.error)) + ")";
@@ -207,7 +217,7 @@ TEST_F(MemoryMaps, FailuresAreLoggedAndLeaveTheRegionClosed) {
                 }
             }
             if (close(nextDescriptor) != 0) {
-                printf("another's descriptor closed\n");
+                printf("somebody else's descriptor closed\n");
             }
             MemoryMapContainer container;
             ExpectFailure(container, c.size);
@@ -255,17 +265,6 @@ TEST_F(MemoryMaps, ThreadsThatRaceForARegionOpenItOnce) {
     beforeOpen = nullptr;
     EXPECT_EQ(opens, 1);
     EXPECT_EQ(container.getMemoryMap(e_MemoryMap_VELNOR_ALTERA), map);
-}
-
-TEST_F(MemoryMaps, ACriticalThreadIsStoppedAlsoAtAnOpenRegion) {
-    const ChildResult result = RunInChild([] {
-        MemoryMapContainer container;
-        (void)container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA);
-        EXPECT_EQ(ThreadRegistrar::instance().registerFieldMain(0), 0);
-        (void)container.createMemoryMap(e_MemoryMap_VELNOR_ALTERA, 4096);
-    });
-    EXPECT_EQ(result.signal, SIGABRT);
-    EXPECT_THAT(result.out, HasSubstr("ASSERT_BLOCKABLE_THREAD Failed"));
 }
 
 }  // namespace

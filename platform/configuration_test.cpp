@@ -29,7 +29,7 @@ Configuration Loaded(const std::string& contents) {
     return configuration;
 }
 
-// The printed form tells everything that a record holds.
+// The printed form shows everything that a record holds.
 TEST(Configuration, ReadsEachKindOfLine) {
     const struct {
         const char* what;
@@ -47,9 +47,9 @@ TEST(Configuration, ReadsEachKindOfLine) {
         {"empty key and value", "=\na=\n", "  =\n  a=\n\n"},
         {"neither header nor key", "words\na=1\n]\n", "  a=1\n\n"},
         {"header", "[s]\na=1\n", "[s]\n  a=1\n\n"},
-        {"header with equals sign behind", "[s]=x\na=1\n", "[s]\n  a=1\n\n"},
-        {"header with equals sign inside", "[s=t]\na=1\n", "[s=t]\n  a=1\n\n"},
-        {"header behind text", "key[0]=5\na=1\n", "[0]\n  a=1\n\n"},
+        {"header before an equals sign", "[s]=x\na=1\n", "[s]\n  a=1\n\n"},
+        {"equals sign in the name", "[s=t]\na=1\n", "[s=t]\n  a=1\n\n"},
+        {"header after text", "key[0]=5\na=1\n", "[0]\n  a=1\n\n"},
         {"header's name is not trimmed", "  [ s ] rest\na=1\n", "[ s ]\n  a=1\n\n"},
         {"empty name", "[]\na=1\n", "[]\n  a=1\n\n"},
         {"bracket in the name", "[a[b]]\na=1\n", "[a[b]\n  a=1\n\n"},
@@ -76,7 +76,7 @@ TEST(Configuration, ReadsEachKindOfLine) {
     }
 }
 
-TEST(Configuration, SavesWhatItLoadsBack) {
+TEST(Configuration, LoadsItsSavedFile) {
     const TestDirectory directory;
     const std::string path = directory.path("saved");
     EXPECT_EQ(Configuration().save(directory.write("saved", "old=1\nand longer\n")), 0);
@@ -103,7 +103,7 @@ TEST(Configuration, AddsOrReplacesOnLoad) {
     EXPECT_EQ(Printed(added), "  a=2\n  b=2\n\n");
 }
 
-TEST(Configuration, StaysAsItIsWhenTheFileCannotBeRead) {
+TEST(Configuration, LogsEachLoadAndStaysAsItIsIfItFails) {
     const TestDirectory directory;
     const std::string noFile = directory.path("none");
     const std::string aDirectory = directory.path("");
@@ -116,30 +116,23 @@ TEST(Configuration, StaysAsItIsWhenTheFileCannotBeRead) {
         }
         const auto result =
             testsupport::RunInChild([&] { EXPECT_EQ(Printed(Configuration(path)), ""); });
-        EXPECT_THAT(result.out,
-                    MatchesRegex("C: [0-9]+ S: WARNING T: p:[0-9]+ \"Could not load configuration "
-                                 "file '" +
-                                 path +
-                                 "' on Configuration creation\" at "
-                                 "platform/configuration\\.cpp:[0-9]+\\.\n"));
+        EXPECT_THAT(result.out, MatchesRegex("C: [0-9]+ S: WARNING T: p:[0-9]+ \"Could not load "
+                                             "configuration file '" +
+                                             path +
+                                             "' on Configuration creation\" at "
+                                             "platform/configuration\\.cpp:[0-9]+\\.\n"));
     }
-}
-
-TEST(Configuration, TracesEachLoad) {
-    const TestDirectory directory;
     const std::string path = directory.write("file", "a=1\n");
     const auto result = testsupport::RunInChild([&] {
         LoggerConfig::instance()->setMinLogSeverity(0);
-        const Configuration configuration(path);
-        configuration.print();
+        Configuration(path).print();
     });
-    EXPECT_THAT(result.out,
-                MatchesRegex("C: [0-9]+ S: TRACE T: p:[0-9]+ \"Loading configuration file "
-                             "'" +
-                             path + "'\" at .*\n  a=1\n\n"));
+    EXPECT_THAT(result.out, MatchesRegex("C: [0-9]+ S: TRACE T: p:[0-9]+ \"Loading configuration "
+                                         "file '" +
+                                         path + "'\" at .*\n  a=1\n\n"));
 }
 
-TEST(Configuration, LooksUpWithoutMakingAnything) {
+TEST(Configuration, LooksUpWithoutCreatingAnything) {
     const Configuration configuration = Loaded("a=7 8\nempty=\n[s]\nb=2\n");
     EXPECT_TRUE(configuration.hasKey("a"));
     EXPECT_TRUE(configuration.hasKey("default", "a"));
@@ -153,7 +146,7 @@ TEST(Configuration, LooksUpWithoutMakingAnything) {
     EXPECT_EQ(configuration.getValue("default", "b", "other"), "other");
     EXPECT_EQ(configuration.getValue("t", "a", "other"), "other");
 
-    // One stream for all: each found value makes it ready again.
+    // One stream for all: each value that is found clears its state.
     std::istringstream stream("untouched");
     EXPECT_EQ(configuration.getValue("b", stream), e_Error_NotFound);
     EXPECT_EQ(configuration.getValue("t", "b", stream), e_Error_NotFound);

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "cpputils/include/clock.h"
 #include "platform/configuration.h"
@@ -12,8 +14,8 @@ namespace {
 
 constexpr uint32_t ONE_MICROSECOND = 1;
 
-/** The rate behind the calls, one for each value, in a process of its own. Null: no key. */
-std::string RateAfter(std::initializer_list<const char*> values) {
+/** The rate after one call for each value, in a child process. Null: no key. */
+std::string RateAfter(const std::vector<const char*>& values) {
     return testsupport::RunInChild([&] {
                for (const char* value : values) {
                    Configuration configuration;
@@ -29,10 +31,7 @@ std::string RateAfter(std::initializer_list<const char*> values) {
 }
 
 TEST(CpuRate, ComesFromTheConfiguration) {
-    const struct {
-        std::initializer_list<const char*> values;
-        const char* rate;
-    } cases[] = {
+    const std::pair<std::vector<const char*>, const char*> cases[] = {
         {{nullptr}, "666"},
         {{""}, "666"},
         {{"1000"}, "1000"},
@@ -44,9 +43,8 @@ TEST(CpuRate, ComesFromTheConfiguration) {
         {{"1000", "abc"}, "1000"},
         {{"1000", nullptr}, "666"},
     };
-    for (const auto& c : cases) {
-        const char* const last = *(c.values.end() - 1);
-        EXPECT_EQ(RateAfter(c.values), c.rate) << (last != nullptr ? last : "no key");
+    for (const auto& [values, rate] : cases) {
+        EXPECT_EQ(RateAfter(values), rate) << (values.back() != nullptr ? values.back() : "no key");
     }
 }
 

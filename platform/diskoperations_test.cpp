@@ -23,7 +23,7 @@ using testing::Not;
 
 namespace {
 
-/** A frame, a slave at work in it, and room for programs that go before those of the system. */
+/** A frame with a running slave, and a directory whose programs replace those of the system. */
 class DiskOperations : public testing::Test {
   protected:
     DiskOperations() {
@@ -40,7 +40,6 @@ class DiskOperations : public testing::Test {
     bool exists(const std::string& name) const { return pathExists(i_frame.path(name)); }
     void mountUsb() const { std::filesystem::create_directories(i_frame.path("USBdata/usb0")); }
 
-    /** What is logged until the next call. */
     static void startLog() { testing::internal::CaptureStdout(); }
     static std::string takeLog() {
         fflush(stdout);
@@ -50,7 +49,7 @@ class DiskOperations : public testing::Test {
     testsupport::FrameDirectory i_frame;
 };
 
-TEST_F(DiskOperations, MakeADirectoryWhereItMayBe) {
+TEST_F(DiskOperations, CreateADirectoryWhereAllowed) {
     i_frame.write("file", "");
     const struct {
         bool mounted;
@@ -94,14 +93,14 @@ TEST_F(DiskOperations, MakeADirectoryWhereItMayBe) {
               std::filesystem::perms::all);
 }
 
-TEST_F(DiskOperations, CopyWhatTheSourceHas) {
+TEST_F(DiskOperations, MirrorTheSource) {
     for (const char* name : {"from/a.txt", "from/b.log", "from/sub/c", "to/old", "to/old.txt"}) {
         i_frame.write(name, name);
     }
     startLog();
     EXPECT_EQ(copyFilesToFlash("../from", "../to", "*.txt"), 0);
     EXPECT_TRUE(exists("to/a.txt") && !exists("to/b.log") && !exists("to/old.txt"));
-    EXPECT_TRUE(exists("to/old"));  // what the pattern leaves out is left alone
+    EXPECT_TRUE(exists("to/old"));  // files that don't match the pattern stay
     EXPECT_EQ(copyFilesToOrFromNonUSB("../from", "../to", ""), 0);
     EXPECT_TRUE(exists("to/b.log") && exists("to/sub/c") && !exists("to/old"));
     EXPECT_EQ(copyFiles("../nothing", "../to", ""), 0);
@@ -130,7 +129,7 @@ TEST_F(DiskOperations, CopyWhatTheSourceHas) {
     LoggerConfig::instance()->resetToDefaults();
 }
 
-TEST_F(DiskOperations, PackTheLogsWithFewerFilesIfNeedBe) {
+TEST_F(DiskOperations, PackTheLogsWithFewerFilesIfNecessary) {
     startLog();
     EXPECT_EQ(copyLogsToUSB(), e_Error_NotFound);
     mountUsb();
@@ -158,7 +157,7 @@ std::string Times(int count, const std::string& command) {
     return count == 0 ? "" : command + '\n' + Times(count - 1, command);
 }
 
-TEST_F(DiskOperations, RepeatWhatTakesTooLong) {
+TEST_F(DiskOperations, RepeatCommandsThatTimeOut) {
     SystemCaller::instance().initialize(testsupport::WriteTimingOutSlave(i_frame));
     mountUsb();
     startLog();

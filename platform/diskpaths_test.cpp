@@ -2,13 +2,14 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "platform/diskaccess.h"
 
 namespace {
 
-// A digest (FNV-1a) of all names and texts, so that none changes unseen.
-TEST(StoragePaths, StandAsTheFrameHasThem) {
+// A digest (FNV-1a) of all names and texts, so that any change is noticed.
+TEST(StoragePaths, AreThoseOfTheFrame) {
     std::string all;
 #define STORAGE_PATH_LINE(name, text) all += #name "=" + name + "\n";
     STORAGE_PATHS(STORAGE_PATH_LINE)
@@ -21,19 +22,16 @@ TEST(StoragePaths, StandAsTheFrameHasThem) {
 }
 
 TEST(StorageLocation, HasAWord) {
-    const struct {
-        e_StorageLocation location;
-        const char* word;
-    } cases[] = {
+    const std::pair<e_StorageLocation, const char*> cases[] = {
         {e_StorageLocation_Internal, "internal"},
         {e_StorageLocation_Usb, "usb"},
         {e_StorageLocation_Temporary, "temporary"},
     };
     int value = 0;
-    for (const auto& c : cases) {
-        EXPECT_EQ(c.location, value++);
-        EXPECT_EQ(storageLocationToString(c.location), c.word);
-        EXPECT_EQ(storageLocationFromString(c.word), c.location);
+    for (const auto& [location, word] : cases) {
+        EXPECT_EQ(location, value++);
+        EXPECT_EQ(storageLocationToString(location), word);
+        EXPECT_EQ(storageLocationFromString(word), location);
     }
     EXPECT_EQ(storageLocationToString(static_cast<e_StorageLocation>(3)), "internal");
     for (const char* word : {"USB", "usb ", "", "us"}) {

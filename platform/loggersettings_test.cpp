@@ -5,7 +5,7 @@
 
 namespace {
 
-TEST(LoggerSettings, TakeWhatTheConfigurationHas) {
+TEST(LoggerSettings, ComeFromTheConfiguration) {
     constexpr int plain = 3;
     constexpr int timeCritical = 6;
     const struct {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/child.h"
@@ -32,20 +33,14 @@ std::vector<int> Modes(const Options& options) {
     return {options.getAvailableSwitcherModes().begin(), options.getAvailableSwitcherModes().end()};
 }
 
-/** What the profile doesn't say. */
+/** The values that the profile doesn't set. */
 void ExpectDefaultsOfTheRest(const Options& options) {
-    EXPECT_FALSE(options.getLogToUSB());
     EXPECT_FALSE(options.getVistrolName().exists());
-    EXPECT_TRUE(options.getAutoDiscoveryOn());
-    EXPECT_FALSE(options.getUseDefaultHTTPPort());
     EXPECT_EQ(options.getNumABU(), 1U);
     EXPECT_EQ(options.getNumConfAudioChannels(), 48U);
-    EXPECT_TRUE(options.getWebMediaAccess());
-    EXPECT_TRUE(options.getFtpAccess());
     EXPECT_EQ(options.getRoleBasedControlAccess(), 1U);
     EXPECT_THAT(options.getAuthVRQConnections(), ElementsAre(0, 0, 0));
     EXPECT_FALSE(options.getRbacMasterPassword().exists());
-    EXPECT_TRUE(options.getQuibnetAccess());
 }
 
 TEST_F(OptionsTest, StartFromTheProfile) {
@@ -86,7 +81,7 @@ TEST_F(OptionsTest, WithoutAFileLogAndKeepEveryMode) {
     }
 }
 
-TEST_F(OptionsTest, EmptyFileTakesTheModesOfMoreMes) {
+TEST_F(OptionsTest, EmptyFileRemovesTheModesOfMoreMes) {
     const Options options = loaded("");
     EXPECT_EQ(options.getAvailableMles(), 1U);
     EXPECT_EQ(options.getAvailableInputs(), 18U);
@@ -124,10 +119,7 @@ TEST_F(OptionsTest, ClampCounts) {
 }
 
 TEST_F(OptionsTest, TakeAnAvailableSwitcherModeOnly) {
-    const struct {
-        const char* contents;
-        int mode;
-    } cases[] = {
+    const std::pair<const char*, int> cases[] = {
         {"switcherMode=3\n", 3},
         {"switcherMode=4\navailableMles=2\n", 4},
         {"switcherMode=6\navailableMles=2\n", 6},
@@ -140,10 +132,10 @@ TEST_F(OptionsTest, TakeAnAvailableSwitcherModeOnly) {
         {"switcherMode=-4294967293\n", 0},
         {"[other]\nswitcherMode=3\navailableMles=2\n", 0},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(loaded(c.contents).getSwitcherMode(), c.mode) << c.contents;
+    for (const auto& [contents, mode] : cases) {
+        EXPECT_EQ(loaded(contents).getSwitcherMode(), mode) << contents;
     }
-    // What is no number is 0, which this platform can't run; its own default stays.
+    // Text that is not a number is 0, which this platform can't run; its own default stays.
     EXPECT_EQ(loaded("switcherMode=word\n", e_VelnorType_Profile1).getSwitcherMode(), 1);
     EXPECT_EQ(loaded("switcherMode=8\n", e_VelnorType_Profile3).getSwitcherMode(), 8);
 }
@@ -164,13 +156,14 @@ TEST_F(OptionsTest, ReadBooleansAsIntegers) {
     for (const auto& field : fields) {
         SCOPED_TRACE(field.key);
         const std::string key = field.key;
+        EXPECT_EQ((Options().*field.getter)(), field.initial);
         for (const char* value : {"1", "2", "-1", "99999999999999999999"}) {
             EXPECT_TRUE((loaded(key + "=" + value + "\n").*field.getter)()) << value;
         }
         for (const char* value : {"0", "true", "false", ""}) {
             EXPECT_FALSE((loaded(key + "=" + value + "\n").*field.getter)()) << value;
         }
-        // Of every field only its own key changes it.
+        // Each field changes only by its own key.
         for (const auto& other : fields) {
             if (key != other.key) {
                 const std::string contents = std::string(other.key) + (field.initial ? "=0" : "=1");
@@ -196,14 +189,12 @@ TEST_F(OptionsTest, ReadTextWholeAndNumbersUnchecked) {
     EXPECT_EQ(options.getRoleBasedControlAccess(), 4000000000U);
     EXPECT_THAT(options.getAuthVRQConnections(), ElementsAre(-5, 0, 2147483647));
     EXPECT_EQ(loaded("rbacMasterPassword=x\n").getRbacMasterPassword().data(), "x");
-}
 
-TEST_F(OptionsTest, AdjustInputsByPlatform) {
-    Options options = loaded("availableInputs=16\n");
-    options.adjustNumInputs(e_VelnorType_Profile5);
-    EXPECT_EQ(options.getAvailableInputs(), 16U);
-    options.adjustNumInputs(e_VelnorType_Profile2);
-    EXPECT_EQ(options.getAvailableInputs(), 18U);
+    Options adjusted = loaded("availableInputs=16\n");
+    adjusted.adjustNumInputs(e_VelnorType_Profile5);
+    EXPECT_EQ(adjusted.getAvailableInputs(), 16U);
+    adjusted.adjustNumInputs(e_VelnorType_Profile2);
+    EXPECT_EQ(adjusted.getAvailableInputs(), 18U);
 }
 
 }  // namespace

@@ -59,7 +59,7 @@ TEST(OptionSetters, WriteOneKeyAndKeepTheRest) {
     EXPECT_EQ(options.setVistrolName(Text()), 0);
     EXPECT_EQ(frame.read(OPTIONS_FILE), "");
     fflush(stdout);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");  // nor was a slave needed
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");  // no slave was needed
     EXPECT_FALSE(options.getVistrolName().exists());
 }
 

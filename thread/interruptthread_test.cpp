@@ -1,5 +1,6 @@
 #include "thread/interruptthread.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -20,13 +21,16 @@ namespace {
 
 constexpr int NO_BYTE = -1;
 
-/** Both sides of the thread, noting what it does to them. */
+/** Both sides of the thread; records its calls. */
 class FarSides : public InterruptAction, public Interrupter {
   public:
-    /** Writes `byte` as soon as it has where to. */
+    /** Writes `byte` when it is attached. */
     explicit FarSides(int byte = NO_BYTE) : i_byte(byte) {}
 
-    void interrupt() override { calls += "interrupt "; }
+    void interrupt() override {
+        calls += "interrupt ";
+        interrupted.post();
+    }
     void timeout() override { calls += "timeout "; }
     void commandFinished() override {}
     void attachInterruptFd(int fd) override {
@@ -42,6 +46,7 @@ class FarSides : public InterruptAction, public Interrupter {
     }
 
     std::string calls;
+    SemT<EveryThreadCanBlockPolicy> interrupted{0};
     SemT<EveryThreadCanBlockPolicy> detached{0};
 
   private:
@@ -49,7 +54,7 @@ class FarSides : public InterruptAction, public Interrupter {
     int i_fd = -1;
 };
 
-TEST(InterruptThread, EndsByTheFirstEvent) {
+TEST(InterruptThread, EndsByTheFirstEventOrByStop) {
     constexpr timeval brief = {0, 1000};
     constexpr timeval negative = {0, -1};
     constexpr timeval endless = {std::numeric_limits<time_t>::max(), 1'000'000};
@@ -63,6 +68,7 @@ TEST(InterruptThread, EndsByTheFirstEvent) {
         {INTERRUPT_MARK, nullptr, -1, "Interrupted", "interrupt detach"},
         {TIMEOUT_MARK, nullptr, e_Error_Timeout, "Timeout Occured", "timeout detach"},
         {'x', nullptr, -1, "Interrupted - Unknown Failure", "interrupt detach"},
+        {NO_BYTE, nullptr, 0, "", "detach"},
         {NO_BYTE, &brief, e_Error_Timeout, "Timeout Occured", "timeout detach"},
         {NO_BYTE, &negative, -1, "Select failed (Invalid argument)", "detach"},
         {NO_BYTE, &endless, -1, "Select failed (Invalid argument)", "detach"},
@@ -72,25 +78,18 @@ TEST(InterruptThread, EndsByTheFirstEvent) {
         const auto descriptors = CountDescriptors();
         FarSides sides(c.byte);
         InterruptThread thread(&sides, &sides, c.timeout);
+        EXPECT_EQ(thread.stop(), -1);
         EXPECT_EQ(thread.start(), 0);
-        sides.detached.wait();
+        EXPECT_EQ(thread.start(), -1);
+        if (c.rc != 0) {
+            sides.detached.wait();
+        }
         EXPECT_EQ(thread.stop(), 0);
         EXPECT_EQ(thread.rc(), c.rc);
         EXPECT_EQ(thread.message(), c.message);
         EXPECT_EQ(sides.calls, c.calls);
         EXPECT_EQ(CountDescriptors(), descriptors);
     }
-}
-
-TEST(InterruptThread, StopsBeforeAnyEvent) {
-    FarSides sides;
-    InterruptThread thread(&sides, &sides, nullptr);
-    EXPECT_EQ(thread.stop(), -1);
-    EXPECT_EQ(thread.start(), 0);
-    EXPECT_EQ(thread.start(), -1);
-    EXPECT_EQ(thread.stop(), 0);
-    EXPECT_EQ(thread.rc(), 0);
-    EXPECT_EQ(sides.calls, "detach");
 }
 
 TEST(InterruptThread, AStopCountsBeforeAMark) {
@@ -125,22 +124,39 @@ TEST(InterruptThread, BorrowsTheDescriptorItIsGiven) {
     {
         InterruptThread stopped(&sides, beyondSelect);
         EXPECT_EQ(stopped.start(), 0);
-    }  // the destructor stops it
+    }
     EXPECT_EQ(sides.calls, "");
 
-    class Waking : public InterruptAction {
-      public:
-        void interrupt() override { interrupted.post(); }
-        void timeout() override {}
-        SemT<EveryThreadCanBlockPolicy> interrupted{0};
-    } action;
-    InterruptThread broken(&action, beyondSelect);
+    InterruptThread broken(&sides, beyondSelect);
     marks.closeWrite();
     EXPECT_EQ(broken.start(), 0);
-    action.interrupted.wait();
+    sides.interrupted.wait();
     EXPECT_EQ(broken.stop(), 0);
     EXPECT_EQ(broken.message(), "Interrupted - Unknown Failure");
     EXPECT_EQ(close(beyondSelect), 0);
+}
+
+TEST(InterruptThread, LogsThatItCannotBeStopped) {
+    class Endless : public FarSides {
+      public:
+        void interrupt() override {
+            FarSides::interrupt();
+            pause();  // or the thread would use the object after its end
+        }
+    };
+    const auto child = testsupport::RunInChild([] {
+        PipeEnds marks;
+        EXPECT_EQ(marks.create(), 0);
+        marks.closeWrite();
+        Endless sides;
+        InterruptThread thread(&sides, marks.readEnd());
+        EXPECT_EQ(thread.start(), 0);
+        sides.interrupted.wait();
+        testsupport::HookWrites(testsupport::FailingWrite);
+    });
+    EXPECT_THAT(child.out, testing::ContainsRegex(
+                               "S: WARNING T: p:[0-9]+ \"Could not stop InterruptThread\" at "
+                               "thread/interruptthread.cpp:"));
 }
 
 TEST(InterruptThread, CanBeStoppedWithoutAPipe) {

@@ -7,6 +7,7 @@
 #include <limits>
 #include <thread>
 #include <type_traits>
+#include <utility>
 
 #include "cpputils/include/returncodes.h"
 #include "cpputils/include/thread/policies.h"
@@ -27,11 +28,14 @@ using EveryMutex = PMutexT<EveryThreadCanBlockPolicy>;
 using CriticalSem = SemT<CriticalThreadCantBlockPolicy>;
 using EverySem = SemT<EveryThreadCanBlockPolicy>;
 
+const timeval NOT_TIMES[] = {
+    {-1, 0}, {0, -1}, {0, 1000000}, {std::numeric_limits<time_t>::max(), 0}};
+
 static_assert(!std::is_copy_constructible_v<EveryMutex>);
 static_assert(!std::is_copy_constructible_v<AutoLockT<EveryMutex>>);
 static_assert(!std::is_copy_constructible_v<EverySem>);
 
-/** What tryLock says to another thread. */
+/** The result of tryLock on another thread. */
 template <typename Mutex>
 int TryFromOutside(Mutex& mutex) {
     int result = -1;
@@ -45,29 +49,20 @@ int TryFromOutside(Mutex& mutex) {
 }
 
 TEST(Mutex, AutoLockHoldsToTheEndOfItsScope) {
-    EveryMutex mutex(PTHREAD_MUTEX_NORMAL);
+    EveryMutex mutex(PTHREAD_MUTEX_RECURSIVE);
     {
-        const AutoLockT<EveryMutex> lock(mutex);
+        const AutoLockT<EveryMutex> outer(mutex);
+        { const AutoLockT<EveryMutex> inner(mutex); }
         const AutoLockT<EveryMutex> none;
         EXPECT_EQ(TryFromOutside(mutex), EBUSY);
     }
     EXPECT_EQ(TryFromOutside(mutex), 0);
 }
 
-TEST(Mutex, RecursiveOneNeedsAsManyUnlocks) {
-    EveryMutex mutex(PTHREAD_MUTEX_RECURSIVE);
-    {
-        const AutoLockT<EveryMutex> outer(mutex);
-        { const AutoLockT<EveryMutex> inner(mutex); }
-        EXPECT_EQ(TryFromOutside(mutex), EBUSY);
-    }
-    EXPECT_EQ(TryFromOutside(mutex), 0);
-}
-
-/** Waits without the lock, on a mutex that notices. */
-class NoticingCondition : public PMutexWithCondImpl {
+/** For waits without the lock: its mutex reports them. */
+class CheckedCondition : public PMutexWithCondImpl {
   public:
-    NoticingCondition() {
+    CheckedCondition() {
         pthread_mutexattr_t attributes;
         pthread_mutexattr_init(&attributes);
         pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK);
@@ -76,13 +71,8 @@ class NoticingCondition : public PMutexWithCondImpl {
     }
 };
 
-struct MisuseCase {
-    void (*body)();
-    const char* report;
-};
-
 TEST(Mutex, FailingCallsAreReportedAndStop) {
-    const MisuseCase cases[] = {
+    const std::pair<void (*)(), const char*> cases[] = {
         {[] {
              EveryMutex mutex(PTHREAD_MUTEX_NORMAL);
              mutex.lock();
@@ -101,11 +91,9 @@ TEST(Mutex, FailingCallsAreReportedAndStop) {
          "Assertion \"0 == pthread_mutex_unlock(&i_mutex)\" failed."},
         {[] { const EveryMutex mutex(99); },
          "Assertion \"0 == pthread_mutexattr_settype(&attr, mutexType)\" failed."},
-        {[] { NoticingCondition().wait(); },
+        {[] { CheckedCondition().wait(); },
          "Assertion \"0 == pthread_cond_wait(&i_cond,&i_mutex)\" failed."},
-        {[] {
-             (void)NoticingCondition().timedWait({0, 0});
-         },
+        {[] { (void)CheckedCondition().timedWait(timeval()); },
          "Assertion \"0 == rc || 110 == rc\" failed."},
         {[] { const EverySem semaphore(0xFFFFFFFF); },
          "Assertion \"0 == sem_init(&i_sem, 0, value)\" failed."},
@@ -115,15 +103,12 @@ TEST(Mutex, FailingCallsAreReportedAndStop) {
          },
          "Assertion \"0 == sem_post(&i_sem)\" failed."},
     };
-    for (const MisuseCase& c : cases) {
-        const ChildResult result = RunInChild(c.body);
-        EXPECT_EQ(result.signal, SIGABRT) << c.report;
-        EXPECT_THAT(result.out, HasSubstr(c.report));
+    for (const auto& [body, report] : cases) {
+        const ChildResult result = RunInChild(body);
+        EXPECT_EQ(result.signal, SIGABRT) << report;
+        EXPECT_THAT(result.out, HasSubstr(report));
     }
 }
-
-const timeval NOT_TIMES[] = {
-    {-1, 0}, {0, -1}, {0, 1000000}, {std::numeric_limits<time_t>::max(), 0}};
 
 TEST(Condition, TimedWait) {
     PMutexWithCondImpl mutex;
@@ -210,15 +195,13 @@ TEST(Semaphore, SignalsDoNotEndAWait) {
     sigaction(SIGUSR1, &before, nullptr);
 }
 
-struct PolicyCase {
-    const char* name;
-    void (*body)();
-    bool stops;
-};
-
 // In a child that is a FieldMain thread.
 TEST(Policy, StopsACriticalThreadBeforeItCouldBlock) {
-    const PolicyCase cases[] = {
+    const struct {
+        const char* name;
+        void (*body)();
+        bool stops;
+    } cases[] = {
         {"lock of a free mutex", [] { CriticalMutex(PTHREAD_MUTEX_NORMAL).lock(); }, true},
         {"auto lock",
          [] {
@@ -227,16 +210,8 @@ TEST(Policy, StopsACriticalThreadBeforeItCouldBlock) {
          },
          true},
         {"wait for a posted semaphore", [] { CriticalSem(1).wait(); }, true},
-        {"timed wait",
-         [] {
-             (void)CriticalSem(1).timedWait({0, 0});
-         },
-         true},
-        {"timed wait for no time",
-         [] {
-             (void)CriticalSem(1).timedWait({-1, 0});
-         },
-         false},
+        {"timed wait", [] { (void)CriticalSem(1).timedWait(timeval()); }, true},
+        {"invalid timed wait", [] { (void)CriticalSem(1).timedWait(NOT_TIMES[0]); }, false},
         {"try operations and post",
          [] {
              CriticalMutex mutex(PTHREAD_MUTEX_NORMAL);
@@ -255,7 +230,7 @@ TEST(Policy, StopsACriticalThreadBeforeItCouldBlock) {
          },
          false},
     };
-    for (const PolicyCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const ChildResult result = RunInChild([&] {
             EXPECT_EQ(ThreadRegistrar::instance().registerFieldMain(0), 0);

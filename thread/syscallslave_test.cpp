@@ -3,9 +3,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "cpputils/include/pipeio.h"
 #include "tests/support/child.h"
@@ -24,7 +24,7 @@ namespace {
     EndFailedExec();
 }
 
-/** The slave program, with the bytes of its two pipes at hand. */
+/** The slave program, with access to the bytes of its two pipes. */
 class Slave {
   public:
     Slave() {
@@ -51,11 +51,10 @@ class Slave {
         }
         return bytes;
     }
-    void leave() {
+    /** Closes the pipes; returns the exit value. */
+    int leave() {
         i_commands.close();
         i_results.close();
-    }
-    int wait() const {
         int status = -1;
         EXPECT_EQ(waitpid(i_pid, &status, 0), i_pid);
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -84,11 +83,10 @@ TEST(SyscallSlave, SpeaksTheProtocolAndDropsLateMarks) {
         slave.send(echo);
         EXPECT_EQ(slave.receive(result.size()), result);
     }
-    slave.leave();
-    EXPECT_EQ(slave.wait(), 1);
+    EXPECT_EQ(slave.leave(), 1);
 }
 
-TEST(SyscallSlave, LetsACommandEndThatItCannotWatch) {
+TEST(SyscallSlave, LetsACommandEndWithoutThreads) {
     const struct {
         int threads;
         const char* stdout;
@@ -105,7 +103,7 @@ TEST(SyscallSlave, LetsACommandEndThatItCannotWatch) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.threads);
         const std::string ended = std::to_string(c.threads);
-        // More than a pipe holds, to an output that may have no reader.
+        // Writes more than a pipe holds to an output that may have no reader.
         const std::string command = "trap '' PIPE; echo begun; head -c 100000 /dev/zero >&2; " +
                                     ("echo ended; echo >" + directory.path(ended));
         testsupport::LimitThreadStarts(c.threads);
@@ -121,9 +119,9 @@ TEST(SyscallSlave, LetsACommandEndThatItCannotWatch) {
     }
 }
 
-TEST(SyscallSlave, TellsWhichStepOfTheProtocolFailed) {
+TEST(SyscallSlave, LogsWhichStepOfTheProtocolFailed) {
     const struct {
-        int writes;  // to the master, before one fails
+        int writes;  // to the master, before a failure
         bool echo;
         const char* line;
     } cases[] = {
@@ -145,8 +143,7 @@ TEST(SyscallSlave, TellsWhichStepOfTheProtocolFailed) {
             int written = 0;
             testsupport::HookWrites([&](int fd, const void* bytes, size_t count) -> ssize_t {
                 if (fd == results.writeEnd() && written == c.writes) {
-                    errno = EIO;
-                    return -1;
+                    return testsupport::FailingWrite(fd, bytes, count);
                 }
                 if (fd == results.writeEnd() && written++ == 0) {
                     testsupport::CallWrite(commands.writeEnd(), "A", c.echo ? 1 : 0);
@@ -164,13 +161,11 @@ TEST(SyscallSlave, TellsWhichStepOfTheProtocolFailed) {
 }
 
 TEST(SyscallSlave, RefusesWrongArguments) {
-    const struct {
-        const char* first;
-        const char* second;
-    } cases[] = {{"3", ""}, {"x", "4"}, {"3", "4x"}, {"-1", "4"}, {"3", "4294967299"}};
-    for (const auto& c : cases) {
-        const auto child = testsupport::RunInChild([&] { BecomeSlave(c.first, c.second); });
-        EXPECT_EQ(child.exitValue, 2) << c.first << ' ' << c.second;
+    const std::pair<const char*, const char*> cases[] = {
+        {"3", ""}, {"x", "4"}, {"3", "4x"}, {"-1", "4"}, {"3", "4294967299"}};
+    for (const auto& [first, second] : cases) {
+        const auto child = testsupport::RunInChild([&] { BecomeSlave(first, second); });
+        EXPECT_EQ(child.exitValue, 2) << first << ' ' << second;
         EXPECT_THAT(child.err, testing::StartsWith("usage: "));
     }
 }

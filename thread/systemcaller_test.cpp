@@ -36,13 +36,13 @@ using testsupport::TestDirectory;
 
 namespace {
 
-// Both come with the caller's header.
+// The caller's header declares both.
 static_assert(std::is_base_of_v<InterruptAction, InterruptProcess>);
 static_assert(std::is_base_of_v<InterruptAction, InterruptForwarder>);
 
 bool isSlaveStarted = false;
 
-/** No slave before a test, and none after it. */
+/** Every test starts and ends without a slave. */
 class SystemCallerTest : public testing::Test {
   protected:
     ~SystemCallerTest() override {
@@ -60,7 +60,7 @@ SystemCaller& Caller() {
     return SystemCaller::instance();
 }
 
-TEST_F(SystemCallerTest, LeavesNothingOverWithoutASlave) {
+TEST_F(SystemCallerTest, LeaksNothingWithoutASlave) {
     const auto noPipes = RunInChild([] {
         const auto descriptors = CountDescriptors();
         PipeEnds next;
@@ -93,7 +93,7 @@ TEST_F(SystemCallerTest, LeavesNothingOverWithoutASlave) {
     EXPECT_EQ(noSlave.exitValue, 0);
 }
 
-TEST_F(SystemCallerTest, NeitherLocksNorLogsTooLateAndStopsACriticalThread) {
+TEST_F(SystemCallerTest, LogsAtExitAndStopsACriticalThread) {
     const auto unused = RunInChild([] {
         SystemCaller::instance();
         exit(0);
@@ -114,7 +114,7 @@ TEST_F(SystemCallerTest, LeavesNoSlaveAndNoCommandWhenItsProcessIsKilled) {
     const TestDirectory directory;
     const std::string fifo = directory.path("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), S_IRWXU), 0);
-    ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);  // the orphaned slave falls to this process
+    ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);  // this process adopts the orphaned slave
     const pid_t master = fork();
     if (master == 0) {
         SystemCaller::instance().initialize(SYSCALLSLAVE);
@@ -128,11 +128,11 @@ TEST_F(SystemCallerTest, LeavesNoSlaveAndNoCommandWhenItsProcessIsKilled) {
     EXPECT_EQ(kill(master, SIGKILL), 0);
     EXPECT_EQ(waitpid(master, nullptr, 0), master);
     std::string rest;
-    EXPECT_FALSE(command >> rest);  // the end comes when nothing of the group is left
+    EXPECT_FALSE(command >> rest);  // end of file when the whole group has ended
     int status = 0;
     EXPECT_EQ(waitpid(slave, &status, 0), slave);
     EXPECT_EQ(status, 1 << 8);
-    while (waitpid(-1, nullptr, 0) > 0) {  // what the command left behind
+    while (waitpid(-1, nullptr, 0) > 0) {  // the rest of the command
     }
     prctl(PR_SET_CHILD_SUBREAPER, 0);
 }
@@ -160,7 +160,7 @@ class MarkOnFifo : public Interrupter {
     const std::string i_fifo;
 };
 
-/** As a host may have them that handles signals in its own way. */
+/** As in a host that handles signals itself. */
 void StartSlaveWithSignalsOff() {
     sigset_t all;
     sigset_t previous;
@@ -174,7 +174,7 @@ void StartSlaveWithSignalsOff() {
     sigprocmask(SIG_SETMASK, &previous, nullptr);
 }
 
-TEST_F(SystemCallerTest, BringsBackStatusAndOutputOfACommandThatStartsClean) {
+TEST_F(SystemCallerTest, ReturnsStatusAndOutputOfACommandThatStartsClean) {
     StartSlaveWithSignalsOff();
     const std::string big(100'000, 'x');
     const std::string printBig = "head -c 100000 /dev/zero | tr '\\0' x";
@@ -204,10 +204,10 @@ TEST_F(SystemCallerTest, BringsBackStatusAndOutputOfACommandThatStartsClean) {
         EXPECT_EQ(result.stderr, c.err);
     }
     const pid_t background = atoi(Exec("sleep 60 >/dev/null 2>&1 & echo $!").stdout.c_str());
-    EXPECT_EQ(kill(background, SIGKILL), 0);  // lives on; 0 would fail, as this is no group leader
+    EXPECT_EQ(kill(background, SIGKILL), 0);  // it still runs
 }
 
-TEST_F(SystemCallerTest, BreaksOffTheWholeGroupAndKeepsTheOutput) {
+TEST_F(SystemCallerTest, InterruptsTheWholeGroupAndKeepsTheOutput) {
     const TestDirectory directory;
     const std::string fifo = directory.path("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), S_IRWXU), 0);
@@ -243,13 +243,13 @@ TEST_F(SystemCallerTest, RepeatsACommandThatTimesOut) {
     const TestDirectory directory;
     const std::string runs = directory.path("runs");
     constexpr timeval brief = {0, 500'000};
-    // Under load a run may end before its first command; it is then repeated once more.
+    // Under load a run may time out before its first command; then one more run follows.
     const std::string secondTimeGood =
         "[ -e " + runs + " ] && exit 3; touch " + runs + "; sleep 60";
     EXPECT_EQ(Caller().execRetry(secondTimeGood, &brief, -1).commandRC, 768);
 }
 
-TEST_F(SystemCallerTest, RepeatsAsOftenAsItIsTold) {
+TEST_F(SystemCallerTest, RepeatsAsOftenAsRequested) {
     const TestDirectory directory;
     SystemCaller::instance().initialize(testsupport::WriteTimingOutSlave(directory));
     std::string commands;
@@ -263,8 +263,8 @@ TEST_F(SystemCallerTest, RepeatsAsOftenAsItIsTold) {
     }
 }
 
-// Or the test doesn't end.
-TEST_F(SystemCallerTest, EndsASlaveThatIgnoresTheRequestTo) {
+// Otherwise the test hangs.
+TEST_F(SystemCallerTest, EndsASlaveThatIgnoresSigterm) {
     const TestDirectory directory;
     ASSERT_EQ(mkfifo(directory.path("syscallslave.up").c_str(), S_IRWXU), 0);
     const std::string path = directory.write(
@@ -276,7 +276,7 @@ TEST_F(SystemCallerTest, EndsASlaveThatIgnoresTheRequestTo) {
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
 }
 
-TEST_F(SystemCallerTest, TellsWhatIsWrongWithTheLink) {
+TEST_F(SystemCallerTest, ReportsFailuresOfTheLink) {
     const timeval longTime = {600, 0};
     const struct {
         int firstFailure;  // of the writes, from 0
@@ -299,11 +299,9 @@ TEST_F(SystemCallerTest, TellsWhatIsWrongWithTheLink) {
             std::atomic<int> writes{0};
             testsupport::HookWrites([&](int fd, const void* bytes, size_t count) -> ssize_t {
                 const int number = writes++;
-                if (number < c.firstFailure || number > c.lastFailure) {
-                    return testsupport::CallWrite(fd, bytes, count);
-                }
-                errno = EIO;
-                return -1;
+                const bool fails = number >= c.firstFailure && number <= c.lastFailure;
+                return fails ? testsupport::FailingWrite(fd, bytes, count)
+                             : testsupport::CallWrite(fd, bytes, count);
             });
             const SystemCaller::RC result = Caller().exec("true", nullptr, c.timeout);
             testsupport::HookWrites(nullptr);
@@ -314,7 +312,7 @@ TEST_F(SystemCallerTest, TellsWhatIsWrongWithTheLink) {
     }
 }
 
-/** The descriptors that any other program started by this process finds open. */
+/** The open descriptors of another program that this process starts. */
 std::string InheritedDescriptors() {
     FILE* const list = popen("exec ls /proc/self/fd", "r");
     std::string text;
@@ -342,7 +340,7 @@ TEST_F(SystemCallerTest, ReplacesASlaveThatDies) {
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);  // no child, living or dead
     const std::string inherited = InheritedDescriptors();
     EXPECT_EQ(Exec("exit 3").commandRC, 768);
-    EXPECT_EQ(InheritedDescriptors(), inherited);  // or the slave would outlive this process
+    EXPECT_EQ(InheritedDescriptors(), inherited);  // otherwise the slave would outlive this process
     for (int i = 0; i < 3; ++i) {
         Caller().initialize(SYSCALLSLAVE);
         EXPECT_EQ(Exec("echo new").stdout, "new\n");
@@ -350,7 +348,7 @@ TEST_F(SystemCallerTest, ReplacesASlaveThatDies) {
     EXPECT_EQ(CountDescriptors(), descriptors);
 }
 
-TEST_F(SystemCallerTest, FailsWhereItCannotBeInterrupted) {
+TEST_F(SystemCallerTest, FailsIfItCannotBeInterrupted) {
     class CountingInterrupter : public Interrupter {
       public:
         void attachInterruptFd(int /*fd*/) override { ++attached; }
@@ -377,9 +375,9 @@ TEST_F(SystemCallerTest, FailsWhereItCannotBeInterrupted) {
     EXPECT_EQ(interrupter.finished, 2);
 }
 
-TEST_F(SystemCallerTest, LeavesNothingOverAfterAThousandCommands) {
+TEST_F(SystemCallerTest, LeaksNothingInAThousandCommands) {
     const std::string slave = Exec("printf %d $PPID").stdout;
-    // With the first thread of a process comes the one of its sanitizer, which stays.
+    // The first thread of a process may start one of the sanitizer's, which stays.
     ASSERT_EQ(Caller().execTimed("", 600, nullptr), 0);
     const auto slaveDescriptors = CountEntries("/proc/" + slave + "/fd");
     const auto descriptors = CountDescriptors();
@@ -393,7 +391,7 @@ TEST_F(SystemCallerTest, LeavesNothingOverAfterAThousandCommands) {
     std::string child;
     std::ifstream("/proc/" + slave + "/task/" + slave + "/children") >> child;
     EXPECT_EQ(child, "");
-    // A joined thread is listed until the kernel is done with it.
+    // A joined thread is listed until the kernel has removed it.
     while (CountEntries("/proc/" + slave + "/task") + CountEntries("/proc/self/task") > threads) {
         std::this_thread::yield();
     }

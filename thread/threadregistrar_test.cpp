@@ -21,7 +21,7 @@ ThreadRegistrar& Registrar() {
     return ThreadRegistrar::instance();
 }
 
-/** The calling thread as every description ends. */
+/** The end of each description of the calling thread. */
 std::string Plain() {
     return "p:" + std::to_string(pthread_self());
 }
@@ -33,7 +33,7 @@ std::string NoAllocDescription(size_t length = 200) {
     return buffer.c_str();
 }
 
-/** On a thread of its own, which gives its slots and name back. */
+/** Runs on a new thread, which frees its slots and name afterwards. */
 template <typename Body>
 void OnFreshThread(Body body) {
     std::thread([&] {
@@ -128,8 +128,8 @@ TEST(ThreadRegistrar, IdsAreOrderedByProcessThenHandle) {
     EXPECT_FALSE((ids[1] == ThreadId{1, 3}));
 }
 
-// The child's thread has the handle of a FieldMain thread and another process: critical for the
-// filter and the policy, but not described as one, nor by a name, whose lock it must not reach.
+// The child's thread has the handle of a FieldMain thread but another process. The filter and the
+// policy treat it as critical; its description shows neither that nor a name, which needs a lock.
 TEST(ThreadRegistrar, ForkedChildOfACriticalThreadCanLog) {
     const ChildResult result = RunInChild([] {
         Registrar().registerName("parent");
@@ -149,7 +149,7 @@ TEST(ThreadRegistrar, ForkedChildOfACriticalThreadCanLog) {
     EXPECT_THAT(result.out,
                 testing::ContainsRegex("S: CRITICAL T: p:[0-9]+ \"from the child\" at"));
     EXPECT_THAT(result.out, testing::Not(HasSubstr("filtered")));
-    // Its unregistering goes for the names, where a critical thread is stopped.
+    // Unregistering takes the lock of the names, which stops a critical thread.
     EXPECT_THAT(result.out, HasSubstr("ASSERT_BLOCKABLE_THREAD Failed"));
     EXPECT_THAT(result.out, HasSubstr("child ended by signal " + std::to_string(SIGABRT)));
 }
@@ -171,7 +171,7 @@ TEST(ThreadRegistrar, SlotsAndNamesMayBeReadWhileOthersChangeThem) {
         OnFreshThread([&] {
             Registrar().registerName("writer");
             EXPECT_EQ(Registrar().registerFieldMain(1), 0);
-            // The second reading from now on began behind the registration.
+            // The second reading from now on began after the registration.
             for (const int before = readings; readings < before + 2;) {
                 std::this_thread::yield();
             }

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "cpputils/include/thread/policies.h"
 #include "tests/support/child.h"
@@ -38,7 +39,7 @@ TEST(PThread, IsCreatedFromCreateToJoinAndAgain) {
     }
 }
 
-TEST(PThread, DetachedOneStaysCreatedAndIsNeverJoined) {
+TEST(PThread, DetachedThreadStaysCreatedAndIsNeverJoined) {
     static SemT<EveryThreadCanBlockPolicy> ended(0);
     PThread thread(true);
     EXPECT_EQ(thread.create(
@@ -53,7 +54,7 @@ TEST(PThread, DetachedOneStaysCreatedAndIsNeverJoined) {
     EXPECT_TRUE(thread.isCreated());
 }
 
-/** Starts a thread that detaches itself and goes on. */
+/** Starts a thread that detaches itself and doesn't end. */
 void CreateDetachingItself(PThread& thread) {
     static SemT<EveryThreadCanBlockPolicy> detached(0);
     (void)thread.create(
@@ -67,11 +68,8 @@ void CreateDetachingItself(PThread& thread) {
     detached.wait();
 }
 
-TEST(PThread, TellsWhatGoesWrong) {
-    const struct {
-        const char* line;
-        void (*body)(PThread& thread);
-    } cases[] = {
+TEST(PThread, LogsFailures) {
+    const std::pair<const char*, void (*)(PThread & thread)> cases[] = {
         {"WARNING T: p:[0-9]+ \"pthread \\([0-9]+\\) may still be running\\.\\.\\.\"",
          [](PThread& thread) { (void)thread.create(ReturnArgument, nullptr); }},
         {"ERROR T: p:[0-9]+ \"pthread create failed: 11:Resource temporarily unavailable\"",
@@ -79,7 +77,7 @@ TEST(PThread, TellsWhatGoesWrong) {
              testsupport::LimitThreadStarts(0);
              (void)thread.create(ReturnArgument, nullptr);
          }},
-#ifndef __SANITIZE_THREAD__  // which ends at such a call
+#ifndef __SANITIZE_THREAD__  // which stops the process at such a call
         {"ERROR T: p:[0-9]+ \"pthread join failed: 22:Invalid argument\"",
          [](PThread& thread) {
              CreateDetachingItself(thread);
@@ -89,36 +87,30 @@ TEST(PThread, TellsWhatGoesWrong) {
          [](PThread& thread) { CreateDetachingItself(thread); }},
 #endif
     };
-    for (const auto& c : cases) {
-        const std::string out = RunInChild([&c] {
+    for (const auto& [line, body] : cases) {
+        const std::string out = RunInChild([body = body] {
                                     PThread thread(false);
-                                    c.body(thread);
+                                    body(thread);
                                 }).out;
-        EXPECT_THAT(out, ContainsRegex(std::string(c.line) + " at thread/pthread.cpp:"));
+        EXPECT_THAT(out, ContainsRegex(std::string(line) + " at thread/pthread.cpp:"));
     }
 }
 
-class Reporter : public Runnable {
-  public:
-    void setRunner(ThreadRunner* runner) { i_runner = runner; }
-
+struct Reporter : public Runnable {
     void* run() override {
         description = ThreadRegistrar::instance().describeThread();
-        runningInside = i_runner->isRunning();
+        runningInside = runner.isRunning();
         return this;
     }
 
+    ThreadRunner runner{this, "worker", false, FRAMEWORK_THREAD_CLASS};
     std::string description;
     bool runningInside = false;
-
-  private:
-    ThreadRunner* i_runner = nullptr;
 };
 
 TEST(ThreadRunner, NamesItsThreadWhileItRuns) {
     Reporter reporter;
-    ThreadRunner runner(&reporter, "worker", false, FRAMEWORK_THREAD_CLASS);
-    reporter.setRunner(&runner);
+    ThreadRunner& runner = reporter.runner;
     EXPECT_FALSE(runner.isRunning());
     EXPECT_FALSE(runner.isCreated());
     EXPECT_EQ(runner.start(), 0);
@@ -134,8 +126,7 @@ TEST(ThreadRunner, NamesItsThreadWhileItRuns) {
 
 TEST(ThreadRunner, StaysRunningAfterAFailedStart) {
     Reporter reporter;
-    ThreadRunner runner(&reporter, "worker", false, FRAMEWORK_THREAD_CLASS);
-    reporter.setRunner(&runner);
+    ThreadRunner& runner = reporter.runner;
     EXPECT_EQ(runner.start(), 0);
     while (runner.isRunning()) {
         std::this_thread::yield();

@@ -18,7 +18,7 @@ namespace {
 
 using namespace std::string_literals;
 
-// By mode. The design shows in the object's type alone: the mailbox is at one place in all of them.
+// By mode. Only the object's type shows the design: the mailbox has the same place in all of them.
 constexpr const char* DESIGNS[] = {"mm_fcfs", "dve",     "dve",       "dve_3g",
                                    "dve_2_5", "dve_2_5", "dve_3g_2_5"};
 

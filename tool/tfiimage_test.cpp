@@ -12,27 +12,25 @@ namespace {
 
 const std::string SIX_LINES = "1\n2\n3\n4\n5\n6\n";
 
-struct HeaderCase {
-    const char* name;
-    std::string file;
-    long payloadStart;
-};
-
-TEST(TfiImage, JudgesTheHeader) {
+TEST(TfiImage, ChecksTheHeader) {
     const std::string fits(255, 'h');
-    const HeaderCase cases[] = {
+    const struct {
+        const char* name;
+        std::string file;
+        long payloadStart;
+    } cases[] = {
         {"shortest", "\n\n\n\n\n\nEND\nxx", 10},
-        {"text behind END", SIX_LINES + "END of header\nxx", 26},
+        {"text after END", SIX_LINES + "END of header\nxx", 26},
         {"carriage returns", "\r\n\r\n\r\n\r\n\r\n\r\nEND\r\nxx", 17},
         {"an eighth line is payload", SIX_LINES + "END\nEND\n", 16},
-        {"nothing behind the header", SIX_LINES + "END\n", 16},
+        {"nothing after the header", SIX_LINES + "END\n", 16},
         {"line of 255", fits + "\n2\n3\n4\n5\n6\nEND\n", 270},
         {"zero byte", std::string("a\0", 2) + "\n2\n3\n4\n5\n6\nEND\n", 17},
         {"END line of 255", SIX_LINES + "END" + std::string(252, ' ') + "\n", 268},
         {"line of 256", fits + "h\n2\n3\n4\n5\n6\nEND\n", 0},
         {"END line of 256", SIX_LINES + "END" + std::string(253, ' ') + "\n", 0},
         {"lower case", SIX_LINES + "end\nxx", 0},
-        {"blank in front", SIX_LINES + " END\nxx", 0},
+        {"leading blank", SIX_LINES + " END\nxx", 0},
         {"two letters", SIX_LINES + "EN\nxx", 0},
         {"END on the sixth", "1\n2\n3\n4\n5\nEND\n7\nxx", 0},
         {"END on the eighth", SIX_LINES + "7\nEND\nxx", 0},
@@ -41,7 +39,7 @@ TEST(TfiImage, JudgesTheHeader) {
         {"empty", "", 0},
     };
     const TestDirectory directory;
-    for (const HeaderCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         std::ifstream image(directory.write("image", c.file), std::ios::binary);
         EXPECT_EQ(GetFileSize(image), static_cast<long>(c.file.size()));

@@ -56,6 +56,11 @@ ssize_t CallWrite(int fd, const void* bytes, size_t count) {
     return __real_write(fd, bytes, count);
 }
 
+ssize_t FailingWrite(int /*fd*/, const void* /*bytes*/, size_t /*count*/) {
+    errno = EIO;
+    return -1;
+}
+
 void HookPolls(std::function<void()> before) {
     pollHook = std::move(before);
 }

@@ -14,6 +14,8 @@ using WriteHook = std::function<ssize_t(int fd, const void* bytes, size_t count)
 /** Null removes the hook. No other thread may write while the hook changes. */
 void HookWrites(WriteHook hook);
 ssize_t CallWrite(int fd, const void* bytes, size_t count);
+/** A hook: every write fails with EIO. */
+ssize_t FailingWrite(int fd, const void* bytes, size_t count);
 
 /** Called before each ppoll; null removes the hook, under the same condition. */
 void HookPolls(std::function<void()> before);

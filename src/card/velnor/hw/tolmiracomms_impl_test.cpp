@@ -88,7 +88,7 @@ TEST_F(TolmiraCommsTest, WriteReplacesNineBitsAndReadTakesEight) {
     EXPECT_EQ(comms.readAddress(7), 0xA5);
 }
 
-TEST_F(TolmiraCommsTest, AddressBehindTheMailboxStopsUntouched) {
+TEST_F(TolmiraCommsTest, AnAddressPastTheMailboxStops) {
     AnyComms comms(i_region.data());
     for (const auto& access : ACCESSES) {
         const ChildResult result = RunInChild([&] { access(comms, MAILBOX_WORDS); });
@@ -109,7 +109,7 @@ TEST_F(TolmiraCommsTest, ACriticalThreadIsStopped) {
     }
 }
 
-/** A design of the members that the mailbox uses, and no others. */
+/** A design with only the members that the mailbox uses. */
 class DoubleOfADesign {
   public:
     DoubleOfADesign& sbuf() { return *this; }

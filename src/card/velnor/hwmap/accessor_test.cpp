@@ -1,4 +1,4 @@
-// A design over an accessor of the test's own, so from the generated sources, not the library.
+// A design over the test's accessor, which needs the generated sources: the library has none.
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ struct Access {
 
 std::vector<Access> accesses;
 
-/** Tells which accessor object made each access. */
+/** Records which accessor object made each access. */
 class NamedAccessor {
   public:
     unsigned int read(const unsigned int* address) {
@@ -32,7 +32,7 @@ class NamedAccessor {
     void write(unsigned int* address, unsigned int /*value*/) { read(address); }
 };
 
-// The accessor passed in ends with the constructor's call.
+// The accessor that is passed in is destroyed after the constructor's call.
 TEST(Designs, AccessThroughTheirOwnAccessorAndOnlyWhenAsked) {
     using Design = hwmap::Design_velnor_vp_dve_2_5<NamedAccessor>;
     char* const base = reinterpret_cast<char*>(0x7000);  // NOLINT(performance-no-int-to-ptr)

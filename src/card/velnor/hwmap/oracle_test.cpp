@@ -1,6 +1,5 @@
-// Holds the designs against the tables. What it computes from them shares nothing with the
-// generator: rows are taken apart by scanf, addresses are counted up and masks are built bit by
-// bit.
+// Compares the designs with the tables. The expected values share no code with the generator: rows
+// are split by scanf, addresses are summed up and masks are built bit by bit.
 
 #include <gtest/gtest.h>
 
@@ -52,7 +51,7 @@ std::map<std::string, Rows> Bodies() {
     return bodies;
 }
 
-/** What repeats in a row, or stands once. */
+/** The repeat in a row, or a single element. */
 struct Times {
     unsigned int count = 1;
     unsigned int step = 0;
@@ -109,7 +108,7 @@ class Oracle {
         unsigned int offset = 0;
         unsigned int words = 0;
         Times times;
-        int end = 0;  // of what a row begins with; stays 0 where it doesn't
+        int end = 0;  // of the part that was read; 0 if there is none
         (void)sscanf(row, " %x %63s %n", &offset, name, &end);
         row += std::exchange(end, 0);
         (void)sscanf(row, "x%u+%x %n", &times.count, &times.step, &end);

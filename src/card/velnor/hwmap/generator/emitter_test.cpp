@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -44,13 +45,9 @@ std::vector<GeneratedFile> Emit(const std::string& catalogue) {
 }
 
 std::string TextOf(const std::vector<GeneratedFile>& files, const std::string& name) {
-    for (const GeneratedFile& file : files) {
-        if (file.name == name) {
-            return file.text;
-        }
-    }
-    ADD_FAILURE() << "no file " << name;
-    return "";
+    const auto file = std::find_if(files.begin(), files.end(),
+                                   [&](const GeneratedFile& each) { return each.name == name; });
+    return file != files.end() ? file->text : "no file " + name;
 }
 
 /** The names of the files that differ. */
@@ -65,6 +62,12 @@ std::vector<std::string> Changed(const std::vector<GeneratedFile>& a,
     return names;
 }
 
+/** The catalogue with a moved bit. */
+std::string MovedCatalogue() {
+    std::string moved = CATALOGUE;
+    return moved.replace(moved.find("[3:0]"), 5, "[4:1]");
+}
+
 TEST(Emitter, RepeatsItselfAndNamesNoFolder) {
     const std::vector<GeneratedFile> files = Emit(CATALOGUE);
     EXPECT_THAT(Changed(files, Emit(CATALOGUE)), IsEmpty());
@@ -75,10 +78,9 @@ TEST(Emitter, RepeatsItselfAndNamesNoFolder) {
     }
 }
 
-// A moved register or bit is no reason to compile what only uses the classes.
+// A moved register or bit must not recompile code that only uses the classes.
 TEST(Emitter, ChangesOneUnitForAMovedBit) {
-    std::string moved = CATALOGUE;
-    moved.replace(moved.find("[3:0]"), 5, "[4:1]");
+    std::string moved = MovedCatalogue();
     moved.replace(moved.find("0x10 "), 5, "0x18 ");
     EXPECT_THAT(Changed(Emit(CATALOGUE), Emit(moved)),
                 testing::ElementsAre("genfpga_velnor_vp_d_1.cpp"));
@@ -92,22 +94,27 @@ TEST(Emitter, ShowsOnlyInlineGroupsInTheLeanHeader) {
     EXPECT_THAT(header, Not(HasSubstr("Register_R_b")));
 }
 
-TEST(Emitter, TellsTheMeaningsForEachDesignOfABody) {
+TEST(Emitter, WritesTheMeaningsForEachDesignOfABody) {
     Findings findings;
     const Tables tables =
         ReadTables({{"m.placement", "map m\ndesigns d e\ndomain sbuf 0x0\ng 0x0\nh 0x10\n"},
                     {"c.catalogue",
-                     "group g for m\nabout it's \"g\"\n0 R_a v[0], w[2:1] rc =2\ngroup h\n0 R_a "
-                     "v[0]\nabout h\n"}},
+                     "group g for m\nabout it's \"g\",  # a comment\nabout no more\n"
+                     "0 R_a v[0], w[2:1] rc =2\n"
+                     "group h\n0 R_a v[3:0] x2+4 ro =0xf, w[9] =1, x[10] rc, y[11] wo\nabout h\n"}},
                    findings);
     ASSERT_THAT(findings.lines(), IsEmpty());
     EXPECT_THAT(hwmaptables::EmitMeanings(tables).text,
                 HasSubstr("{\n"
-                          R"(    {"d", "g", "", "", "it's \"g\"", e_Access_Unstated, -1},
+                          R"(    {"d", "g", "", "", "it's \"g\", no more", e_Access_Unstated, -1},
     {"d", "g", "R_a", "w", "", e_Access_ReadClears, 0x2U},
-    {"e", "g", "", "", "it's \"g\"", e_Access_Unstated, -1},
+    {"e", "g", "", "", "it's \"g\", no more", e_Access_Unstated, -1},
     {"e", "g", "R_a", "w", "", e_Access_ReadClears, 0x2U},
     {"", "h", "R_a", "", "h", e_Access_Unstated, -1},
+    {"", "h", "R_a", "v", "", e_Access_ReadOnly, 0xfU},
+    {"", "h", "R_a", "w", "", e_Access_Unstated, 0x1U},
+    {"", "h", "R_a", "x", "", e_Access_ReadClears, -1},
+    {"", "h", "R_a", "y", "", e_Access_WriteOnly, -1},
 )"
                           "};"));
 }
@@ -132,22 +139,20 @@ class GenerateTest : public testing::Test {
     testsupport::TestDirectory i_folder;
 };
 
-TEST_F(GenerateTest, RewritesOnlyWhatChanged) {
+TEST_F(GenerateTest, RewritesOnlyChangedFiles) {
     ASSERT_EQ(generate("d", "2").exitValue, 0);
     const fs::path header = path("genfpga_velnor_vp_d.h");
     const fs::path unit = path("genfpga_velnor_vp_d_1.cpp");
     const fs::file_time_type longAgo{};
     fs::last_write_time(header, longAgo);
     fs::last_write_time(unit, longAgo);
-    std::string moved = CATALOGUE;
-    moved.replace(moved.find("[3:0]"), 5, "[4:1]");
-    i_folder.write("c.catalogue", moved);
+    i_folder.write("c.catalogue", MovedCatalogue());
     ASSERT_EQ(generate("d", "2").exitValue, 0);
     EXPECT_EQ(fs::last_write_time(header), longAgo);
     EXPECT_NE(fs::last_write_time(unit), longAgo);
 }
 
-TEST_F(GenerateTest, ReportsAndWritesNothing) {
+TEST_F(GenerateTest, ReportsErrorsAndWritesNothing) {
     const ChildResult unknown = generate("x", "2");
     EXPECT_EQ(unknown.exitValue, 1);
     EXPECT_EQ(unknown.err, "hwmap_generate: no placement names the design 'x'\n");
