@@ -89,16 +89,19 @@ class JournalSocket {
 
 using JournalTest = UpgradeTest;
 
-std::vector<toollog::LogLine> ReportsIn(const std::string& output) {
-    std::vector<toollog::LogLine> reports;
-    toollog::LogReader reader([&](const toollog::LogLine& line) { reports.push_back(line); });
+/** The fields that the log lines of a run must have in the journal. */
+std::vector<Entry> ExpectedEntries(const std::string& output) {
+    const Entry priorities = {{"NOTICE", "5"}, {"WARNING", "4"}, {"CRITICAL", "2"}};
+    std::vector<Entry> entries;
+    toollog::LogReader reader([&](const toollog::LogLine& line) {
+        entries.push_back({{"MESSAGE", line.message.substr(0, line.message.find('\n'))},
+                           {"CODE_FILE", line.file},
+                           {"CODE_LINE", line.line},
+                           {"PRIORITY", priorities.at(line.severity)}});
+    });
     reader.take(output.data(), output.size());
     reader.finish();
-    return reports;
-}
-
-std::string WithoutNewline(const std::string& message) {
-    return message.substr(0, message.find_last_not_of('\n') + 1);
+    return entries;
 }
 
 const std::vector<std::string> TO_JOURNAL = {"--journal", "-f", "image", "configuration"};
@@ -119,25 +122,17 @@ TEST_F(JournalTest, GetsEachReportOnceAndTheTerminalNone) {
     EXPECT_EQ(result.exitValue, 0);
     EXPECT_EQ(result.out + result.err, "");
 
-    std::vector<Entry> entries = journal.stop();
-    const std::vector<toollog::LogLine> reports = ReportsIn(plain.out);
-    ASSERT_EQ(entries.size(), reports.size() + 1);
+    const std::vector<Entry> entries = journal.stop();
+    const std::vector<Entry> expected = ExpectedEntries(plain.out);
+    ASSERT_EQ(entries.size(), expected.size() + 1);
     EXPECT_THAT(entries.back(),
                 AllOf(Contains(Pair("TOLMIRA_CAUSE", "upgraded")), Contains(Pair("PRIORITY", "5")),
                       Not(Contains(Key("CODE_FILE")))));
-    for (std::size_t i = 0; i < reports.size(); ++i) {
-        EXPECT_EQ(entries[i]["MESSAGE"], WithoutNewline(reports[i].message));
-        EXPECT_EQ(entries[i]["CODE_FILE"] + ':' + entries[i]["CODE_LINE"],
-                  reports[i].file + ':' + reports[i].line);
-        EXPECT_EQ(entries[i]["PRIORITY"], reports[i].severity == "NOTICE"    ? "5"
-                                          : reports[i].severity == "WARNING" ? "4"
-                                                                             : "2");
-    }
     std::vector<std::string> pages;
-    for (Entry& entry : entries) {
-        if (entry.count("TOLMIRA_PAGE") != 0) {
-            pages.push_back(entry["TOLMIRA_PAGE"]);
-            EXPECT_EQ(entry["CODE_FILE"], "tool/pagetransfer.cpp");
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_THAT(entries[i], testing::IsSupersetOf(expected[i]));
+        if (const auto page = entries[i].find("TOLMIRA_PAGE"); page != entries[i].end()) {
+            pages.push_back(page->second);
         }
     }
     EXPECT_THAT(pages, testing::ElementsAre("0", "1", "1", "2"));
