@@ -15,13 +15,15 @@ namespace run {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using status::Snapshot;
+using status::TakeSnapshot;
 using toollog::e_Cause;
 
-constexpr std::chrono::milliseconds BETWEEN_LOOKS{100};
-/** How long a controller may take to offer an answer that nobody read. */
+constexpr std::chrono::milliseconds POLL_INTERVAL{100};
+/** How long a controller may take to offer an answer that the tool did not read. */
 constexpr std::chrono::milliseconds ANSWER_LIMIT{250};
 
-/** Below a file that is no directory, so that it can't exist. */
+/** Below /dev/null, which is not a directory, so that it can't exist. */
 constexpr char IMPOSSIBLE_IMAGE[] = "/dev/null/none";
 
 e_Cause CauseOf(inspect::e_Verdict verdict) {
@@ -39,8 +41,8 @@ e_Cause CauseOf(inspect::e_Verdict verdict) {
     }
 }
 
-bool HasToolsRevision(const MailboxLook& look) {
-    return look.controllerPresent() && look.revision == toolcontract::TOOL_REVISION;
+bool HasToolsRevision(const Snapshot& mailbox) {
+    return mailbox.present() && mailbox.revision() == toolcontract::TOOL_REVISION;
 }
 
 }  // namespace
@@ -64,14 +66,14 @@ Outcome SupervisedRun::perform() {
         &SupervisedRun::allocateMailbox,
         &SupervisedRun::recover,
         &SupervisedRun::upgrade,
-        &SupervisedRun::lookForUnreadAnswer,
+        &SupervisedRun::checkForUnreadAnswer,
         &SupervisedRun::verify,
     };
     (void)std::all_of(std::begin(steps), std::end(steps),
                       [this](bool (SupervisedRun::*step)()) { return (this->*step)(); });
-    const MailboxLook look = LookAtMailbox();
-    if (look.controllerPresent()) {
-        i_outcome.revisionAfter = look.revision;
+    const Snapshot mailbox = TakeSnapshot();
+    if (mailbox.present()) {
+        i_outcome.revisionAfter = mailbox.revision();
     }
     return i_outcome;
 }
@@ -125,9 +127,10 @@ bool SupervisedRun::judgeImage() {
 bool SupervisedRun::takeLock() {
     const RunLock::e_Result result = i_lock.take();
     if (result == RunLock::e_Result_Busy) {
-        const MailboxLook look = LookAtMailbox();
-        return end(toollog::e_Cause_Busy,
-                   "another run is under way" + (look.host ? ", " + ProcessText(*look.host) : ""));
+        const Snapshot mailbox = TakeSnapshot();
+        return end(
+            toollog::e_Cause_Busy,
+            "another run is under way" + (mailbox.host ? ", " + ProcessText(*mailbox.host) : ""));
     }
     if (result == RunLock::e_Result_Failed) {
         return end(toollog::e_Cause_CannotLock,
@@ -138,16 +141,16 @@ bool SupervisedRun::takeLock() {
 }
 
 bool SupervisedRun::refuseBesideAnotherHost() {
-    const MailboxLook look = LookAtMailbox();
-    if (!look.failure.empty()) {
-        return end(toollog::e_Cause_MailboxUnreadable, look.failure);
+    const Snapshot mailbox = TakeSnapshot();
+    if (!mailbox.failure.empty() && !mailbox.missing) {
+        return end(toollog::e_Cause_MailboxUnreadable, mailbox.failure);
     }
-    if (look.host) {
+    if (mailbox.host) {
         return end(toollog::e_Cause_Busy,
-                   "another tolmira_upgrade is at work, " + ProcessText(*look.host));
+                   "another tolmira_upgrade is at work, " + ProcessText(*mailbox.host));
     }
-    if (look.controllerPresent()) {
-        i_outcome.revisionBefore = look.revision;
+    if (mailbox.present()) {
+        i_outcome.revisionBefore = mailbox.revision();
     }
     return true;
 }
@@ -157,20 +160,20 @@ bool SupervisedRun::allocateMailbox() {
     return why.empty() || end(toollog::e_Cause_MailboxUnreadable, why);
 }
 
-MailboxLook SupervisedRun::await(std::chrono::milliseconds limit,
-                                 const std::function<bool(const MailboxLook&)>& wanted,
-                                 const std::function<void(long)>& show) {
+Snapshot SupervisedRun::await(std::chrono::milliseconds limit,
+                              const std::function<bool(const Snapshot&)>& wanted,
+                              const std::function<void(long)>& show) {
     const Clock::time_point end = Clock::now() + limit;
     for (;;) {
-        MailboxLook look = LookAtMailbox();
+        Snapshot mailbox = TakeSnapshot();
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
         i_outcome.signal = i_signals.take();
-        if (wanted(look) || left.count() <= 0 || i_outcome.signal != 0) {
-            return look;
+        if (wanted(mailbox) || left.count() <= 0 || i_outcome.signal != 0) {
+            return mailbox;
         }
         show(std::chrono::duration_cast<std::chrono::seconds>(left).count() + 1);
         pollfd signal = {i_signals.descriptor(), POLLIN, 0};
-        poll(&signal, 1, static_cast<int>(std::min(left, BETWEEN_LOOKS).count()));
+        poll(&signal, 1, static_cast<int>(std::min(left, POLL_INTERVAL).count()));
     }
 }
 
@@ -178,15 +181,14 @@ bool SupervisedRun::awaitController() {
     if (!i_settings.wait) {
         return true;
     }
-    const MailboxLook look = await(
-        std::chrono::seconds(*i_settings.wait),
-        [](const MailboxLook& now) { return now.controllerPresent(); },
+    const Snapshot mailbox = await(
+        std::chrono::seconds(*i_settings.wait), [](const Snapshot& now) { return now.present(); },
         [this](long secondsLeft) { i_progress.showWait(secondsLeft); });
     i_console.eraseProgress();
     if (i_outcome.signal != 0) {
         return end(toollog::e_Cause_StoppedBefore);
     }
-    return look.controllerPresent() || end(toollog::e_Cause_ControllerMissing);
+    return mailbox.present() || end(toollog::e_Cause_ControllerMissing);
 }
 
 bool SupervisedRun::mark() {
@@ -210,7 +212,7 @@ Command SupervisedRun::toolOn(const std::string& image) const {
 Course SupervisedRun::makeCleanPass() {
     Course course = i_supervisor.run(toolOn(IMPOSSIBLE_IMAGE), Supervisor::e_Log_Hidden);
     i_inOrder = course.startError == 0 && !course.killed && course.ending.signal == 0 &&
-                !LookAtMailbox().directionUp();
+                !TakeSnapshot().directionUp();
     return course;
 }
 
@@ -220,14 +222,14 @@ bool SupervisedRun::endWithoutStart(int error) {
 }
 
 bool SupervisedRun::recover() {
-    const bool inOrder = !i_outcome.previous && LookAtMailbox().inOrder();
+    const bool inOrder = !i_outcome.previous && TakeSnapshot().inOrder();
     if (!mark()) {
         return false;
     }
     if (inOrder) {
         return true;
     }
-    i_console.note("the last run did not end in order; making a clean pass before the upgrade");
+    i_console.note("the last run did not end cleanly; making a clean pass before the upgrade");
     const Course course = makeCleanPass();
     if (course.startError != 0) {
         return endWithoutStart(course.startError);
@@ -236,11 +238,11 @@ bool SupervisedRun::recover() {
         i_outcome.signal = course.signal;
         return end(toollog::e_Cause_StoppedBefore);
     }
-    if (LookAtMailbox().directionUp()) {
+    if (TakeSnapshot().directionUp()) {
         return end(toollog::e_Cause_DirectionUp);
     }
     i_outcome.recovered = i_inOrder;
-    // Without this, an absent controller would cost a second minute.
+    // Otherwise the upgrade would wait another minute for an absent controller.
     const bool missing = course.record.cause(course.ending.exitValue, course.ending.signal) ==
                          toollog::e_Cause_ControllerMissing;
     return !missing || end(toollog::e_Cause_ControllerMissing);
@@ -275,40 +277,40 @@ void SupervisedRun::takeCauseOf(const Course& course) {
 }
 
 void SupervisedRun::cleanUpAfterKill() {
-    const MailboxLook look = LookAtMailbox();
-    i_inOrder = look.inOrder();
-    if (!look.controllerPresent()) {
+    const Snapshot mailbox = TakeSnapshot();
+    i_inOrder = mailbox.inOrder();
+    if (!mailbox.present()) {
         return;  // a clean pass would wait a minute for it
     }
     i_console.note("making a clean pass, so that the next run finds the mailbox in order");
-    (void)makeCleanPass();  // if it isn't, the marker stays
+    (void)makeCleanPass();  // if it fails, the marker stays
 }
 
-bool SupervisedRun::lookForUnreadAnswer() {
-    const MailboxLook look = await(
-        ANSWER_LIMIT, [](const MailboxLook& now) { return now.answerUnread(); }, [](long) {});
+bool SupervisedRun::checkForUnreadAnswer() {
+    const Snapshot mailbox = await(
+        ANSWER_LIMIT, [](const Snapshot& now) { return now.answerUnread(); }, [](long) {});
     if (i_outcome.signal != 0) {
         return end(toollog::e_Cause_StoppedAfter);
     }
-    return !look.answerUnread() || end(toollog::e_Cause_AnswerUnread);
+    return !mailbox.answerUnread() || end(toollog::e_Cause_AnswerUnread);
 }
 
 bool SupervisedRun::verify() {
     if (!i_settings.verify) {
         return true;
     }
-    const MailboxLook look =
+    const Snapshot mailbox =
         await(std::chrono::seconds(i_settings.verifySeconds), HasToolsRevision, [](long) {});
     if (i_outcome.signal != 0) {
         return end(toollog::e_Cause_StoppedAfter);
     }
-    i_outcome.verified = HasToolsRevision(look);
+    i_outcome.verified = HasToolsRevision(mailbox);
     if (*i_outcome.verified) {
         return true;
     }
-    return look.controllerPresent()
+    return mailbox.present()
                ? end(toollog::e_Cause_OtherRevision,
-                     "other revision: the controller has " + std::to_string(look.revision))
+                     "other revision: the controller has " + std::to_string(mailbox.revision()))
                : end(toollog::e_Cause_AbsentAfter, "absent: the controller has not come back");
 }
 

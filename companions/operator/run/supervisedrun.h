@@ -7,32 +7,32 @@
 
 #include "companions/operator/run/console.h"
 #include "companions/operator/run/imagefile.h"
-#include "companions/operator/run/mailboxlook.h"
 #include "companions/operator/run/outcome.h"
 #include "companions/operator/run/progress.h"
 #include "companions/operator/run/runlock.h"
 #include "companions/operator/run/settings.h"
 #include "companions/operator/run/signals.h"
 #include "companions/operator/run/supervisor.h"
+#include "companions/operator/status/snapshot.h"
 
 namespace run {
 
 /**
- * The story of a supervised run: the image is checked, the lock taken, a mailbox that a killed run
- * left put in order; then the tool runs; then the mailbox is looked at again, since the tool's 0
- * alone doesn't exclude an answer that was left unread, and the new revision awaited. Each step can
- * end the run; what it found is the outcome.
+ * The steps of a supervised run: check the image, take the lock, clean up after a killed run, run
+ * the tool, check the mailbox, wait for the new revision. The mailbox is checked because the tool's
+ * exit value 0 doesn't exclude an unread answer. Any step can end the run and set the outcome.
  *
- * The lock and its marker stay until close(), so that the report can be finished before.
+ * The lock and its marker are kept until close(), so that the report is written before the next run
+ * can start.
  */
 class SupervisedRun {
   public:
-    /** `start` and `reportPath` are for the marker. All are borrowed. */
+    /** `marker` is for the lock file. Everything else is borrowed. */
     SupervisedRun(const RunSettings& settings, Signals& signals, Console& console,
                   Progress& progress, Marker marker);
 
     Outcome perform();
-    /** Lets the lock go; the marker too, if the mailbox is in order. */
+    /** Releases the lock, and clears the marker if the mailbox is in order. */
     void close();
 
   private:
@@ -44,21 +44,21 @@ class SupervisedRun {
     bool awaitController();
     bool recover();
     bool upgrade();
-    bool lookForUnreadAnswer();
+    bool checkForUnreadAnswer();
     bool verify();
 
     bool end(toollog::e_Cause cause, const std::string& happened = "");
     bool mark();
     Command toolOn(const std::string& image) const;
-    /** Runs the tool on an image that can't exist: it sends nothing and lets the mailbox go. */
+    /** Runs the tool on an image that can't exist: it sends nothing and resets the direction. */
     Course makeCleanPass();
     void cleanUpAfterKill();
     void takeCauseOf(const Course& course);
     bool endWithoutStart(int error);
-    /** Polls until the look is as wanted; what it was at the end. A signal cuts it short. */
-    MailboxLook await(std::chrono::milliseconds limit,
-                      const std::function<bool(const MailboxLook&)>& wanted,
-                      const std::function<void(long secondsLeft)>& show);
+    /** Polls until `wanted` holds, a signal arrives or `limit` is over; the last snapshot. */
+    status::Snapshot await(std::chrono::milliseconds limit,
+                           const std::function<bool(const status::Snapshot&)>& wanted,
+                           const std::function<void(long secondsLeft)>& show);
 
     const RunSettings& i_settings;
     Signals& i_signals;

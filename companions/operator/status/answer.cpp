@@ -83,7 +83,7 @@ std::string UpperBits(const Snapshot& snapshot) {
     return text.empty() ? "none" : text;
 }
 
-/** An object by the addresses, which JSON wants as texts. */
+/** An object with the addresses as keys. */
 JsonValue UpperBitsObject(const Snapshot& snapshot) {
     JsonValue object = JsonValue::object();
     for (const auto& [address, bits] : snapshot.upperBits()) {
@@ -114,7 +114,7 @@ std::string Revisions(const Snapshot& snapshot) {
            std::to_string(ToolRevision());
 }
 
-/** What both forms of JSON have. */
+/** The members that both JSON forms share. */
 JsonValue Opening(const Snapshot& snapshot) {
     return {{"format", 1},
             {"present", snapshot.present()},

@@ -16,13 +16,13 @@ enum e_Exit {
 
 e_Exit ExitValue(const Snapshot& snapshot);
 
-/** What was read, of a snapshot without a failure: a line for each thing, or one JSON object. */
+/** A snapshot without a failure: a line for each property, or one JSON object. */
 std::string Text(const Snapshot& snapshot);
 std::string Json(const Snapshot& snapshot);
 
 /**
- * One line with what changes slowly: presence, revision, host, the two states and the upper bits.
- * Two snapshots with the same line show no change; a transfer changes flags and data all the time.
+ * A snapshot as one line: presence, revision, host, the two states and the upper bits. Flags and
+ * data are left out, since a transfer changes them all the time.
  */
 std::string ShortText(const Snapshot& snapshot);
 std::string ShortJson(const Snapshot& snapshot);

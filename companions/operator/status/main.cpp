@@ -1,5 +1,5 @@
 /**
- * tolmira_status: looks at the mailbox between the tool and the controller, and touches nothing.
+ * tolmira_status: shows the mailbox between the tool and the controller, and changes nothing.
  */
 #include <chrono>
 #include <cstdio>
@@ -15,12 +15,12 @@ namespace status {
 
 namespace {
 
-constexpr std::chrono::milliseconds BETWEEN_LOOKS{5};
+constexpr std::chrono::milliseconds POLL_INTERVAL{5};
 
 struct StatusSettings {
     bool json = false;
     bool watch = false;
-    /** Lines of a watch; 0 is no end. */
+    /** Lines of --watch; 0 for no limit. */
     unsigned count = 0;
 };
 
@@ -32,11 +32,11 @@ void Show(const Snapshot& snapshot, bool json) {
     }
 }
 
-/** A line for the first look, and one for each that shows a change; the last line's exit value. */
+/** A line for the first snapshot and for each change. Returns the exit value of the last line. */
 int Watch(const StatusSettings& settings) {
     std::string last;
     for (unsigned lines = 0;;) {
-        const Snapshot snapshot = Look();
+        const Snapshot snapshot = TakeSnapshot();
         const std::string line = (settings.json ? ShortJson : ShortText)(snapshot);
         if (line != last) {
             puts(line.c_str());
@@ -45,30 +45,29 @@ int Watch(const StatusSettings& settings) {
                 return ExitValue(snapshot);
             }
         }
-        std::this_thread::sleep_for(BETWEEN_LOOKS);
+        std::this_thread::sleep_for(POLL_INTERVAL);
     }
 }
 
 int Run(int argc, const char* const* argv) {
     StatusSettings settings;
     commandline::Program program(
-        "Looks at the mailbox in the shared memory /resource0, and touches nothing.\n"
+        "Shows the mailbox in the shared memory /resource0, and changes nothing.\n"
         "Exit value: 0 the controller is present and has the tool's revision, 1 it has another\n"
-        "one, 2 wrong usage, 3 it is absent, 4 there is no mailbox to look at.",
+        "revision, 2 wrong usage, 3 it is absent, 4 there is no mailbox.",
         "tolmira_status");
     program.version(TOLMIRA_VERSION);
-    program.flag("--json", settings.json, "Answer as one JSON object, with --watch one a line");
+    program.flag("--json", settings.json, "Print one JSON object, with --watch one per line");
     const commandline::Option watch = program.flag(
-        "--watch", settings.watch, "Go on looking, and write one line a change, until a signal");
-    program.option("--count", settings.count, "With --watch, end behind so many lines")
-        .needs(watch);
+        "--watch", settings.watch, "Poll, and print a line for each change, until a signal");
+    program.option("--count", settings.count, "With --watch, exit after N lines").needs(watch);
     if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;
     }
     if (settings.watch) {
         return Watch(settings);
     }
-    const Snapshot snapshot = Look();
+    const Snapshot snapshot = TakeSnapshot();
     Show(snapshot, settings.json);
     return ExitValue(snapshot);
 }
@@ -77,7 +76,7 @@ int Run(int argc, const char* const* argv) {
 
 }  // namespace status
 
-// Out of memory, the program may end as the library ends it.
+// On std::bad_alloc the program may terminate.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     OpenStandardDescriptors();
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);

@@ -19,6 +19,11 @@ constexpr unsigned ADDRESSES[] = {
 
 }  // namespace
 
+unsigned char Snapshot::byte(unsigned address) const {
+    const auto word = words.find(address);
+    return word == words.end() ? 0 : static_cast<unsigned char>(word->second);
+}
+
 bool Snapshot::present() const {
     return byte(MAILBOX_TX_STATE) != STATE_ABSENT;
 }
@@ -27,9 +32,12 @@ unsigned Snapshot::revision() const {
     return byte(MAILBOX_REVISION_HIGH) * 256U + byte(MAILBOX_REVISION_LOW);
 }
 
-bool Snapshot::leftByAKilledRun() const {
-    return !host &&
-           (byte(MAILBOX_RX_STATE) != STATE_ABSENT || byte(MAILBOX_RX_FLAG) == RX_BYTE_OFFERED);
+bool Snapshot::directionUp() const {
+    return byte(MAILBOX_RX_STATE) != STATE_ABSENT;
+}
+
+bool Snapshot::answerUnread() const {
+    return byte(MAILBOX_RX_FLAG) == RX_BYTE_OFFERED;
 }
 
 std::map<unsigned, uint32_t> Snapshot::upperBits() const {
@@ -42,10 +50,11 @@ std::map<unsigned, uint32_t> Snapshot::upperBits() const {
     return bits;
 }
 
-Snapshot Look() {
+Snapshot TakeSnapshot() {
     Snapshot snapshot;
     const CardView card;
     snapshot.failure = card.failure();
+    snapshot.missing = card.missing();
     if (!snapshot.failure.empty()) {
         return snapshot;
     }
@@ -54,11 +63,12 @@ Snapshot Look() {
         const std::optional<uint32_t> word = card.mailboxWord(address);
         if (!word) {
             snapshot.failure = SHRUNK;
+            snapshot.words.clear();
             return snapshot;
         }
         snapshot.words[address] = *word;
     }
-    // What was read may be of a host that had only just begun.
+    // A host that was not seen above may have written what was read.
     snapshot.host = snapshot.host ? snapshot.host : card.host();
     return snapshot;
 }

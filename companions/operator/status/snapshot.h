@@ -10,32 +10,39 @@
 namespace status {
 
 /**
- * One look at the mailbox. The words are read one after the other while both sides may write, so
- * two of them need not belong to the same moment.
+ * A snapshot of the mailbox. The words are read one after the other while both sides may write, so
+ * they need not belong to the same moment. After a failure all of them are 0.
  */
 struct Snapshot {
     /** Why the words can't be read; empty if they were. */
     std::string failure;
+    /** The failure is that the object doesn't exist yet. */
+    bool missing = false;
     /** The mailbox's words by their addresses. */
     std::map<unsigned, uint32_t> words;
-    /** The host that is at work; 0 if its process id is of another namespace. */
+    /** Process id of the host at work; 0 if it is in another pid namespace. */
     std::optional<pid_t> host;
 
-    unsigned char byte(unsigned address) const {
-        return static_cast<unsigned char>(words.at(address));
-    }
+    unsigned char byte(unsigned address) const;
+    /** Whether a controller is present. */
     bool present() const;
     unsigned revision() const;
-    /** A run was killed, and the next one can take an unread answer of it for its own. */
-    bool leftByAKilledRun() const;
-    /** The bits above the byte, of those words that have any. */
+    /** Whether the receive direction is not off. */
+    bool directionUp() const;
+    /** Whether a byte of the controller was offered and not taken. */
+    bool answerUnread() const;
+    /** Whether the last host has left the mailbox as a host does that ends by itself. */
+    bool inOrder() const { return !directionUp() && !answerUnread(); }
+    /** A run was killed, and the next one could take an unread answer for its own. */
+    bool leftByAKilledRun() const { return !host && !inOrder(); }
+    /** Bits 8 to 31 of the words that have any set. */
     std::map<unsigned, uint32_t> upperBits() const;
 };
 
 /**
- * Looks. The object is opened anew each time, for reading alone, and never made; so one that
- * appears, goes or is replaced is noticed.
+ * Reads the mailbox. The object is opened each time, read-only, and never created, so an object
+ * that appears, disappears or is replaced is noticed.
  */
-Snapshot Look();
+Snapshot TakeSnapshot();
 
 }  // namespace status
