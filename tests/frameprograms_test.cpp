@@ -1,68 +1,41 @@
-/** The programs for people at a frame, held against the tool itself. */
+/** The programs for the operator of a frame, compared with the tool itself. */
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <nlohmann/json.hpp>
 #include <thread>
 
 #include "companions/operator/toollog/logreader.h"
 #include "companions/operator/toollog/texts.h"
-#include "link/mailbox.h"
 #include "memory/hostlock.h"
-#include "tests/support/region.h"
-#include "tests/upgradefixture.h"
-
-using nlohmann::json;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::StartsWith;
-using testsupport::Payload;
-using testsupport::Process;
-using testsupport::ProcessResult;
-using testsupport::ReadFile;
-using testsupport::Region;
-using testsupport::RunProcess;
+#include "tests/framefixture.h"
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 const std::string SIX_LINES = "\n\n\n\n\n\n";
 
-class FrameProgramsTest : public UpgradeTest {
-  protected:
-    ProcessResult runProgram(const char* program, const Arguments& arguments) const {
-        return RunProcess(program, arguments, i_directory.path());
-    }
-};
+using FrameProgramsTest = FrameTest;
 
-TEST_F(FrameProgramsTest, TellWrongUsageInOneLine) {
-    const struct {
-        const char* program;
-        Arguments arguments;
-    } cases[] = {
+TEST_F(FrameProgramsTest, ReportWrongUsageInOneLine) {
+    const std::pair<const char*, Arguments> cases[] = {
         {TFI_INSPECT, {}},
         {TFI_INSPECT, {"--bogus", "image"}},
         {TOLMIRA_STATUS, {"more"}},
         {TOLMIRA_STATUS, {"--count", "2"}},
-        {TOLMIRA_RUN, {"--bogus", "image", "configuration"}},
         {TOLMIRA_RUN, {"-f", "--bogus", "image", "configuration"}},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(c.arguments));
-        const ProcessResult result = runProgram(c.program, c.arguments);
+    for (const auto& [program, arguments] : cases) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        const ProcessResult result = runProgram(program, arguments);
         EXPECT_EQ(result.exitValue, 2);
         EXPECT_EQ(result.out, "");
-        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+        EXPECT_EQ(LinesIn(result.err), 1) << result.err;
         EXPECT_THAT(result.err, HasSubstr("--help"));
     }
 }
 
-/** What the tool did with an image, in the words of the inspector's forecast. */
+/** What the tool did with an image, in the form of the inspector's forecast. */
 json ObservedResult(const ProcessResult& result) {
     json log = json::array();
     long pagesSent = 0;
@@ -79,7 +52,7 @@ json ObservedResult(const ProcessResult& result) {
     return {{"exit_value", result.exitValue}, {"pages_sent", pagesSent}, {"log", log}};
 }
 
-TEST_F(FrameProgramsTest, TheInspectorForetellsWhatTheToolDoes) {
+TEST_F(FrameProgramsTest, TheInspectorPredictsWhatTheToolDoes) {
     const std::string header = testsupport::SHORTEST_HEADER;
     const std::string absent = "no file";
     const struct {
@@ -94,9 +67,9 @@ TEST_F(FrameProgramsTest, TheInspectorForetellsWhatTheToolDoes) {
         {header + Payload(258), "would be sent", "", 0},
         {std::string(255, 'x') + SIX_LINES + "END\n" + Payload(9), "would be sent", "", 7},
         {SIX_LINES + "\nEND\n" + Payload(9), "not a TFI image", "doesn't begin with END", -1},
-        {header, "no pages", "nothing stands behind the header", -1},
-        {header + Payload(1), "cannot be cut into pages", "of 1 bytes is one byte more", -1},
-        {header + Payload(513), "cannot be cut into pages", "of 513 bytes is one byte more", -1},
+        {header, "no pages", "nothing follows the header", -1},
+        {header + Payload(1), "cannot be cut into pages", "of 1 bytes is one byte longer", -1},
+        {header + Payload(513), "cannot be cut into pages", "of 513 bytes is one byte longer", -1},
         {header + std::string(size_t{65535} * 256 + 1, '\0'), "too many pages", "65536 pages", -1},
         {"", "not a TFI image", "ends in line 1", -1},
         {"\n\n\n\n\nEND\n", "not a TFI image", "ends in line 7", -1},
@@ -109,7 +82,7 @@ TEST_F(FrameProgramsTest, TheInspectorForetellsWhatTheToolDoes) {
     Controller controller(i_directory);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.verdict + (':' + c.file.substr(0, 40)));
-        std::filesystem::remove(i_directory.path("image"));
+        std::filesystem::remove(path("image"));
         if (c.file != absent) {
             i_directory.write("image", c.file);
         }
@@ -126,10 +99,10 @@ TEST_F(FrameProgramsTest, TheInspectorForetellsWhatTheToolDoes) {
 
 TEST_F(FrameProgramsTest, TheInspectorTakesAnyFile) {
     writeImage(Payload(300), "Tolmira \xFF\n\n\n\n\n\r\nEND of it\n");
-    ASSERT_EQ(mkfifo(i_directory.path("pipe").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
     const ProcessResult text = runProgram(TFI_INSPECT, {"image"});
     EXPECT_EQ(text.exitValue, 0);
-    const std::string digest = runProgram("/usr/bin/sha256sum", {"image"}).out.substr(0, 64);
+    const std::string digest = sha256Of("image");
     EXPECT_THAT(text.out, StartsWith("file: image\nsize: 326\nsha256: " + digest +
                                      "\nheader line 1: Tolmira \\xFF\nheader line 2:\n"));
     EXPECT_THAT(text.out, HasSubstr("header line 7: END of it\npayload start: 26\n"
@@ -145,47 +118,40 @@ TEST_F(FrameProgramsTest, TheInspectorTakesAnyFile) {
     EXPECT_EQ(answers[2]["verdict"], "not a file");
 }
 
-#define LEFT_BEHIND                                                                        \
+#define LEFT                                                                               \
     "host: left by a killed run; use tolmira_run, or first run tolmira_upgrade once with " \
     "the path of a missing image\n"
 
-TEST_F(FrameProgramsTest, TheStatusNamesWhatTheMailboxHolds) {
+TEST_F(FrameProgramsTest, TheStatusNamesTheStateOfTheMailbox) {
     const struct {
-        uint32_t words[6];
+        uint32_t rxData, rxFlag, rxState, txData, txFlag, txState;
         unsigned revision;
         int exitValue;
         const char* text;
     } cases[] = {
-        {{0, 0, 0, 0, 0, 0},
-         7,
-         3,
+        {0, 0, 0, 0, 0, 0, 7, 3,
          "controller: absent\nrevision: 7, the tool's is 19525\nhost: none\n"
          "receive: off; flag: none; data: 0x00\nsend: absent; flag: none; data: 0x00\n"
          "upper bits: none\n"},
-        {{0x12, 243, 1, 0xFE, 36, 1},
-         19525,
-         0,
-         "controller: present\nrevision: 19525, the tool's is 19525\n" LEFT_BEHIND
+        {0x12, 243, 1, 0xFE, 36, 1, 19525, 0,
+         "controller: present\nrevision: 19525, the tool's is 19525\n" LEFT
          "receive: requested; flag: byte offered; data: 0x12\n"
          "send: announced; flag: byte offered; data: 0xFE\nupper bits: none\n"},
-        {{0, 63, 0x502, 0, 35, 0xFFFFFF02},
-         19526,
-         1,
-         "controller: present\nrevision: 19526, the tool's is 19525\n" LEFT_BEHIND
+        {0, 63, 0x502, 0, 35, 0xFFFFFF02, 19526, 1,
+         "controller: present\nrevision: 19526, the tool's is 19525\n" LEFT
          "receive: up; flag: byte taken; data: 0x00\n"
          "send: taken over; flag: byte taken; data: 0x00\n"
          "upper bits: 0x00000500 at 7, 0xFFFFFF00 at 10\n"},
-        {{0, 36, 3, 0, 243, 0x80},
-         0x4C00,
-         1,
-         "controller: present\nrevision: 19456, the tool's is 19525\n" LEFT_BEHIND
+        {0, 36, 3, 0, 243, 0x80, 0x4C00, 1,
+         "controller: present\nrevision: 19456, the tool's is 19525\n" LEFT
          "receive: odd value 3; flag: odd value 36; data: 0x00\n"
          "send: odd value 128; flag: odd value 243; data: 0x00\nupper bits: none\n"},
     };
     Region region;
     for (const auto& c : cases) {
-        for (unsigned i = 0; i < 6; ++i) {
-            region.setWord(MAILBOX_RX_DATA + i, c.words[i]);
+        unsigned address = MAILBOX_RX_DATA;
+        for (const uint32_t word : {c.rxData, c.rxFlag, c.rxState, c.txData, c.txFlag, c.txState}) {
+            region.setWord(address++, word);
         }
         region.setWord(MAILBOX_REVISION_LOW, c.revision & 0xFF);
         region.setWord(MAILBOX_REVISION_HIGH, c.revision >> 8);
@@ -210,10 +176,10 @@ TEST_F(FrameProgramsTest, TheStatusNamesWhatTheMailboxHolds) {
     EXPECT_EQ(json::parse(runProgram(TOLMIRA_STATUS, {"--json"}).out)["host"]["pid"], getpid());
     close(fd);
     EXPECT_THAT(runProgram(TOLMIRA_STATUS, {}).out, HasSubstr("left by a killed run"))
-        << "an answer that nobody has read";
+        << "an unread answer";
 }
 
-TEST_F(FrameProgramsTest, TheStatusMakesNoObjectAndEndsNoneTooEarly) {
+TEST_F(FrameProgramsTest, TheStatusNeitherCreatesNorResizesTheObject) {
     const ProcessResult missing = runProgram(TOLMIRA_STATUS, {});
     EXPECT_EQ(missing.exitValue, 4);
     EXPECT_THAT(missing.err, HasSubstr("/resource0: No such file"));
@@ -227,20 +193,20 @@ TEST_F(FrameProgramsTest, TheStatusMakesNoObjectAndEndsNoneTooEarly) {
     EXPECT_EQ(std::filesystem::file_size("/dev/shm/resource0"), 0x2000U);
 }
 
-TEST_F(FrameProgramsTest, TheStatusWritesOneLineAChange) {
+TEST_F(FrameProgramsTest, TheStatusPrintsALineForEachChange) {
     Process watch(TOLMIRA_STATUS, {"--watch", "--count", "4"}, i_directory.path(), "watch");
     ASSERT_TRUE(watch.waitForOutput("No such file"));
     Region region;
     ASSERT_TRUE(watch.waitForOutput("absent; revision 0"));
     region.setWord(MAILBOX_TX_FLAG, TX_BYTE_OFFERED);
-    // Some looks that find nothing to tell; a slow machine only makes them fewer.
+    // Some polls that find no change to print; a slow machine only makes them fewer.
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     region.setWord(MAILBOX_TX_STATE, STATE_REQUESTED);
     ASSERT_TRUE(watch.waitForOutput("send: announced"));
     shm_unlink("/resource0");
     const ProcessResult result = watch.wait();
-    EXPECT_EQ(result.exitValue, 4) << "as the last look has it";
-    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 4) << result.out;
+    EXPECT_EQ(result.exitValue, 4) << "as of the last poll";
+    EXPECT_EQ(LinesIn(result.out), 4) << result.out;
 }
 
 }  // namespace

@@ -1,27 +1,21 @@
 /** tolmira_run --journal with a socket in place of the journal's, in a private /run. */
-#include <gmock/gmock.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <map>
 #include <sstream>
 #include <thread>
 
 #include "companions/operator/toollog/logreader.h"
-#include "tests/upgradefixture.h"
+#include "tests/framefixture.h"
 
 using testing::AllOf;
 using testing::Contains;
-using testing::HasSubstr;
 using testing::Key;
 using testing::Not;
 using testing::Pair;
-using testsupport::Payload;
-using testsupport::ProcessResult;
-using testsupport::RunProcess;
 
 namespace {
 
@@ -87,7 +81,7 @@ class JournalSocket {
     std::thread i_reader;
 };
 
-using JournalTest = UpgradeTest;
+using JournalTest = FrameTest;
 
 /** The fields that the log lines of a run must have in the journal. */
 std::vector<Entry> ExpectedEntries(const std::string& output) {
@@ -104,12 +98,12 @@ std::vector<Entry> ExpectedEntries(const std::string& output) {
     return entries;
 }
 
-const std::vector<std::string> TO_JOURNAL = {"--journal", "-f", "image", "configuration"};
+const Arguments TO_JOURNAL = {"--journal", "-f", "image", "configuration"};
 
 TEST_F(JournalTest, GetsEachReportOnceAndTheTerminalNone) {
     writeImage(Payload(600));
     Controller controller(i_directory, {"--faults", "result=1@1.1"});
-    const ProcessResult plain = RunProcess(TOLMIRA_RUN, TO_JOURNAL, i_directory.path());
+    const ProcessResult plain = runProgram(TOLMIRA_RUN, TO_JOURNAL);
     EXPECT_THAT(plain.out, HasSubstr("Page 2 sent successfully")) << "without a journal";
 
     controller.stop();
@@ -118,7 +112,7 @@ TEST_F(JournalTest, GetsEachReportOnceAndTheTerminalNone) {
     if (!journal.listens()) {
         GTEST_SKIP() << "the machine doesn't permit a private /run";
     }
-    const ProcessResult result = RunProcess(TOLMIRA_RUN, TO_JOURNAL, i_directory.path());
+    const ProcessResult result = runProgram(TOLMIRA_RUN, TO_JOURNAL);
     EXPECT_EQ(result.exitValue, 0);
     EXPECT_EQ(result.out + result.err, "");
 

@@ -10,7 +10,7 @@ namespace commandline {
 
 namespace {
 
-/** A long option in front of the other program's words can only be meant for this one. */
+/** A long option before the other program's words can only be meant for this one. */
 void RefuseUnknownOption(const std::vector<std::string>& words) {
     for (const std::string& word : words) {
         if (word.empty() || word[0] != '-' || word == "--") {
@@ -29,7 +29,7 @@ void DropEndOfOptions(std::vector<std::string>& words) {
     }
 }
 
-/** Wrong usage may come before the word is read, so that the option's own variable can't tell. */
+/** Looks at the words, since wrong usage may have stopped the parser before --json. */
 bool AsksForJson(const CLI::App& app, int argc, const char* const* argv) {
     const auto knows = [](const CLI::App* one) {
         return one->get_option_no_throw("--json") != nullptr;
@@ -39,7 +39,7 @@ bool AsksForJson(const CLI::App& app, int argc, const char* const* argv) {
     return known && std::find(argv, argv + argc, std::string("--json")) != argv + argc;
 }
 
-/** A first word that is no command explains whatever the library makes of it. */
+/** An unknown command is the reason for any error that the library reports. */
 std::string ReasonOf(const CLI::App& program, const CLI::Error& error, int argc,
                      const char* const* argv) {
     std::vector<std::string> commands;
@@ -59,7 +59,7 @@ std::string RangeText(Number least, Number greatest) {
     return std::to_string(least) + " to " + std::to_string(greatest);
 }
 
-/** The help tells the kind of an option's value, and of a word by its place its name alone. */
+/** The help shows the type of an option's value, and only the name of a positional argument. */
 void NameValues(CLI::App& app) {
     for (CLI::Option* option : app.get_options()) {
         const std::string type = option->get_type_name();
@@ -258,8 +258,8 @@ std::optional<int> Program::read(int argc, const char* const* argv) {
         return i_program->exit(request);
     } catch (const CLI::Error& error) {
         ReportFailure(i_program->get_name(),
-                      ReasonOf(*i_program, error, argc, argv) + " (--help tells how)",
-                      EXIT_WRONG_USAGE, AsksForJson(*i_program, argc, argv));
+                      ReasonOf(*i_program, error, argc, argv) + " (see --help)", EXIT_WRONG_USAGE,
+                      AsksForJson(*i_program, argc, argv));
         return EXIT_WRONG_USAGE;
     }
     return std::nullopt;

@@ -14,49 +14,47 @@ class Option;
 }  // namespace CLI
 
 /**
- * The command lines of the programs around the tool, and of those that measure and try it. CLI11
- * reads them, and this library alone includes it: its header takes longer to compile than any of
- * the programs.
+ * Command lines of the companions, and of the programs that measure and test the tool. Only this
+ * library includes CLI11, whose header takes longer to compile than any of the programs.
  *
- * What options are bound to stays the program's own. It is borrowed until Program::read() returns,
- * which alone writes to it, and only where the option was given; behind wrong usage some of it may
- * be written. Nothing here is for more than one thread. A mistake in the options themselves, such
- * as the same name twice, throws.
+ * The variables of the options are borrowed until Program::read() returns. Only read() writes them,
+ * and only if the option is given; after wrong usage it may have written some. One thread. A
+ * mistake in the options themselves, such as a duplicate name, throws.
  */
 namespace commandline {
 
 constexpr int EXIT_WRONG_USAGE = 2;
 
-/** What is wrong with a word; empty if nothing is. Called within read(). */
+/** Returns the error in a word, or an empty text. Called within read(). */
 using Rule = std::function<std::string(const std::string& word)>;
 
 /** Takes a word of the command line. Called within read(). */
 using WordHandler = std::function<void(const std::string& word)>;
 
-/** Refines one option; a handle, to be copied at will, good as long as the Program lives. */
+/** Refines one option: a handle, to be copied freely, valid as long as the Program. */
 class Option {
   public:
     explicit Option(CLI::Option& option) : i_option(&option) {}
 
     Option required(bool required = true) const;
-    /** The help tells the value that the variable has now. */
+    /** The help shows the variable's current value. */
     Option showDefault() const;
 
-    /** Not without the other one. */
+    /** Wrong usage without the other option. */
     Option needs(Option other) const;
-    /** Not with the other one, nor that with this. */
+    /** Wrong usage together with the other option. */
     Option excludes(Option other) const;
 
     /** A number from the least to the greatest, both included. */
     Option inRange(int least, int greatest) const;
     Option inRange(uint64_t least, uint64_t greatest) const;
     Option oneOf(const std::vector<std::string>& words) const;
-    /** Refused with what the rule says. The help has the rule's name, if any, behind the type's. */
+    /** The rule's text is the error. The help shows the rule's name, if any, after the type. */
     Option obeys(const Rule& rule, const std::string& name = "") const;
 
     /**
-     * What the help calls the value: FILE, HEX, SECONDS and the like. Without it a number is N and
-     * everything else is TEXT.
+     * The name of the value in the help: FILE, HEX, SECONDS and the like. Without it a number is N
+     * and everything else is TEXT.
      */
     Option typeName(const std::string& name) const;
 
@@ -65,12 +63,10 @@ class Option {
 };
 
 /**
- * Where options stand: in a program, a group, or a subcommand; a handle, good as long as the
- * Program lives.
+ * The options of a program, a group or a subcommand: a handle, valid as long as the Program.
  *
- * A name with dashes is an option's, one without is that of a word which is known by its place. The
- * help tells both in the order in which they came. A word that the variable's type can't hold is
- * wrong usage.
+ * A name with dashes is an option, a name without is a positional argument. The help shows both in
+ * the order in which they were added. A word that doesn't fit the variable's type is wrong usage.
  */
 class CommandOptions {
   public:
@@ -83,7 +79,7 @@ class CommandOptions {
     Option option(const std::string& name, uint32_t& value, const std::string& help) const;
     Option option(const std::string& name, uint64_t& value, const std::string& help) const;
 
-    /** Without a value where the option wasn't given, or with an empty word. */
+    /** No value if the option isn't given, or with an empty word. */
     Option option(const std::string& name, std::optional<std::string>& value,
                   const std::string& help) const;
     Option option(const std::string& name, std::optional<uint16_t>& value,
@@ -95,24 +91,24 @@ class CommandOptions {
     Option option(const std::string& name, const WordHandler& handler,
                   const std::string& help) const;
 
-    /** As many words as there are, in their order. */
+    /** Takes all words, in their order. */
     Option option(const std::string& name, std::vector<std::string>& values,
                   const std::string& help) const;
-    /** To be given up to `most` times, each time with one word. */
+    /** May be given up to `most` times, each time with one word. */
     Option repeatable(const std::string& name, std::vector<std::string>& values, int most,
                       const std::string& help) const;
-    /** A name out of those that stand for numbers, or one of the numbers. */
+    /** One of the names, or one of their numbers. */
     Option choice(const std::string& name, int& value, const std::map<std::string, int>& names,
                   const std::string& help) const;
 
-    /** True when given; a name with a ! in front makes it false. */
+    /** True if given; a name with a leading ! makes it false. */
     Option flag(const std::string& name, bool& value, const std::string& help) const;
 
   private:
     CLI::App* i_app;
 };
 
-/** A program's command line; --help is there from the beginning. */
+/** A program's command line, with --help. */
 class Program : public CommandOptions {
   public:
     Program(const std::string& description, const std::string& name);
@@ -120,34 +116,33 @@ class Program : public CommandOptions {
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
-    /** Adds --version, which tells the program's name and this. */
+    /** Adds --version, which prints the program's name and this. */
     void version(const std::string& version);
 
-    /** Options of which exactly one is to be given. */
+    /** Options of which exactly one must be given. */
     CommandOptions oneOfGroup(const std::string& name, const std::string& help);
 
-    /** Where there are subcommands, exactly one is to be given; read() calls its `chosen`. */
+    /** With subcommands, exactly one must be given; read() calls its `chosen`. */
     CommandOptions subcommand(const std::string& name, const std::string& help,
                               const std::function<void()>& chosen);
 
     /**
-     * The words from the first one on that isn't this program's belong to another program; they are
-     * bound to `words`, without the -- that may stand in front. A long option that isn't known in
-     * front of the first plain word is wrong usage all the same. `usage` shows them in the
-     * help's first line, and `help` is below the options.
+     * Stores the arguments of another program in `words`: the first word that isn't this program's
+     * and all that follow, without a leading --. An unknown long option before the first plain word
+     * is still wrong usage. `usage` describes the words in the help's first line, and `help` is
+     * printed below the options.
      */
     void wordsOfAnother(std::vector<std::string>& words, const std::string& usage,
                         const std::string& help);
 
     /**
-     * Reads the words into what the options are bound to; to be called once. Without a value the
-     * program goes on; with one it ends at once with that: the help or the version was asked for,
-     * and is on standard output, or the usage is wrong, which has been reported, as JSON too if the
-     * words ask for it.
+     * Reads the words into the variables; to be called once. Without a value the program goes on. A
+     * value is the exit value to end with: help or version were printed, or wrong usage was
+     * reported, also as JSON if the words ask for it.
      */
     [[nodiscard]] std::optional<int> read(int argc, const char* const* argv);
 
-    /** Whether read() has met the program's option of this name, be it with an empty word. */
+    /** Whether the option was given, even with an empty word. */
     bool given(const std::string& name) const;
 
   private:
@@ -155,7 +150,7 @@ class Program : public CommandOptions {
     void takeWordsOfAnother();
 
     std::unique_ptr<CLI::App> i_program;
-    /** Borrowed; null where all words are the program's own. */
+    /** Borrowed; null if all words are the program's own. */
     std::vector<std::string>* i_wordsOfAnother = nullptr;
 };
 

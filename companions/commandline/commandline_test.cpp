@@ -20,7 +20,7 @@ using testing::HasSubstr;
 
 namespace {
 
-TEST(Printable, EscapesWhatATerminalWouldObey) {
+TEST(Printable, EscapesControlCharacters) {
     const std::pair<std::string, const char*> cases[] = {
         {"plain ~ text", "plain ~ text"},
         {"two\nlines\t", "two\\x0Alines\\x09"},
@@ -33,7 +33,7 @@ TEST(Printable, EscapesWhatATerminalWouldObey) {
     }
 }
 
-TEST(ReportFailure, IsOneLineAndAnObjectWhereThatWasAskedFor) {
+TEST(ReportFailure, PrintsOneLineAndJsonOnRequest) {
     for (const bool json : {false, true}) {
         const auto result = testsupport::RunInChild(
             [&] { commandline::ReportFailure("program", "no \"a\nb\"\xFF; look", 3, json); });
@@ -49,7 +49,7 @@ TEST(ReportFailure, IsOneLineAndAnObjectWhereThatWasAskedFor) {
     }
 }
 
-TEST(Program, ReportsWrongUsageAsJsonWhereTheWordsAskForIt) {
+TEST(Program, ReportsWrongUsageAsJsonOnRequest) {
     const struct {
         std::vector<const char*> words;
         bool json;
@@ -72,8 +72,8 @@ TEST(Program, ReportsWrongUsageAsJsonWhereTheWordsAskForIt) {
     }
 }
 
-// Without the flag, opening the FIFO would wait for a writer for ever.
-TEST(OpenRegularFile, TakesFilesAloneAndNeverWaits) {
+// Without O_NONBLOCK, opening the FIFO would wait for a writer.
+TEST(OpenRegularFile, AcceptsOnlyRegularFilesAndNeverWaits) {
     const testsupport::TestDirectory directory;
     const std::string file = directory.path("file");
     const std::string fifo = directory.path("fifo");

@@ -8,8 +8,8 @@ namespace commandline {
 std::string FailureAsJson(const std::string& text, int exitValue);
 
 /**
- * Tells on standard error, in one line, why a program ends early and what to do. The text may hold
- * names and words from outside, which are escaped here. If JSON was asked for, standard output gets
+ * Prints in one line on standard error why a program ends early and what to do. The text may
+ * contain untrusted names and words, which are escaped here. With `json`, standard output gets
  * FailureAsJson() too.
  */
 void ReportFailure(const std::string& program, const std::string& text, int exitValue, bool json);

@@ -21,7 +21,7 @@ std::string EndAlike(const std::string& candidate, const std::string& written) {
     return candidate.substr(start + 1);
 }
 
-/** How many letters have to be changed, added or taken away to make one text of the other. */
+/** How many letters must be changed, added or removed to turn one text into the other. */
 std::size_t EditDistance(const std::string& one, const std::string& other) {
     std::vector<std::size_t> row(other.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
@@ -49,7 +49,7 @@ std::string SuggestionFor(const std::string& written, const std::vector<std::str
         }
     }
     std::sort(ranked.begin(), ranked.end());
-    // What is much further away than the best is no help beside it.
+    // Candidates much worse than the best one are left out.
     std::size_t count = 0;
     while (count < std::min(SUGGESTIONS, ranked.size()) &&
            ranked[count].first <= ranked[0].first + 1) {

@@ -22,7 +22,7 @@ Descriptor OpenRegular(const std::string& path, int flags, std::string& why) {
     Descriptor file(open(path.c_str(), flags | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, readableForAll));
     struct stat status = {};
     if (!file || fstat(file.get(), &status) != 0) {
-        // What a FIFO without a reader answers to a writer.
+        // ENXIO comes from opening a FIFO without a reader for writing.
         why = errno == ENXIO ? "not a regular file" : std::generic_category().message(errno);
         return Descriptor();
     }

@@ -5,7 +5,7 @@
 
 namespace commandline {
 
-/** An open descriptor that closes itself; -1 for none. */
+/** Owns an open descriptor; -1 for none. */
 class Descriptor {
   public:
     explicit Descriptor(int fd = -1) : i_fd(fd) {}
@@ -17,7 +17,7 @@ class Descriptor {
     }
 
     int get() const { return i_fd; }
-    /** A name that opens the same file again, for streams; while the descriptor is open. */
+    /** A path that opens the same file again, for streams; valid while the descriptor is open. */
     std::string path() const { return "/proc/self/fd/" + std::to_string(i_fd); }
     explicit operator bool() const { return i_fd >= 0; }
 
@@ -26,12 +26,12 @@ class Descriptor {
 };
 
 /**
- * Opens a file of somebody else's for reading. It never waits, as opening a FIFO does, and takes
- * regular files alone, links followed. Without a descriptor `why` tells the reason.
+ * Opens an untrusted file for reading. It never waits, as opening a FIFO would, and accepts only
+ * regular files; links are followed. Without a descriptor `why` has the reason.
  */
 [[nodiscard]] Descriptor OpenRegularFile(const std::string& path, std::string& why);
 
-/** The same for writing: the file is created if it is missing, and emptied. */
+/** The same for writing: the file is created if it is missing, and truncated. */
 Descriptor CreateRegularFile(const std::string& path, std::string& why);
 
 }  // namespace commandline

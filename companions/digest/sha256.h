@@ -9,8 +9,8 @@ struct evp_md_ctx_st;
 namespace digest {
 
 /**
- * The SHA-256 of bytes that arrive in pieces, computed by libcrypto. A failure of the library
- * sticks and shows at the end. One thread.
+ * Computes the SHA-256 of bytes that arrive in pieces, with libcrypto. After an error of the
+ * library the digest is empty. One thread.
  */
 class Sha256 {
   public:

@@ -4,7 +4,7 @@
 
 namespace {
 
-// The examples of FIPS 180-4 and the empty message.
+// The examples of FIPS 180-4, and the empty message.
 TEST(Sha256, HasTheStandardsExamples) {
     const std::pair<std::string, const char*> cases[] = {
         {"", "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},

@@ -9,11 +9,11 @@
 #include <vector>
 
 /**
- * A JSON document to be written: null, a truth value, a number, a text, an array, or an object
- * whose members keep their order. nlohmann-json writes it, behind this header, because its own
+ * A JSON value to be written: null, a boolean, a number, a text, an array, or an object that keeps
+ * the order of its members. nlohmann-json writes it, but isn't included here, because its header
  * takes longer to compile than most programs.
  *
- * A value owns everything in it. Use of a value as what it is not throws std::bad_variant_access.
+ * A value owns everything in it. Use as the wrong type throws std::bad_variant_access.
  */
 class JsonValue {
   public:
@@ -41,7 +41,7 @@ class JsonValue {
     JsonValue& operator[](const std::string& key);
 
     /**
-     * On one line, or indented by so many blanks a level. Bytes that are no UTF-8 become U+FFFD.
+     * On one line, or indented by so many blanks per level. Invalid UTF-8 becomes U+FFFD.
      */
     std::string dump(int indent = -1) const;
 

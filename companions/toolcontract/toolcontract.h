@@ -3,8 +3,8 @@
 #include <cstdint>
 
 /**
- * What programs around tolmira_upgrade rely on, without linking any of it: the revision that it
- * brings a controller to, and its exit values as a parent process sees them.
+ * What other programs rely on without linking the tool: the revision that it installs, and its exit
+ * values as a parent process sees them.
  */
 namespace toolcontract {
 

@@ -7,10 +7,10 @@
 
 namespace inspect {
 
-/** For people: a block of lines for each file, unprintable bytes as \xNN. */
+/** A block of lines for each file, unprintable bytes as \xNN. */
 void PrintAsText(std::ostream& out, const std::vector<Inspection>& inspections);
 
-/** One object with one for each file in `images`; bytes that are no UTF-8 are replaced. */
+/** One object with an array `images`; invalid UTF-8 is replaced. */
 void PrintAsJson(std::ostream& out, const std::vector<Inspection>& inspections);
 
 }  // namespace inspect

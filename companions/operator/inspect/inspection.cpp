@@ -31,7 +31,7 @@ std::string Beginning(std::ifstream& image) {
     return bytes;
 }
 
-/** Takes the header's lines; returns what is wrong with them, if anything. */
+/** Adds the header's lines to `lines`; returns the error, if any. */
 std::string ReadHeader(const std::string& bytes, std::vector<std::string>& lines) {
     std::size_t from = 0;
     for (int number = 1; number <= TFI_HEADER_LINES; ++number) {
@@ -46,7 +46,7 @@ std::string ReadHeader(const std::string& bytes, std::vector<std::string>& lines
             if (from < bytes.size()) {
                 lines.push_back(bytes.substr(from));
             }
-            return "it ends in " + name + ", in front of that line's newline";
+            return "it ends in " + name + ", before that line's newline";
         }
         lines.push_back(bytes.substr(from, length));
         from = end + 1;
@@ -61,7 +61,7 @@ std::string WhyNoHeader(bool isDirectory, const std::string& reason) {
     return reason.empty() ? "its header can't be read" : reason;
 }
 
-/** The parts of an image as the tool works them out. */
+/** The parts of an image as the tool computes them. */
 Layout LayoutOf(std::ifstream& image, long size, long payloadStart) {
     Layout layout = {};
     layout.payloadStart = payloadStart;
@@ -75,7 +75,7 @@ Layout LayoutOf(std::ifstream& image, long size, long payloadStart) {
     return layout;
 }
 
-/** How many whole pages can be read in front of the first failure. */
+/** The number of pages before the first read error. */
 long ReadablePages(std::ifstream& image, const Layout& layout) {
     std::vector<char> page(TFI_PAGE_SIZE);
     image.seekg(layout.payloadStart);
@@ -90,11 +90,11 @@ long ReadablePages(std::ifstream& image, const Layout& layout) {
 
 std::string ModuloReason(const Layout& layout) {
     return "the payload of " + std::to_string(layout.payloadSize) +
-           " bytes is one byte more than whole pages, so that the checksum's first byte would "
-           "belong to the page in front of the last";
+           " bytes is one byte longer than a multiple of 256, so the checksum would be split "
+           "between the last two pages";
 }
 
-/** Judges a file whose header is one; the pages that would go out. */
+/** Judges a file with a valid header; returns how many pages would be sent. */
 long JudgePayload(std::ifstream& image, Inspection& inspection) {
     const Layout& layout = *inspection.layout;
     if (layout.pages > TFI_MAX_PAGES) {
@@ -105,7 +105,7 @@ long JudgePayload(std::ifstream& image, Inspection& inspection) {
     }
     if (layout.pages == 0) {
         inspection.verdict = e_Verdict_NoPages;
-        inspection.reason = "nothing stands behind the header";
+        inspection.reason = "nothing follows the header";
         return 0;
     }
     const long readable = ReadablePages(image, layout);
@@ -132,10 +132,10 @@ std::string Summary(e_Verdict verdict, const Layout& layout, long pagesSent) {
         return "sends nothing";
     }
     return "begins an upgrade, sends " + std::to_string(pagesSent) + " of " + all +
-           " pages, and fails; the controller is left without a whole image";
+           " pages, and fails; the controller is left without a complete image";
 }
 
-/** Lays out, judges and foretells. */
+/** Sets the layout, the verdict and the forecast. */
 void TakeImage(std::ifstream& image, long payloadStart, Inspection& inspection) {
     using toollog::Message;
     inspection.layout = LayoutOf(image, *inspection.size, payloadStart);
@@ -159,7 +159,7 @@ void TakeImage(std::ifstream& image, long payloadStart, Inspection& inspection) 
     }
 }
 
-/** What holds for every file that the tool gets to open or tries to. */
+/** The forecast for a file that the tool refuses. */
 Forecast Refusal(const std::string& file) {
     return {toollog::EXIT_NOT_UPGRADED,
             0,
@@ -167,7 +167,7 @@ Forecast Refusal(const std::string& file) {
             "sends nothing"};
 }
 
-/** The digest of what a descriptor gives from its beginning to its end. */
+/** The digest of the whole file. */
 std::string Sha256Of(int fd) {
     digest::Sha256 sha256;
     std::vector<char> buffer(std::size_t{64} * 1024);
@@ -180,7 +180,7 @@ std::string Sha256Of(int fd) {
     return count == 0 ? sha256.hex() : "";
 }
 
-/** Takes what an open file holds. */
+/** Judges an open file. */
 void Judge(std::ifstream& image, bool isDirectory, Inspection& inspection) {
     const std::string wrong = ReadHeader(Beginning(image), inspection.header);
     const long size = GetFileSize(image);
@@ -206,7 +206,7 @@ void OpenAndJudge(bool isDirectory, Inspection& inspection) {
             return;
         }
         inspection.sha256 = Sha256Of(file.get());
-        // The stream is to read the same file, whatever has its name by now.
+        // Opened through the descriptor, since the name may lead to another file by now.
         path = file.path();
     }
     std::ifstream image(path, std::ios::in | std::ios::binary);
@@ -237,8 +237,7 @@ Inspection Inspect(const std::string& file) {
     if (there && !S_ISREG(status.st_mode) && !isDirectory) {
         inspection.verdict = e_Verdict_Special;
         inspection.reason =
-            "it is a pipe, a device or a socket, and was not looked into; copy "
-            "what it gives to a file";
+            "it is a pipe, a device or a socket, and was not opened; copy its contents to a file";
         return inspection;
     }
     inspection.forecast = Refusal(file);

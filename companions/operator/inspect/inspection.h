@@ -7,7 +7,7 @@
 
 namespace inspect {
 
-/** What the tool would make of a file: X(name, words). */
+/** What the tool would do with a file: X(name, words). */
 #define IMAGE_VERDICTS(X)                      \
     X(Sendable, "would be sent")               \
     X(NotOpened, "cannot be opened")           \
@@ -26,47 +26,47 @@ enum e_Verdict {
 
 const char* WordsOf(e_Verdict verdict);
 
-/** What a TFI header and the file's end tell. Sizes in bytes. */
+/** The parts of an image. Sizes in bytes. */
 struct Layout {
     long payloadStart;
-    /** The two bytes of the checksum included. */
+    /** Includes the two bytes of the checksum. */
     long payloadSize;
     long pages;
     uint16_t checksum;
-    /** Bytes of the image in the last page; negative where the checksum begins a page too early. */
+    /** Without the checksum; -1 if the checksum begins in the page before. */
     long lastPageContent;
 };
 
-/** What the tool would do with a file, as the exit value and the log show it. */
+/** The tool's exit value and log for a file. */
 struct Forecast {
     int exitValue;
     long pagesSent;
-    /** Its messages from the file name on, without those of single pages. */
+    /** Its messages from the file name on, without those about single pages. */
     std::vector<std::string> log;
-    /** In words, for people. */
+    /** A short description. */
     std::string summary;
 };
 
 struct Inspection {
     std::string file;
     e_Verdict verdict = e_Verdict_NotOpened;
-    /** Why; empty for a file that would be sent. */
+    /** Reason of the verdict; empty for a file that would be sent. */
     std::string reason;
-    /** Of the whole file; none where it can't be told. */
+    /** Of the whole file; no value if it isn't known. */
     std::optional<long> size;
-    /** Of the whole file, in hexadecimal; empty where it can't be read to its end. */
+    /** Of the whole file, in hexadecimal; empty if it can't be read to its end. */
     std::string sha256;
-    /** The header's lines, as far as there are any, without their newlines. */
+    /** The header's lines that were found, without their newlines. */
     std::vector<std::string> header;
-    /** Only with a header that is one. */
+    /** Only with a valid header. */
     std::optional<Layout> layout;
-    /** None for what isn't a file, since that wasn't looked into. */
+    /** No value for a pipe, a device or a socket, which isn't opened. */
     std::optional<Forecast> forecast;
 };
 
 /**
- * Looks at a file with the tool's own eyes, and reads it to its end. A pipe or a device is not
- * opened: that alone may wait for ever, or have an effect.
+ * Examines a file with the tool's own functions, and reads it to its end. A pipe or a device is not
+ * opened, since that alone can block or have a side effect.
  */
 Inspection Inspect(const std::string& file);
 

@@ -1,6 +1,5 @@
 /**
- * tfi_inspect: tells what a firmware image holds, and what the tool would do with it, before
- * anyone stands at a frame.
+ * tfi_inspect: shows what a firmware image contains, and what the tool would do with it.
  */
 #include <algorithm>
 #include <cstdio>
@@ -21,11 +20,11 @@ int Run(int argc, const char* const* argv) {
     std::vector<std::string> files;
     bool json = false;
     commandline::Program program(
-        "Tells what firmware images hold and what tolmira_upgrade would do with them.\n"
-        "Exit value: 0 all would be sent, 1 one would not, 2 wrong usage.",
+        "Shows what firmware images contain and what tolmira_upgrade would do with them.\n"
+        "Exit value: 0 all would be sent, 1 at least one would not, 2 wrong usage.",
         "tfi_inspect");
     program.version(TOLMIRA_VERSION);
-    program.flag("--json", json, "Answer as one JSON object");
+    program.flag("--json", json, "Print one JSON object");
     program.option("image", files, "Images in TFI format").required();
     if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;
@@ -43,7 +42,7 @@ int Run(int argc, const char* const* argv) {
 
 }  // namespace inspect
 
-// Out of memory, the program may end as the library ends it.
+// On std::bad_alloc the program may terminate.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     OpenStandardDescriptors();
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);

@@ -10,7 +10,7 @@ namespace run {
 
 namespace {
 
-/** Back to the start of the line, and nothing after that. */
+/** Moves to the start of the line and erases it. */
 constexpr char ERASE[] = "\r\033[K";
 constexpr std::size_t USUAL_WIDTH = 80;
 constexpr std::chrono::milliseconds BETWEEN_SIGNALS{50};
@@ -91,7 +91,7 @@ std::size_t Console::progressWidth() const {
     }
     winsize size = {};
     const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
-    // Without the last column, where some terminals begin a new line.
+    // Some terminals wrap once the last column is written.
     return known ? size.ws_col - std::size_t{1} : USUAL_WIDTH - 1;
 }
 
@@ -115,7 +115,8 @@ int Console::finish(Signals& signals) {
     const std::size_t dropped = i_outputs.dropped() + (i_errors ? i_errors->dropped() : 0) +
                                 (i_journal ? i_journal->queue().dropped() : 0);
     if (dropped != 0) {
-        error(std::to_string(dropped) + " bytes of output were dropped: nobody read them in time");
+        error(std::to_string(dropped) +
+              " bytes of output were dropped, because they were not read in time");
     }
     for (OutputQueue* queue :
          {&errors(), &i_outputs, i_journal ? &i_journal->queue() : &i_outputs}) {

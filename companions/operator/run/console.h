@@ -11,8 +11,8 @@
 namespace run {
 
 /**
- * Standard output and standard error of this program. Nothing here waits for a reader, except
- * finish(). Lines of its own are printable, whatever names and values are in them.
+ * Standard output and standard error of this program. Only finish() waits for a reader. The
+ * program's own lines are made printable.
  */
 class Console {
   public:
@@ -23,31 +23,31 @@ class Console {
     };
 
     /**
-     * `quiet` leaves out the log, the progress and the notes. With `toJournal`, log and closing
-     * line go to the system's journal and nowhere else, if there is one.
+     * `quiet` leaves out the log, the progress and the notes. With `toJournal`, the log and the
+     * closing line go only to the system's journal, if there is one.
      */
     Console(bool quiet, bool logOnError, bool toJournal);
 
-    /** The tool's output, byte for byte, and the same as reports, for the journal. */
+    /** The tool's output: byte for byte, and as reports for the journal. */
     void log(const char* bytes, std::size_t count);
     void log(const toollog::LogLine& report);
     /** The closing line. */
     void close(const std::string& text, const std::string& cause, bool isFailure);
-    /** A line on standard error, with the program's name before it; an error is never left out. */
+    /** A line on standard error with the program's name before it; errors are printed always. */
     void error(const std::string& text);
     void note(const std::string& text);
     /** On standard output. */
     void output(const std::string& text);
 
-    /** How many characters a progress line may have; 0: nobody would see it. */
+    /** Longest progress line in characters; 0 if no terminal shows it. */
     std::size_t progressWidth() const;
-    /** Draws in place of the last progress, unless a reader is behind. */
+    /** Replaces the last progress line; skipped while earlier output is still waiting. */
     void drawProgress(const std::string& text);
     void eraseProgress();
 
     /**
-     * Waits until the readers have everything. The signal that put an end to that, with a note how
-     * much is lost; 0 if all is written.
+     * Waits until all output is written, and reports how much was dropped. Returns the signal that
+     * ended the wait, or 0.
      */
     int finish(Signals& signals);
 
@@ -59,7 +59,7 @@ class Console {
     const bool i_quiet;
     const e_Log i_log;
     OutputQueue i_outputs;
-    /** Null if both lead to one place. */
+    /** Null if both are the same file. */
     std::unique_ptr<OutputQueue> i_errors;
     std::unique_ptr<Journal> i_journal;
     bool i_drawn = false;

@@ -27,7 +27,7 @@ constexpr std::size_t LONGEST_DIGEST_FILE = 1 << 20;
 
 using ByteHandler = std::function<bool(const char* bytes, std::size_t count)>;
 
-/** Hands a file's bytes on, at most so many; false if it can't be read or the handler fails. */
+/** Passes at most `most` bytes of a file on; false if a read or the handler fails. */
 bool ReadAll(int fd, std::size_t most, const ByteHandler& handler) {
     std::array<char, 65536> buffer;
     while (most > 0) {
@@ -50,7 +50,7 @@ bool WriteAll(int fd, const char* bytes, std::size_t count) {
     return write(fd, bytes, count) == static_cast<ssize_t>(count);
 }
 
-/** A copy of the file in memory that nobody can change any more; none if it can't be made. */
+/** A copy of the file in memory that can't be changed; empty on failure. */
 Descriptor SealedCopy(int fd) {
     Descriptor memory(memfd_create("tolmira image", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     constexpr int seals = F_SEAL_WRITE | F_SEAL_GROW | F_SEAL_SHRINK | F_SEAL_SEAL;
@@ -79,7 +79,7 @@ std::optional<std::string> DigestOf(int fd) {
     return read && !hex.empty() ? std::optional<std::string>(hex) : std::nullopt;
 }
 
-/** Whether something has that name, regular or not. */
+/** A file of any type. */
 bool Exists(const std::string& file) {
     struct stat status = {};
     return stat(file.c_str(), &status) == 0;
@@ -90,13 +90,13 @@ bool IsRegular(const std::string& file) {
     return stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-/** One line of sha256sum's: digits, a blank, a blank or a star, the name. */
+/** A line of sha256sum: digits, a blank, a blank or a star, the name. */
 struct DigestLine {
     std::string digits;
     std::string name;
 };
 
-/** A name with a backslash or a newline has a backslash before the digits, and both escaped. */
+/** sha256sum escapes a backslash and a newline, and marks such a line with a leading backslash. */
 std::string Unescaped(const std::string& name) {
     std::string plain;
     for (std::size_t i = 0; i < name.size(); ++i) {
@@ -163,7 +163,7 @@ std::optional<std::string> DigestIn(const std::string& digestFile, const std::st
     }
     std::string text;
     (void)ReadAll(opened.get(), LONGEST_DIGEST_FILE, [&](const char* bytes, std::size_t count) {
-        text.append(bytes, count);  // of a file that can't be read on, the beginning counts
+        text.append(bytes, count);  // after a read error, the bytes so far count
         return true;
     });
     std::istringstream lines(text);

@@ -19,7 +19,7 @@ void Close(int& descriptor) {
     }
 }
 
-/** cat runs only once the lock is held; it echoes what it gets, and ends with its input. */
+/** cat starts once the lock is held, echoes its input, and ends at the end of it. */
 const char* const COMMAND[] = {"systemd-inhibit",
                                "--what=sleep:shutdown:idle",
                                "--who=tolmira_run",

@@ -10,11 +10,12 @@
 namespace run {
 
 /**
- * Keeps the machine awake: no sleep and no orderly shutdown while it is held. systemd-inhibit does
- * it, as a child that asks the login manager and then holds the lock for as long as its standard
- * input is open. The tool has the other end of that open too, so that the lock lasts even if this
- * process is killed. Where there is no such manager, or it doesn't answer within LIMIT, nothing is
- * held and nothing said. Nothing here waits.
+ * An inhibitor lock of the login manager, which blocks sleep and orderly shutdown.
+ *
+ * A child, systemd-inhibit, takes the lock and holds it until its standard input is closed. The
+ * tool inherits the write end of that pipe, so the lock outlasts this process if that is killed.
+ * Without a login manager, or without an answer within LIMIT, no lock is held and nothing is
+ * reported. No call waits.
  */
 class Inhibitor {
   public:
@@ -25,11 +26,11 @@ class Inhibitor {
     Inhibitor(const Inhibitor&) = delete;
     Inhibitor& operator=(const Inhibitor&) = delete;
 
-    /** Before the tool starts: what it is to keep open. */
+    /** To be called before the tool starts: adds the descriptor that the tool must inherit. */
     void keepFor(Command& tool);
-    /** Now and then: asks when it is wanted first, and gives up when no answer comes. */
+    /** To be called regularly: asks for the lock once it is wanted, and gives up after LIMIT. */
     void attend(bool wanted);
-    /** Lets go. */
+    /** Releases the lock. */
     void stop();
 
     static constexpr std::chrono::seconds LIMIT{1};
@@ -40,10 +41,10 @@ class Inhibitor {
     void endChild();
 
     const Signals& i_signals;
-    /** The child's standard input: its end, and ours. */
+    /** The pipe to the child's standard input. */
     int i_read = -1;
     int i_write = -1;
-    /** Where the child echoes a byte once it holds the lock. */
+    /** The child echoes a byte here once it holds the lock. */
     int i_echo = -1;
     pid_t i_child = 0;
     bool i_asked = false;

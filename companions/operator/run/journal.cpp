@@ -48,7 +48,7 @@ void Send(const Fields& fields) {
     for (const std::string& field : fields) {
         parts.push_back({const_cast<char*>(field.data()), field.size()});
     }
-    // A journal that can't take the entry is no reason to end a run.
+    // An entry that the journal refuses must not end the run.
     (void)sd_journal_sendv(parts.data(), static_cast<int>(parts.size()));
 }
 

@@ -9,16 +9,16 @@
 namespace run {
 
 /**
- * The system's journal as the place of the log. Each entry has a priority; a report of the tool has
- * its own source position too, and its page if it names one. Nothing here waits for the journal.
+ * Sends the log to the system's journal. Every entry has a priority. A report of the tool also has
+ * its source position and, if it names one, its page. No call waits for the journal.
  */
 class Journal {
   public:
-    /** Whether a journal listens on this machine. Without one, entries vanish. */
+    /** Whether a journal listens on this machine. Without one, entries are lost. */
     static bool listens();
 
     void report(const toollog::LogLine& line);
-    /** How the run came out, with one of the causes' words. */
+    /** The closing line, and the words of its cause. */
     void close(const std::string& text, const std::string& cause, bool isFailure);
 
     OutputQueue& queue() { return i_queue; }

@@ -1,6 +1,6 @@
 /**
- * tolmira_run: runs the tool for people and scripts, so that nobody breaks an upgrade off by
- * accident and a success is one. The tool is as it always is.
+ * tolmira_run: supervises the unchanged tool for people and scripts. An upgrade can't be
+ * interrupted by accident, and success is reported only if the mailbox confirms it.
  */
 #include <unistd.h>
 
@@ -35,7 +35,7 @@ class RunSession {
           i_console(settings.quiet, settings.reportOnOutput(), settings.journal),
           i_progress(settings, i_console) {}
 
-    /** The exit value. */
+    /** Returns the exit value. */
     int run() {
         if (!prepareReport()) {
             return ExitValueOf(i_outcome, i_settings);
@@ -43,13 +43,14 @@ class RunSession {
         SupervisedRun supervised(i_settings, i_signals, i_console, i_progress,
                                  {getpid(), i_start, i_report.path()});
         i_outcome = supervised.perform();
-        // What others wait for comes before what only a reader of the log waits for.
+        // Before the closing line, which may wait for a slow reader of the log.
         writeReport();
         supervised.close();
-        return sayGoodbye();
+        return finish();
     }
 
-    /** The report alone, for wrong usage, which has been reported on standard error. */
+    /** Writes only the report, after wrong usage that was already reported. Returns the exit value.
+     */
     int refuse() {
         i_outcome.cause = toollog::e_Cause_WrongUsage;
         if (prepareReport()) {
@@ -68,7 +69,7 @@ class RunSession {
         }
         i_outcome.cause = toollog::e_Cause_CannotReport;
         i_outcome.happened = "cannot write the report " + file + ": " + i_report.error();
-        (void)sayGoodbye();
+        (void)finish();
         return false;
     }
 
@@ -85,12 +86,12 @@ class RunSession {
             i_console.output(text);
         } else if (!i_settings.reportFile.empty() && !i_report.write(text)) {
             i_console.error("cannot write the report " + i_settings.reportFile + ": " +
-                            i_report.error() + "; the old one, if any, is as it was");
+                            i_report.error() + "; an existing report is unchanged");
         }
     }
 
-    /** The closing line, and the rest of the log. The exit value. */
-    int sayGoodbye() {
+    /** Prints the closing line and waits for the rest of the log. Returns the exit value. */
+    int finish() {
         const int exitValue = ExitValueOf(i_outcome, i_settings);
         i_progress.end(toollog::CAUSE_ROWS[i_outcome.cause].words, exitValue);
         const std::string line = HappenedText(i_outcome) + "; " + NextStepOf(i_outcome);
@@ -104,7 +105,7 @@ class RunSession {
     const RunSettings& i_settings;
     const std::string i_start;
     const Clock::time_point i_started;
-    /** Before all that has a thread. */
+    /** Before the members that start threads. */
     Signals i_signals;
     Console i_console;
     Progress i_progress;
@@ -116,7 +117,7 @@ class RunSession {
 
 }  // namespace run
 
-// Out of memory, the program may end as the library ends it.
+// On std::bad_alloc the program may terminate.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     OpenStandardDescriptors();
     unsetenv("POSIXLY_CORRECT");  // it would change the order in which the tool finds its options

@@ -16,7 +16,7 @@ std::optional<Operands> ReadOperands(const std::vector<std::string>& words) {
     argv.push_back(nullptr);
     Operands operands;
     int options = 0;
-    opterr = 0;  // the tool has its own words for an unknown option
+    opterr = 0;  // the tool reports an unknown option itself
     optind = 0;
     for (int option = getopt(argc, argv.data(), "f"); option != -1;
          option = getopt(argc, argv.data(), "f")) {
@@ -26,7 +26,7 @@ std::optional<Operands> ReadOperands(const std::vector<std::string>& words) {
     if (argc != 3 + options) {
         return std::nullopt;
     }
-    // The scan has moved the options to the front.
+    // getopt has moved the options to the front.
     const char* image = argv[static_cast<std::size_t>(options) + 1];
     operands.image = image;
     operands.configuration = argv[static_cast<std::size_t>(options) + 2];

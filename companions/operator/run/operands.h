@@ -7,16 +7,16 @@
 
 namespace run {
 
-/** The tool's words, as the tool reads them. */
+/** The tool's arguments, read as the tool reads them. */
 struct Operands {
     std::string image;
     std::string configuration;
     bool force = false;
-    /** Where the image is among the words. */
+    /** Index of the image among the arguments. */
     std::size_t imageAt = 0;
 };
 
-/** No value if the tool would refuse the words for their number. */
+/** No value if the tool would refuse the number of arguments. */
 std::optional<Operands> ReadOperands(const std::vector<std::string>& words);
 
 }  // namespace run

@@ -13,7 +13,7 @@ const toollog::CauseRow& RowOf(const Outcome& outcome) {
     return toollog::CAUSE_ROWS[outcome.cause];
 }
 
-/** How far the pages came, for a run that knows it. */
+/** How many pages were sent, if the run came that far. */
 std::string PagesText(const toollog::RunRecord& record) {
     if (!record.pages() || record.pagesSent() == 0) {
         return "";

@@ -11,37 +11,36 @@
 
 namespace run {
 
-/** How a run came out: what the report, the closing line and the exit value are made of. */
+/** Result of a run, from which the report, the closing line and the exit value are made. */
 struct Outcome {
     toollog::e_Cause cause = toollog::e_Cause_Unknown;
-    /** What happened, if the cause's words alone don't say it. */
+    /** What happened, in more detail than the cause's words; empty if those are enough. */
     std::string happened;
-    /** The signal that put an end to this program's run; 0 if none did. */
+    /** The signal that ended this program's run, or 0. */
     int signal = 0;
 
-    /** Of the tool; none if it didn't run. */
+    /** Of the tool; no value if it didn't run. */
     std::optional<Ending> tool;
     toollog::RunRecord record;
 
     CheckedImage image;
     std::optional<long> revisionBefore;
     std::optional<long> revisionAfter;
-    /** Whether a clean pass was needed and put the mailbox in order. */
+    /** A clean pass was needed, and has put the mailbox in order. */
     bool recovered = false;
-    /** None if that wasn't asked for, or not reached. */
+    /** Result of --verify; no value if it wasn't requested or not reached. */
     std::optional<bool> verified;
-    /** The run that left its marker. */
+    /** Of an earlier run that did not end cleanly. */
     std::optional<Marker> previous;
 };
 
-/** The tool's end as the outcome: its cause, and what happened. */
+/** Derives the cause and the revision from the tool's end and log. */
 void TakeToolsEnd(Outcome& outcome);
 
 int ExitValueOf(const Outcome& outcome, const RunSettings& settings);
 
-/** What happened. */
+/** The two halves of the closing line: what happened, and what to do next. */
 std::string HappenedText(const Outcome& outcome);
-/** What to do next. */
 const char* NextStepOf(const Outcome& outcome);
 
 }  // namespace run

@@ -14,18 +14,17 @@ namespace run {
 
 namespace {
 
-/** Pieces are joined up to this size, so that a log of many short lines takes little more memory.
- */
+/** Pieces are joined up to this many bytes, to save memory with many short lines. */
 constexpr std::size_t PIECE = 65536;
 
-/** False once the descriptor can't be written any more. */
+/** False after a write error. */
 bool WriteAll(int descriptor, const std::string& bytes) {
     std::size_t written = 0;
     while (written < bytes.size()) {
         const ssize_t count = write(descriptor, bytes.data() + written, bytes.size() - written);
         if (count >= 0) {
             written += static_cast<std::size_t>(count);
-        } else if (errno == EAGAIN) {  // somebody else has made it non-blocking
+        } else if (errno == EAGAIN) {  // another process made it non-blocking
             pollfd ready = {descriptor, POLLOUT, 0};
             poll(&ready, 1, -1);
         } else if (errno != EINTR) {
@@ -37,7 +36,7 @@ bool WriteAll(int descriptor, const std::string& bytes) {
 
 }  // namespace
 
-/** Bytes for a descriptor, or what a function sends, whose size is all that counts here. */
+/** Bytes for a descriptor, or a function that sends `size` bytes. */
 struct OutputQueue::Piece {
     int descriptor;
     std::string bytes;

@@ -9,19 +9,19 @@
 namespace run {
 
 /**
- * What goes to this process's standard output and standard error, written by a thread of its own: a
- * reader that stops reading delays nobody but that thread. The bytes wait in memory, at most LIMIT
- * of them; no descriptor is made non-blocking, since others share it. A descriptor that can't be
- * written any more, such as that of a lost terminal, takes all the rest and shows nothing.
+ * Writes to this process's standard output and standard error in a thread of its own, so that a
+ * reader that stops reading blocks only that thread. At most LIMIT bytes wait in memory. The
+ * descriptors stay blocking, since other processes share them. After a write error, such as on a
+ * lost terminal, further bytes for that descriptor are discarded.
  *
- * Standard output and standard error that lead to one place belong in one queue, which keeps their
- * order. When the object goes, what is still waiting is given up.
+ * If standard output and standard error are the same file, they must share one queue, which keeps
+ * their order. The destructor discards what is still waiting.
  */
 class OutputQueue {
   public:
     /**
-     * The longest log of an upgrade: a line of at most 128 bytes for each of five attempts at each
-     * of 65535 pages, and the lines of the rest of the run.
+     * The longest log of an upgrade in bytes: a line of at most 128 for each of five attempts at
+     * each of 65535 pages, and the lines of the rest of the run.
      */
     static constexpr std::size_t LIMIT = std::size_t{65535} * 5 * 128 + 65536;
 
@@ -32,11 +32,12 @@ class OutputQueue {
 
     /** Never waits. Bytes above the limit are dropped. */
     void put(int descriptor, const std::string& bytes);
-    /** The same for what is no descriptor: the queue's thread calls `send` once. */
+    /** The same without a descriptor: the thread calls `send` once. `bytes` counts for the limit.
+     */
     void put(std::function<void()> send, std::size_t bytes);
-    /** Whether all has been written. */
+    /** Whether everything has been written. */
     bool empty() const;
-    /** Waits until all has been written, at most for this long; whether it has. */
+    /** Waits until everything is written; false if that takes longer than `limit`. */
     bool drain(std::chrono::milliseconds limit) const;
     /** How many bytes were dropped. */
     std::size_t dropped() const;
@@ -47,7 +48,7 @@ class OutputQueue {
     void add(Piece piece);
     static void write(const std::shared_ptr<State>& state);
 
-    /** Shared with the thread, which may outlive the object in a write that never ends. */
+    /** Shared with the thread, which outlives the object while a write blocks. */
     std::shared_ptr<State> i_state;
 };
 

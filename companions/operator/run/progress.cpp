@@ -118,7 +118,7 @@ void Progress::end(const std::string& cause, int exitValue) {
 
 void Progress::finish() {
     if (i_json) {
-        (void)i_json->drain(LAST_READER);  // a reader that is gone misses the end
+        (void)i_json->drain(LAST_READER);  // without a reader the rest is lost
     }
 }
 

@@ -12,9 +12,8 @@
 namespace run {
 
 /**
- * How far the run is, for those who wait for it: a line on standard error that is drawn again and
- * again, only if that is a terminal, or lines of JSON on a descriptor. A reader that is behind
- * misses some.
+ * Shows the progress of the run: as a line on standard error that is redrawn, if that is a
+ * terminal, or as lines of JSON on a descriptor. A slow reader misses some states.
  */
 class Progress {
   public:
@@ -22,12 +21,11 @@ class Progress {
 
     Progress(const RunSettings& settings, Console& console);
 
-    /** To be called as often as there is time; shows at most one state in BETWEEN. */
+    /** May be called at any rate; shows at most one state in BETWEEN. */
     void show(const toollog::RunRecord& record);
-    /** Seconds until the wait for a controller is given up. */
     void showWait(long secondsLeft);
     void end(const std::string& cause, int exitValue);
-    /** Waits until a reader of JSON has all of it, a second at most. */
+    /** Waits until all JSON is written, at most a second. */
     void finish();
 
     static constexpr std::chrono::milliseconds BETWEEN{100};
@@ -43,7 +41,7 @@ class Progress {
     /** Null unless JSON is asked for. */
     std::unique_ptr<OutputQueue> i_json;
     Clock::time_point i_lastShown;
-    /** When the image was first seen to be open, and when the last page was delivered. */
+    /** When the image was first reported open, and when the last page was delivered. */
     Clock::time_point i_start;
     Clock::time_point i_lastPage;
     bool i_started = false;

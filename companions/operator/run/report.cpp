@@ -27,7 +27,7 @@ std::string HostName() {
     return gethostname(name, sizeof name - 1) == 0 ? name : "";
 }
 
-/** The page that ended the run. The first attempt shows why: the others may only follow from it. */
+/** The page that ended the run. `why` is the first attempt's, which may have caused the others. */
 JsonValue FailedPage(const toollog::RunRecord& record) {
     std::vector<std::string> words;
     for (const toollog::e_Attempt attempt : record.attempts()) {
@@ -36,7 +36,7 @@ JsonValue FailedPage(const toollog::RunRecord& record) {
     return {{"page", *record.failedPage()}, {"why", words.front()}, {"attempts", words}};
 }
 
-/** The version is known of the tool that belongs to this program, and of no other. */
+/** The version is known only for the tool beside this program. */
 JsonValue Tool(const RunSettings& settings, const Outcome& outcome) {
     const std::optional<Ending>& ending = outcome.tool;
     const bool exited = ending && ending->signal == 0;
@@ -63,7 +63,7 @@ JsonValue Previous(const std::optional<Marker>& marker) {
         {"pid", marker->pid}, {"start", OrNull(marker->start)}, {"report", OrNull(marker->report)}};
 }
 
-/** What the log has shown. */
+/** Adds the log's results. */
 void AddLog(JsonValue& report, const Outcome& outcome) {
     const toollog::RunRecord& record = outcome.record;
     report["pages"] = OrNull(record.pages());

@@ -8,19 +8,19 @@
 
 namespace run {
 
-/** When a run began and how long it took; the duration is of a clock that nobody sets. */
+/** Start and end of a run in wall-clock time, and its duration by the steady clock. */
 struct Times {
     std::string start;
     std::string end;
     double seconds = 0;
 };
 
-/** The time now, as RFC 3339 has it, in UTC. */
+/** The current time in UTC, in the format of RFC 3339. */
 std::string TimeText();
 
 /**
- * The record of a run as one JSON object, with a newline at its end. Its form is a contract: the
- * schema is companions/schemas/tolmira_run.schema.json.
+ * The report of a run: one JSON object and a newline. Its schema,
+ * companions/schemas/tolmira_run.schema.json, is a contract.
  */
 std::string ReportOf(const RunSettings& settings, const Outcome& outcome, int exitValue,
                      const Times& times);

@@ -19,15 +19,14 @@ namespace fs = std::filesystem;
 constexpr int MOST_LINKS = 40;
 constexpr mode_t USUAL_MODE = 0666;
 constexpr mode_t PERMISSIONS = 07777;
-/** Bytes that the attempt writes: more than a report has, but for one with a hundred long troubles.
- */
-constexpr std::size_t ATTEMPT = 16384;
+/** Size of the trial file in bytes; few reports are larger. */
+constexpr std::size_t TRIAL_SIZE = 16384;
 
 std::string Message(int error) {
     return std::generic_category().message(error);
 }
 
-/** Where the file is, or would be made: links are followed even if they lead to nothing. */
+/** Path of the file with symbolic links followed, dangling ones too. */
 std::string PlaceOf(const std::string& file) {
     std::error_code error;
     fs::path path = fs::absolute(file, error);
@@ -49,7 +48,7 @@ mode_t Umask() {
     return mask;
 }
 
-/** As the old report has it, or as a new file would get it. */
+/** Mode of the old report, or of a new file. */
 mode_t ModeFor(const std::string& path) {
     struct stat status = {};
     return stat(path.c_str(), &status) == 0 ? status.st_mode & PERMISSIONS : USUAL_MODE & ~Umask();
@@ -74,13 +73,13 @@ bool ReportFile::fail(const std::string& why) {
     return false;
 }
 
-/** Makes an empty file with a name of its own in the same directory. */
+/** Creates an empty file with a unique name in the same directory. */
 int ReportFile::createBeside(std::string& name) {
     name = i_path + ".XXXXXX";
     return mkostemp(name.data(), O_CLOEXEC);
 }
 
-/** Errors of the disk show at the latest when the bytes are synchronised. */
+/** fsync() reports the disk's errors that write() did not. */
 bool ReportFile::writeBeside(const std::string& bytes, std::string& name) {
     const int fd = createBeside(name);
     if (fd < 0) {
@@ -109,7 +108,7 @@ bool ReportFile::prepare(const std::string& file, const std::vector<std::string>
         return fail("it is one of the run's own files");
     }
     std::string name;
-    if (!writeBeside(std::string(ATTEMPT, '\n'), name)) {
+    if (!writeBeside(std::string(TRIAL_SIZE, '\n'), name)) {
         return false;
     }
     unlink(name.c_str());

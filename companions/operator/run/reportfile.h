@@ -6,18 +6,18 @@
 namespace run {
 
 /**
- * The file of --report. It is written beside its place and renamed, so that it is whole, or the old
- * one stays; links are followed first, so that they stay links.
+ * The file of --report. It is written under another name in the same directory and renamed, so it
+ * is always the old report or the whole new one. Symbolic links are followed and stay links.
  */
 class ReportFile {
   public:
     /**
-     * Tries whether a report can be written, with a file beside it that is removed again, so that a
-     * place that can't be written fails before the upgrade. False, and `error()` tells why, also
-     * for what isn't a regular file, and for one of `inputs`, the run's other files.
+     * Writes and removes a trial file in the same directory, so that an unwritable path fails
+     * before the upgrade and not after it. False, with the reason in `error()`, if that fails, if
+     * the path is not a regular file, or if it is one of `inputs`, the run's other files.
      */
     [[nodiscard]] bool prepare(const std::string& file, const std::vector<std::string>& inputs);
-    /** False if it can't be written; `error()` tells why, and the old report is as it was. */
+    /** False with the reason in `error()`; the old report is then unchanged. */
     [[nodiscard]] bool write(const std::string& report);
 
     /** Absolute, links followed. */

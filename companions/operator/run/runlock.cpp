@@ -16,14 +16,14 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr mode_t READABLE_FOR_ALL = 0644;
-/** Bytes; a marker is shorter, and what is longer isn't one. */
+/** In bytes; a longer file is not a marker. */
 constexpr std::size_t LONGEST_MARKER = 8192;
 constexpr int MOST_TRIES = 10;
 
 /**
- * Opens the file, and makes it if it is missing. An existing file is never opened with O_CREAT: the
- * kernel may refuse that for the file of another user in a directory that all can write. A file
- * that can only be read can still be locked.
+ * Opens the file, and creates it if it is missing. An existing file is opened without O_CREAT,
+ * because the kernel may refuse that for another user's file in a world-writable directory. A file
+ * that is only readable can still be locked.
  */
 int OpenOrCreate(const char* name, bool& writable) {
     constexpr int flags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
@@ -32,7 +32,7 @@ int OpenOrCreate(const char* name, bool& writable) {
     if (fd < 0 && errno == ENOENT) {
         fd = open(name, O_RDWR | flags | O_CREAT | O_EXCL, READABLE_FOR_ALL);
         if (fd >= 0) {
-            fchmod(fd, READABLE_FOR_ALL);  // whatever the umask
+            fchmod(fd, READABLE_FOR_ALL);  // regardless of the umask
         } else if (errno == EEXIST) {
             fd = open(name, O_RDWR | flags);
         }
@@ -44,7 +44,7 @@ int OpenOrCreate(const char* name, bool& writable) {
     return fd;
 }
 
-/** Whether the name still leads to the open file: it may have been removed meanwhile. */
+/** False if the file was removed or replaced since it was opened. */
 bool IsStillThere(int fd, const char* name) {
     struct stat opened = {};
     struct stat named = {};
@@ -140,7 +140,7 @@ bool RunLock::mark(const Marker& marker) {
 
 void RunLock::clearMark() {
     if (ftruncate(i_fd, 0) != 0) {
-        return;  // the next run makes a clean pass too many
+        return;  // the next run then makes a needless clean pass
     }
 }
 

@@ -5,23 +5,23 @@
 
 namespace run {
 
-/** What a run leaves in the lock file until it has ended in order. */
+/** Contents of the lock file during a run, and after one that did not end cleanly. */
 struct Marker {
     /** 0 if the file can't be read as a marker. */
     int pid = 0;
     /** When the run began, as RFC 3339 has it. */
     std::string start;
-    /** Where its report was to be; empty for none. */
+    /** Path of its report; empty without one. */
     std::string report;
 };
 
 /**
- * The lock that keeps a second run away from the mailbox: a file beside the shared-memory object,
- * so that it is the same file for those, and only those, who see the same object.
+ * Prevents a second run on the same mailbox. The lock is a file in the same directory as the
+ * shared-memory object, so processes share the lock exactly if they share the object.
  *
- * The kernel holds the lock for as long as anybody has the file open. The tool inherits it, so a
- * run whose starter was killed still keeps the others away. The file stays. It is empty unless a
- * run is under way or has not ended in order: then it has that run's marker.
+ * The kernel holds the lock while any process has the file open. The tool inherits it, so the lock
+ * outlasts a killed tolmira_run as long as the tool runs. The file is never removed. It is empty,
+ * or has the marker of a run that is under way or did not end cleanly.
  */
 class RunLock {
   public:
@@ -29,7 +29,7 @@ class RunLock {
         e_Result_Taken,
         /** Another run holds it. */
         e_Result_Busy,
-        /** `error()` tells why. */
+        /** `error()` has the reason. */
         e_Result_Failed,
     };
 
@@ -38,18 +38,19 @@ class RunLock {
     RunLock(const RunLock&) = delete;
     RunLock& operator=(const RunLock&) = delete;
 
-    /** Doesn't wait. */
+    /** Never waits. */
     [[nodiscard]] e_Result take();
     /** The descriptor that holds the lock; children that keep it hold the lock too. */
     int descriptor() const { return i_fd; }
     void release();
 
-    /** What the last run left; none if it ended in order. With the lock taken, like what follows.
+    /** The last run's marker; no value if that ended cleanly. Requires the lock, as do the next
+     * two.
      */
     std::optional<Marker> marker() const;
-    /** False if the file can't be written; `error()` tells why. */
+    /** False with the reason in `error()` if the file can't be written. */
     [[nodiscard]] bool mark(const Marker& marker);
-    /** The mailbox is in order. */
+    /** To be called once the mailbox is in order. */
     void clearMark();
 
     const std::string& error() const { return i_error; }

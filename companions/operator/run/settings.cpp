@@ -31,9 +31,8 @@ std::string UsualText(const toollog::CauseRow& row) {
 /** The exit values, a line for each cause. */
 std::string ExitTable() {
     std::string table =
-        "Exit values. 128+n: n is the number of the signal that ended the run; an abort is 6. "
-        "With\n"
-        "--check an image that would not be sent is 1, as for tfi_inspect.\n\n"
+        "Exit values. 128+n: signal n ended the run; an abort is signal 6. With --check, an image "
+        "that\nwould not be sent gives 1, as with tfi_inspect.\n\n"
         "  usual  by cause  cause\n";
     for (const toollog::CauseRow& row : toollog::CAUSE_ROWS) {
         table += "  " + Column(UsualText(row), 7) + Column(std::to_string(row.exitByCause), 10) +
@@ -45,49 +44,52 @@ std::string ExitTable() {
 std::string NotADigest(const std::string& word) {
     const bool fits = word.size() == DIGEST_DIGITS &&
                       word.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
-    return fits ? "" : "64 hexadecimal digits are needed";
+    return fits ? "" : "give 64 hexadecimal digits, not " + word;
 }
 
 std::string NotOpen(const std::string& word) {
     const int descriptor = atoi(word.c_str());
-    return fcntl(descriptor, F_GETFD) >= 0 ? "" : "the descriptor is not open: " + word;
+    return fcntl(descriptor, F_GETFD) >= 0 ? "" : "descriptor " + word + " is not open";
 }
 
 void AddReporting(const commandline::Program& program, RunSettings& settings) {
     program
         .option(REPORT_OPTION, settings.reportFile,
-                "Write a JSON record of the run to this file; - is standard output")
+                "Write a JSON report of the run to FILE; - is standard output")
         .typeName("FILE");
     program.flag("--quiet", settings.quiet,
-                 "Leave out the log, the progress and the closing line, not errors");
-    program.flag("--journal", settings.journal,
-                 "Send the log to the system's journal, if there is one, not to standard output");
-    const auto descriptor = program
-                                .option("--progress-fd", settings.progressDescriptor,
-                                        "Descriptor for --progress json, a line for each change")
-                                .typeName("N")
-                                .obeys(NotOpen);
+                 "Print errors only: no log, no progress and no closing line");
+    program.flag(
+        "--journal", settings.journal,
+        "Send the log to the system's journal, if there is one, instead of standard output");
+    const auto descriptor =
+        program
+            .option("--progress-fd", settings.progressDescriptor,
+                    "Write --progress json to descriptor N, a line for each change")
+            .typeName("N")
+            .obeys(NotOpen);
     const auto form = program
                           .option("--progress", settings.progress,
-                                  "How to show the progress; line: on a terminal")
+                                  "Show the progress in this form; line needs a terminal")
                           .typeName("FORM")
                           .oneOf({PROGRESS_LINE, PROGRESS_JSON, PROGRESS_NONE});
     descriptor.needs(form);
-    program.flag("--exit-by-cause", settings.exitByCause, "End with the cause's own exit value");
+    program.flag("--exit-by-cause", settings.exitByCause, "Exit with the cause's own value");
     program.flag("--current-ok", settings.currentOk,
-                 "End with 0 if the controller has the revision already");
+                 "Exit with 0 if the controller already has the revision");
 }
 
 void AddSupervision(const commandline::Program& program, RunSettings& settings) {
-    program.option("--tool", settings.tool, "The tool, if not the one beside this program")
+    program.option("--tool", settings.tool, "Run this tool, not the one beside this program")
         .typeName("FILE");
-    program.option("--wait", settings.wait, "Wait for a controller before the tool starts")
+    program
+        .option("--wait", settings.wait, "Wait this long for a controller before the tool starts")
         .typeName("SECONDS");
     program.flag("--interruptible", settings.interruptible,
-                 "End at the first signal, even during the pages");
+                 "End at the first signal, even while pages are sent");
     const auto verify = program.flag("--verify", settings.verify,
                                      "After the upgrade, wait for the controller's new revision");
-    program.option("--verify-seconds", settings.verifySeconds, "How long --verify waits")
+    program.option("--verify-seconds", settings.verifySeconds, "Let --verify wait this long")
         .typeName("SECONDS")
         .showDefault()
         .needs(verify);
@@ -99,15 +101,14 @@ void AddImageChecks(const commandline::Program& program, RunSettings& settings) 
             .typeName("HEX")
             .obeys(NotADigest);
     program
-        .option(
-            "--sha256-file", settings.digestFile,
-            "Send only an image with the SHA-256 that this file has for it, as sha256sum writes")
+        .option("--sha256-file", settings.digestFile,
+                "Send only an image with the SHA-256 listed for it in FILE, as sha256sum writes it")
         .typeName("FILE")
         .excludes(digest);
-    program.flag("--check", settings.check, "Judge the image as tfi_inspect does, and stop there");
+    program.flag("--check", settings.check, "Check the image as tfi_inspect does, and exit");
 }
 
-/** The report's file in a command line that can't be read. */
+/** The file of --report in a wrong command line. */
 std::string ReportFileIn(int argc, const char* const* argv) {
     const std::size_t length = strlen(REPORT_OPTION);
     for (int i = 1; i < argc && argv[i][0] == '-'; ++i) {
@@ -129,14 +130,14 @@ bool TakeOperands(RunSettings& settings) {
 }
 
 std::optional<int> WrongUsage(const std::string& why) {
-    fprintf(stderr, "tolmira_run: %s (--help tells how)\n", why.c_str());
+    fprintf(stderr, "tolmira_run: %s (see --help)\n", why.c_str());
     return commandline::EXIT_WRONG_USAGE;
 }
 
-/** What the options alone don't show. */
+/** Checks that the command-line library can't make. */
 std::optional<int> Judge(RunSettings& settings) {
     if (!TakeOperands(settings)) {
-        return WrongUsage("an image and a configuration are needed: [-f] image configuration");
+        return WrongUsage("give an image and a configuration: [-f] image configuration");
     }
     if (settings.progress == PROGRESS_JSON && settings.progressDescriptor < 0) {
         return WrongUsage("--progress json needs --progress-fd");
@@ -161,14 +162,15 @@ std::optional<RunSettings> ReadCommandLine(int argc, const char* const* argv, in
     RunSettings settings;
     settings.tool = ToolBesideThisProgram();
     commandline::Program program(
-        "Runs tolmira_upgrade, one run at a time, so that nobody breaks it off by accident.",
+        "Runs tolmira_upgrade, one run at a time, and protects it from accidental interruption.",
         "tolmira_run");
     program.version(TOLMIRA_VERSION);
     AddReporting(program, settings);
     AddSupervision(program, settings);
     AddImageChecks(program, settings);
-    program.wordsOfAnother(settings.toolArguments, "[-f] image configuration",
-                           "The words after the options are the tool's own.\n\n" + ExitTable());
+    program.wordsOfAnother(
+        settings.toolArguments, "[-f] image configuration",
+        "The arguments after the options are passed to the tool.\n\n" + ExitTable());
     std::optional<int> ended = program.read(argc, argv);
     if (!ended) {
         ended = Judge(settings);

@@ -8,16 +8,16 @@
 
 namespace run {
 
-/** How the progress is shown. */
+/** Forms of --progress. */
 constexpr char PROGRESS_LINE[] = "line";
 constexpr char PROGRESS_JSON[] = "json";
 constexpr char PROGRESS_NONE[] = "none";
 
-/** What the command line asks for. */
+/** The command line. */
 struct RunSettings {
     /** Path of the tool. */
     std::string tool;
-    /** As the tool gets them, and what they say. */
+    /** The tool's arguments, as given and as read. */
     std::vector<std::string> toolArguments;
     Operands operands;
 
@@ -26,7 +26,7 @@ struct RunSettings {
     bool quiet = false;
     bool journal = false;
     std::string progress = PROGRESS_LINE;
-    /** For JSON. */
+    /** For PROGRESS_JSON. */
     int progressDescriptor = -1;
 
     bool interruptible = false;
@@ -48,15 +48,15 @@ struct RunSettings {
     static constexpr char REPORT_ON_OUTPUT[] = "-";
 };
 
-/** The tool is installed, and built, beside this program. */
+/** Path of the tool in this program's directory, where it is both built and installed. */
 std::string ToolBesideThisProgram();
 
 /**
- * Reads the command line: this program's options come first, and what follows is the tool's.
+ * Reads the command line: this program's options, followed by the tool's arguments.
  *
- * Without a value the program is to end at once with `exitValue`: the help or the version was asked
- * for, or the usage is wrong, which has been reported on standard error. After wrong usage
- * `reportFile` is the file of --report, if there is one to be found.
+ * Without a value the program must end with `exitValue`: help or version were printed, or wrong
+ * usage was reported on standard error. After wrong usage `reportFile` is the file of --report, if
+ * it can be found.
  */
 std::optional<RunSettings> ReadCommandLine(int argc, const char* const* argv, int& exitValue,
                                            std::string& reportFile);

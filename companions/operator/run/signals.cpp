@@ -26,7 +26,7 @@ Signals::Signals() {
     sigaddset(&ends, SIGINT);
     sigaddset(&ends, SIGQUIT);
     sigaddset(&ends, SIGTERM);
-    // Blocked first: a blocked signal is kept for the descriptor even if it is ignored.
+    // Blocked first: a blocked signal stays pending for the descriptor even if it is ignored.
     sigprocmask(SIG_BLOCK, &ends, &i_maskBefore);
     for (const int signal : {SIGINT, SIGQUIT, SIGTERM}) {
         if (!Ignore(signal)) {

@@ -7,13 +7,12 @@
 namespace run {
 
 /**
- * The signals that ask a run to end, read as numbers in place of a handler.
+ * The signals that ask a run to end, read from a descriptor instead of by a handler.
  *
- * From its constructor on SIGINT, SIGQUIT and SIGTERM arrive here alone, unless they were ignored
- * from the start. The loss of the terminal (SIGHUP), the loss of a reader (SIGPIPE) and a full
- * quota (SIGXFSZ) have no effect, nor has a stop from the terminal: a stopped run would stall the
- * transfer when the pipe of the log is full. Children inherit all of them as ignored. To be made
- * before any thread. One in a process.
+ * After construction SIGINT, SIGQUIT and SIGTERM arrive only here, unless they were ignored before.
+ * SIGHUP (lost terminal), SIGPIPE (lost reader), SIGXFSZ (full quota) and stops from the terminal
+ * are ignored: a stopped run would stall the transfer once the log's pipe is full. Create it before
+ * any thread, and once in a process.
  */
 class Signals {
   public:
@@ -27,9 +26,9 @@ class Signals {
     /** The next signal; 0 if there is none. Doesn't wait. */
     int take();
 
-    /** The mask to start children with. */
+    /** The signal mask of children. */
     const sigset_t& maskBefore() const { return i_maskBefore; }
-    /** What children must not inherit as ignored, since only this process has reason to. */
+    /** The signals that this process ignores and children must not. */
     const sigset_t& defaultsOfChildren() const { return i_defaultsOfChildren; }
 
   private:
@@ -39,8 +38,8 @@ class Signals {
 };
 
 /**
- * How each child starts: in a session of its own, with the mask and the signals that it would have
- * without this process.
+ * Spawn attributes of every child: a new session, the original signal mask, and the signals of
+ * `defaultsOfChildren()` not ignored. SIGHUP, SIGINT, SIGQUIT and SIGTERM stay ignored.
  */
 class ChildAttributes {
   public:

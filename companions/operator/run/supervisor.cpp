@@ -56,9 +56,9 @@ void Supervisor::watch(ToolProcess& tool, toollog::LogReader& reader, Course& co
         if (ready > 0 && (waits[1].revents & POLLIN) != 0) {
             takeOutput(tool, reader);
         } else if (ready > 0 && waits[1].revents != 0) {
-            waits[1].fd = -1;  // closed by the tool, which may live on
+            waits[1].fd = -1;  // closed by the tool, which may go on running
         }
-        // After the output, which shows how far the tool is.
+        // After the output, which shows how far the tool has come.
         if (const int signal = i_signals.take()) {
             takeSignal(tool, course, signal);
         }
@@ -82,11 +82,11 @@ void Supervisor::takeSignal(ToolProcess& tool, Course& course, int signal) {
     if (!i_rule.ends(record.transferring(), SignalRule::Clock::now())) {
         i_console.error("an upgrade is under way: " + std::to_string(record.pagesSent()) + " of " +
                         std::to_string(record.pages().value_or(0)) +
-                        " pages are sent; breaking it off leaves the controller without a whole "
-                        "image; a second signal within ten seconds does it");
+                        " pages sent; stopping it leaves the controller without a complete image; "
+                        "to stop it, send a second signal within ten seconds");
         return;
     }
-    // A tool that has reported its end lets the mailbox go in order; only a second signal stops it.
+    // A tool that has reported its end exits cleanly by itself; only a second signal kills it.
     const bool insists = course.signal != 0;
     course.signal = signal;
     if (!record.ended() || insists) {

@@ -13,21 +13,21 @@
 
 namespace run {
 
-/** How one run of the tool went. */
+/** Result of one run of the tool. */
 struct Course {
-    /** The errno for which it didn't start; 0 if it did. */
+    /** The errno with which the start failed, or 0. */
     int startError = 0;
     toollog::RunRecord record;
     Ending ending;
-    /** The signal that put an end to the run; 0 if none did. */
+    /** The signal that ended the run, or 0. */
     int signal = 0;
-    /** Whether the tool was stopped in the middle of its work. */
+    /** The tool was killed before it had finished its work. */
     bool killed = false;
 };
 
 /**
- * Which signals end a run: before and after the pages the first one; during the pages, where it
- * would leave the controller without an image, a second one within TO_INSIST.
+ * Decides which signals end a run. Before and after the pages it is the first one. While pages are
+ * sent, an end would leave the controller without an image; it takes a second one within TO_INSIST.
  */
 class SignalRule {
   public:
@@ -46,8 +46,8 @@ class SignalRule {
 };
 
 /**
- * Runs the tool to its end: passes its log on, learns from it, shows the progress, keeps the
- * machine awake during the pages, and obeys the signals. One run at a time; one thread.
+ * Runs the tool to its end: passes on and parses its log, shows the progress, keeps the machine
+ * awake while pages are sent, and handles signals. One run at a time; one thread.
  */
 class Supervisor {
   public:

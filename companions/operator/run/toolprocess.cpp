@@ -9,15 +9,15 @@
 #include <csignal>
 
 extern "C" {
-#include <sys/pidfd.h>  // glibc 2.36 forgets that it is C
+#include <sys/pidfd.h>  // glibc 2.36 declares no C linkage here
 }
 
 namespace run {
 
 namespace {
 
-/** Bytes of log that the tool can write while this process is stopped; a bound for users that
- * aren't root. */
+/** Size of the log's pipe in bytes, the most without root. While this process is stopped, the tool
+ * can write as much. */
 constexpr int PIPE_SIZE = 1 << 20;
 
 std::vector<char*> ArgumentsOf(const Command& command) {
@@ -35,7 +35,7 @@ int Spawn(const Command& command, int output, const Signals& signals, pid_t& pid
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     for (const int kept : command.kept) {
-        posix_spawn_file_actions_adddup2(&actions, kept, kept);  // takes its close-on-exec away
+        posix_spawn_file_actions_adddup2(&actions, kept, kept);  // clears close-on-exec
     }
     const ChildAttributes attributes(signals);
     const int error = posix_spawn(&pid, command.path.c_str(), &actions, attributes.get(),
@@ -61,7 +61,7 @@ int ToolProcess::start(const Command& command, const Signals& signals) {
         return errno;
     }
     i_output = ends[0];
-    (void)fcntl(i_output, F_SETPIPE_SZ, PIPE_SIZE);  // a smaller one will do
+    (void)fcntl(i_output, F_SETPIPE_SZ, PIPE_SIZE);  // if refused, the default size will do
     fcntl(i_output, F_SETFL, O_NONBLOCK);
     const int error = Spawn(command, ends[1], signals, i_pid);
     close(ends[1]);

@@ -10,7 +10,7 @@
 
 namespace run {
 
-/** How a program ended: by itself with a value, or by a signal, which is 0 otherwise. */
+/** How a program ended: by a signal, or with an exit value if `signal` is 0. */
 struct Ending {
     int exitValue = 0;
     int signal = 0;
@@ -20,17 +20,16 @@ struct Ending {
 struct Command {
     std::string path;
     std::vector<std::string> arguments;
-    /** Descriptors of this process that the program keeps; all others should close on exec. */
+    /** Descriptors that the program inherits; all others must be close-on-exec. */
     std::vector<int> kept;
 };
 
 /**
- * The tool as a child, in a session of its own, so that no terminal reaches it. It starts with
- * SIGHUP, SIGINT, SIGQUIT and SIGTERM ignored: this process alone ends it, with kill(). Its
- * standard output comes here; standard error, working directory and environment it shares with this
- * process.
+ * The tool as a child process in a session of its own, so that no terminal can signal it. It starts
+ * with SIGHUP, SIGINT, SIGQUIT and SIGTERM ignored; only kill() ends it. Its standard output is
+ * read here; it shares standard error, working directory and environment with this process.
  *
- * A tool that is still running when the object goes lives on. One thread.
+ * The destructor leaves a running tool alone. One thread.
  */
 class ToolProcess {
   public:
@@ -39,18 +38,18 @@ class ToolProcess {
     ToolProcess(const ToolProcess&) = delete;
     ToolProcess& operator=(const ToolProcess&) = delete;
 
-    /** 0, or the errno that tells why the tool didn't start. */
+    /** 0, or the errno with which the start failed. */
     [[nodiscard]] int start(const Command& command, const Signals& signals);
 
-    /** Readable when read() has bytes, or the output has ended. */
+    /** Readable when read() has bytes, or at the end of the output. */
     int output() const { return i_output; }
-    /** Readable from the tool's end on. */
+    /** Readable once the tool has ended. */
     int end() const { return i_end; }
 
-    /** Doesn't wait. The bytes that came; 0 if there are none now or any more. */
+    /** Never waits. The number of bytes read; 0 if there are none now, or no more. */
     std::size_t read(char* buffer, std::size_t size);
     void kill();
-    /** Waits for its end; to be called once. */
+    /** Waits for the tool's end; to be called once. */
     Ending wait();
 
   private:

@@ -10,7 +10,7 @@ namespace {
 
 constexpr char POSITION[] = "\" at ";
 
-/** Walks along a line from its start; each step is false, and goes nowhere, if it doesn't fit. */
+/** Parses a line from its start; a step that doesn't match is false and consumes nothing. */
 class Steps {
   public:
     explicit Steps(const std::string& line) : i_line(line) {}
@@ -49,7 +49,7 @@ bool EndsInPosition(const std::string& line) {
 
 }  // namespace
 
-/** How a report begins. */
+/** The beginning of a report. */
 struct LogReader::Start {
     /** Empty for a report without one. */
     std::string counter;

@@ -6,27 +6,26 @@
 
 namespace toollog {
 
-/** One report of the tool, the message without its quotes. */
+/** One report of the tool; the message is without its quotes. */
 struct LogLine {
     std::string severity;
     std::string message;
-    /** Where the tool reports it; empty if the report was cut off before that. */
+    /** Source position; empty if the report was cut off before it. */
     std::string file = {};
     std::string line = {};
 };
 
 /**
- * Cuts the tool's output into its reports, however it arrives.
+ * Splits the tool's output into reports, whatever pieces it arrives in.
  *
- * A report begins at a line that starts as the logger's do and ends with the source position,
- * mostly on a later line: a message has newlines of its own, and a file name in it may hold
- * anything. So a start counts only with the thread handle of the first report, and with the next
- * number where it has a counter; only an emergency has none. A file name is chosen before the
- * handle is known, and can't forge a report. A report that the next one cuts off counts with what
- * there is of it; lines outside of any report are passed over.
+ * A report begins with a line in the logger's format and ends with a source position, usually on a
+ * later line: messages contain newlines, and a file name in a message may contain anything.
+ * Therefore a line begins a report only if it has the thread handle of the first report and the
+ * next counter value. EMERGENCY reports have no counter. File names are chosen before the handle is
+ * known, so they can't forge a report. If a new report cuts one off, the part before it is used.
+ * Lines outside of reports are ignored.
  *
- * Memory is bounded: of a line or a report that is longer than the logger's limits allow, the
- * beginning is kept.
+ * Memory is bounded: only the beginning of an overlong line or report is kept.
  */
 class LogReader {
   public:
@@ -34,12 +33,12 @@ class LogReader {
 
     explicit LogReader(Sink sink) : i_sink(std::move(sink)) {}
 
-    /** Hands each report to the sink as soon as its last byte is there. */
+    /** Calls the sink for each report as soon as it is complete. */
     void take(const char* bytes, std::size_t count);
-    /** The end of the output: an incomplete report is handed over too. */
+    /** To be called at the end of the output: an incomplete report goes to the sink too. */
     void finish();
 
-    /** Bytes that are kept. A message has at most 1023, and the rest of its line a few hundred. */
+    /** In bytes. A message has at most 1023, and the rest of its line a few hundred. */
     static constexpr std::size_t LONGEST_LINE = 4096;
     static constexpr std::size_t LONGEST_REPORT = 8192;
 

@@ -8,7 +8,7 @@ namespace toollog {
 
 namespace {
 
-/** The first form that fits; of the last one, as much as fits. */
+/** The first form that fits, or else the beginning of the last one. */
 std::string Fitting(std::initializer_list<std::string> forms, std::size_t width) {
     for (const std::string& form : forms) {
         if (form.size() <= width) {

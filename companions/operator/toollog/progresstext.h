@@ -15,7 +15,7 @@ struct Pace {
     double page = 0;
 };
 
-/** From so many seconds without a page on a transfer counts as stalled. */
+/** Seconds without a page after which a transfer counts as stalled. */
 constexpr double STALLED = 2;
 
 bool Stalled(const RunRecord& record, const Pace& pace);
@@ -23,12 +23,12 @@ bool Stalled(const RunRecord& record, const Pace& pace);
 /** Seconds until the last page at the mean rate so far; 0 if that isn't known. */
 double SecondsLeft(const RunRecord& record, const Pace& pace);
 
-/** The wait for a controller, as ProgressText() has it. */
+/** The progress line of the wait for a controller. */
 std::string WaitText(long secondsLeft, std::size_t width);
 
 /**
- * How far a run is, in one line of at most `width` characters: what matters least is left out
- * first. Empty while there is nothing to show.
+ * The progress of a run in one line of at most `width` characters; the least important parts are
+ * left out first. Empty while there is nothing to show.
  */
 std::string ProgressText(const RunRecord& record, const Pace& pace, std::size_t width);
 

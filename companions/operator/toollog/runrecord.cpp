@@ -10,15 +10,15 @@ namespace toollog {
 
 namespace {
 
-/** The assertion that a wrong number of arguments ends in. */
+/** The tool's assertion on a wrong number of arguments. */
 constexpr char USAGE_ASSERTION[] = "argc == 3 + numOptions";
 
-/** Bounded, since another program's log may hold anything. */
+/** Bounded, since the log of another program may contain anything. */
 long NumberOf(const std::string& digits, long most = MOST_PAGES) {
     return std::clamp(strtol(digits.c_str(), nullptr, 10), 0L, most);
 }
 
-/** A message as one line of a list. */
+/** A message for a list of messages. */
 std::string WithoutNewline(std::string message) {
     if (!message.empty() && message.back() == '\n') {
         message.pop_back();
@@ -103,8 +103,8 @@ e_Cause RunRecord::cause(int exitValue, int signal) const {
     if (signal != 0) {
         return signal == SIGABRT && seen(e_LogText_Assertion) ? e_Cause_Assertion : e_Cause_Signal;
     }
-    // What the tool says, the exit value that goes with it, and what it means. The last text of a
-    // run is the same for many causes, so it stands behind the others.
+    // Text in the log, exit value, and the cause of both together. Done ends runs of many causes,
+    // so it comes last.
     const struct {
         e_LogText text;
         int exitValue;

@@ -35,8 +35,8 @@ constexpr long MOST_PAGES = 65535;
 constexpr long LONGEST_WAIT = 60;
 
 /**
- * What the log of a run has told so far, and at its end how the run came out. It looks at the log
- * and the end of the process, at nothing else.
+ * What the log of a run has reported so far and, at its end, the cause. It uses the log and the
+ * tool's end, and nothing else.
  */
 class RunRecord {
   public:
@@ -46,28 +46,28 @@ class RunRecord {
     e_Cause cause(int exitValue, int signal) const;
 
     std::optional<long> revision() const { return i_revision; }
-    /** Pages of the image, once it is open, or too many of them. */
+    /** Pages of the image, also if they are too many; no value before it is open. */
     std::optional<long> pages() const { return i_pages; }
     long pagesSent() const { return i_pagesSent; }
     /** Seconds that the tool has waited for the controller. */
     long waits() const { return i_waits; }
-    /** Whether the controller is being written to: the image is open and its end not reported. */
+    /** Whether pages are being sent: the image is open, and the end is not reported. */
     bool transferring() const {
         return seen(e_LogText_FileOpen) && !seen(e_LogText_UpgradeFailed) && !ended();
     }
-    /** Whether the tool has reported the end of its work, and is about to end by itself. */
+    /** Whether the tool has reported the end of its work; it then exits by itself. */
     bool ended() const { return seen(e_LogText_Done); }
     /** Attempts that failed, of all pages. */
     std::size_t failedAttempts() const { return i_failedAttempts + i_attempts.size(); }
     std::optional<long> failedPage() const { return i_failedPage; }
     /**
-     * The failed page's attempts. Those that left no line stand at the end, since the log doesn't
-     * tell where they belong.
+     * The failed page's attempts. Those that left no line come last, since the log doesn't show
+     * where they belong.
      */
     std::vector<e_Attempt> attempts() const;
     /** The text of the last failed assertion, empty if there was none. */
     const std::string& assertion() const { return i_assertion; }
-    /** Warnings, and failures of the platform; the first MOST_TROUBLES of them. */
+    /** The first MOST_TROUBLES warnings and critical messages. */
     const std::vector<std::string>& troubles() const { return i_troubles; }
 
     static constexpr std::size_t MOST_TROUBLES = 100;
@@ -84,7 +84,7 @@ class RunRecord {
     long i_pagesSent = 0;
     long i_waits = 0;
     std::size_t i_failedAttempts = 0;
-    /** Of the page that is under way, or failed. */
+    /** Of the page that is being sent, or failed. */
     std::vector<e_Attempt> i_attempts;
     std::optional<long> i_failedPage;
     std::string i_assertion;

@@ -20,7 +20,7 @@ const Row ROWS[] = {
 
 constexpr char NUMBER_CHARACTERS[] = "0123456789ABCDEF-";
 
-/** A format cut at its conversions: what stands in front of each, and behind the last. */
+/** A format split at its conversions. */
 struct Pieces {
     std::vector<std::string> literals;
     /** The letter of each conversion; one less than the literals. */
@@ -41,15 +41,15 @@ Pieces Cut(const std::string& format) {
     return pieces;
 }
 
-/** Where the value that begins at `from` ends: a text reaches as far as it can, a number doesn't.
+/** End of the value that begins at `from`: a text is matched greedily up to `next`, a number not.
  */
 std::size_t EndOfValue(const std::string& message, std::size_t from, char conversion,
-                       const std::string& behind) {
+                       const std::string& next) {
     if (conversion != 's') {
         const std::size_t end = message.find_first_not_of(NUMBER_CHARACTERS, from);
         return end == from ? std::string::npos : end;
     }
-    return behind.empty() ? message.size() : message.rfind(behind);
+    return next.empty() ? message.size() : message.rfind(next);
 }
 
 bool Matches(const std::string& format, const std::string& message,

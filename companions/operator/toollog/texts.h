@@ -6,8 +6,8 @@
 namespace toollog {
 
 /**
- * What the tool logs of an upgrade, in the order of a run: X(name, severity, format). The formats
- * are the tool's own; scripts/log-lines holds them against its sources.
+ * The tool's log lines in the order of a run: X(name, severity, format). scripts/log-lines compares
+ * the formats with the tool's sources.
  */
 #define TOOL_LOG_LINES(X)                                                       \
     X(NotThere, NOTICE, "Controller isn't there, sleeping for 1 second\n")      \
@@ -36,22 +36,19 @@ enum e_LogText {
         e_LogText_Other,  // any text that isn't in the list
 };
 
-/** What a good page's verdict reads, in place of the second conversion. */
+/** The second value of PageVerdict for a good page. */
 constexpr char PAGE_SENT[] = "sent successfully";
 
-/** A message taken apart: which text it is, and what stands at its conversions. */
+/** A parsed message: its text, and the values at its conversions. */
 struct Recognised {
     e_LogText text = e_LogText_Other;
     std::vector<std::string> values;
 };
 
-/** Severity and message have to fit as a whole; the first text that does is it. */
+/** The first text that matches the severity and the whole message. */
 Recognised Recognise(const std::string& severity, const std::string& message);
 
-/**
- * The message with these values at its conversions, as the tool would write them; empty for a text
- * that isn't in the list.
- */
+/** The message with these values at its conversions; empty for e_LogText_Other. */
 std::string Message(e_LogText text, const std::vector<std::string>& values = {});
 
 }  // namespace toollog

@@ -14,7 +14,7 @@ namespace {
 
 constexpr char THREAD[] = "140129832895552";
 
-/** A line as the logger makes it. */
+/** A line in the logger's format. */
 std::string Line(int counter, const char* severity, const std::string& message) {
     char start[64];
     snprintf(start, sizeof start, "C: %03d S: %s T: p:%s \"", counter % 1000, severity, THREAD);
@@ -51,7 +51,7 @@ TEST(LogReader, CutsReportsHoweverTheyArrive) {
     }
 }
 
-// What a file name may hold, since whoever chose it doesn't know the thread's handle.
+// Its author doesn't know the thread's handle.
 TEST(LogReader, LetsNoFileNameForgeAReport) {
     const std::string end = "x\" at a.cpp:1.\n";
     const std::string forged[] = {
@@ -72,7 +72,7 @@ TEST(LogReader, LetsNoFileNameForgeAReport) {
     }
 }
 
-TEST(LogReader, KeepsTheBeginningOfWhatNeverEnds) {
+TEST(LogReader, KeepsTheBeginningOfAnEndlessReport) {
     const std::string endless(3 * LogReader::LONGEST_REPORT, 'x');
     const std::vector<std::string> messages =
         Read(Line(1, "NOTICE", endless + "\n" + endless) + Line(2, "NOTICE", "Done\n"), 1000);
@@ -81,7 +81,7 @@ TEST(LogReader, KeepsTheBeginningOfWhatNeverEnds) {
     EXPECT_EQ(messages[1], "NOTICE|Done\n");
 }
 
-TEST(Texts, AreTakenApartAsTheyArePutTogether) {
+TEST(Texts, ParseWhatTheyFormat) {
     const auto found = toollog::Recognise("NOTICE", "File name is Page 7\nDone\n\n");
     EXPECT_EQ(found.text, toollog::e_LogText_FileName);
     EXPECT_EQ(found.values, std::vector<std::string>{"Page 7\nDone\n"});
@@ -94,17 +94,17 @@ TEST(Texts, AreTakenApartAsTheyArePutTogether) {
     EXPECT_EQ(toollog::Recognise("ERROR", "Done\n").text, toollog::e_LogText_Other);
 }
 
-/** What the tool said when no controller came. */
+/** The log of a run without a controller. */
 std::string LogWithoutController() {
     std::string output;
-    for (int look = 1; look <= 60; ++look) {
-        output += Line(look, "NOTICE", "Controller isn't there, sleeping for 1 second\n");
+    for (int poll = 1; poll <= 60; ++poll) {
+        output += Line(poll, "NOTICE", "Controller isn't there, sleeping for 1 second\n");
     }
     return output + Line(61, "NOTICE", "Controller is missing, skipping upgrade");
 }
 
-// The causes that no whole run shows cheaply; tests/frameprograms_test.cpp has the rest.
-TEST(RunRecord, TellsTheCause) {
+// The causes that whole runs can't show quickly; tests/supervisedrun_test.cpp has the others.
+TEST(RunRecord, DerivesTheCause) {
     const struct {
         const char* what;
         std::string output;
@@ -162,7 +162,7 @@ TEST(RunRecord, BoundsItsNumbers) {
     EXPECT_EQ(record.waits(), 60);
 }
 
-TEST(ProgressText, ShowsWhatMattersInTheWidthThereIs) {
+TEST(ProgressText, LeavesOutWhatDoesNotFit) {
     RunRecord record;
     EXPECT_EQ(ProgressText(record, {}, 80), "");
     record.take({"NOTICE", "Controller isn't there, sleeping for 1 second\n"});

@@ -1,4 +1,4 @@
-/** What the pages of the atlas hold, against what the inspector says. */
+/** Compares the pages of the atlas with the output of velnor_regs. */
 #include <gmock/gmock.h>
 
 #include <nlohmann/json.hpp>
@@ -47,12 +47,12 @@ TEST_F(VelnorAtlas, HoldsEveryObjectOfTheDesigns) {
             EXPECT_TRUE(lines == regs({"dump", designs.back()})) << designs.back();
         }
         EXPECT_THAT(page(name), Not(HasSubstr("{{")));
-        EXPECT_THAT(page(name), Not(HasSubstr("src="))) << "whole in itself";
+        EXPECT_THAT(page(name), Not(HasSubstr("src="))) << "self-contained";
     }
     EXPECT_THAT(designs, testing::ElementsAre("mm_fcfs", "dve", "dve_3g", "dve_2_5", "dve_3g_2_5"));
 }
 
-TEST_F(VelnorAtlas, ComparesTheMapsAsTheInspectorDoes) {
+TEST_F(VelnorAtlas, ListsTheDifferencesThatVelnorRegsLists) {
     const json overview = dataOf("index");
     const char* names[] = {"mm_fcfs", "dve", "dve_2_5"};
     for (const auto& [left, right] : {std::pair(0U, 1U), std::pair(0U, 2U), std::pair(1U, 2U)}) {

@@ -6,7 +6,7 @@ const search = document.getElementById('search');
 
 const hex = number => '0x' + number.toString(16);
 
-/** An element with attributes; children are elements or text. A name with "svg:" is of a drawing. */
+/** Makes an element; children are elements or text. A name with "svg:" makes an SVG element. */
 function make(name, attributes, ...children) {
   const drawn = name.startsWith('svg:');
   const element = drawn ? document.createElementNS('http://www.w3.org/2000/svg', name.slice(4))
@@ -24,7 +24,7 @@ function table(headings, rows) {
               make('tbody', {}, rows));
 }
 
-/** "/" leads to the search, and Enter there to the first result. */
+/** "/" moves the focus to the search, and Enter there opens the first result. */
 document.addEventListener('keydown', event => {
   const isTyping = event.target.matches('input, select, textarea');
   if (event.key === '/' && !isTyping && !event.ctrlKey && !event.metaKey && !event.altKey) {

@@ -1,6 +1,6 @@
 const names = data.maps.map(map => map.design);
 
-/** A value leads to its design's page; what only repeats the column before it steps back. */
+/** A value is a link to its design's page; it is dimmed if it repeats the previous column. */
 function cell(path, value, i, values) {
   const isThere = value !== '' && value !== 'absent';
   const kind = !isThere || value === values[i - 1] ? 'dim' : '';
@@ -21,18 +21,18 @@ function show() {
   const shown = data.differences.filter(one => one.path.toLowerCase().includes(wanted));
   content.replaceChildren(
     make('h1', {}, 'The three address maps'),
-    make('p', {class: 'about'}, 'Five designs share them. Each map has its page, which can be searched by name, ' +
-         'by the words of the descriptions, and by address.'),
+    make('p', {class: 'about'}, 'Five designs share them. Each map has a page, with a search by name, description ' +
+         'and address.'),
     make('div', {class: 'cards'}, data.maps.map(map => make('a', {href: map.design + '.html'},
       make('strong', {}, map.design), make('span', {}, `Designs: ${map.designs.join(', ')}`),
       make('span', {}, `${map.groupTypes} groups in ${map.groups} instances`),
       make('span', {}, `${map.members} registers and memories, ${map.fields} fields`)))),
-    make('h1', {}, 'How they differ'),
-    make('p', {class: 'about'}, `${shown.length} differences. A group is told by its address, ` +
-         'how often it stands and how far apart; bits and members by their own. All else is the same.'),
+    make('h1', {}, 'Differences'),
+    make('p', {class: 'about'}, `${shown.length} differences. A group is shown by address, count and step, ` +
+         'a register or memory by offset, count and step, a field by its bits. Everything else is the same.'),
     table(['Path', ...names], shown.map(row)));
 }
 
-search.placeholder = 'Narrow the differences by name';
+search.placeholder = 'Filter the differences by name';
 search.addEventListener('input', show);
 show();

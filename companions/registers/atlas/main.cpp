@@ -1,6 +1,6 @@
 /**
- * velnor_atlas: writes the register maps as pages for a browser, each whole in itself. The data of
- * a page has the repeats folded; its script unfolds them.
+ * velnor_atlas: writes the register maps as self-contained pages for a browser. The data of a page
+ * has repeated objects folded; its script unfolds them.
  */
 #include <algorithm>
 #include <cerrno>
@@ -21,14 +21,14 @@ namespace {
 
 using Outline = std::vector<regs::GroupOutline>;
 
-/** An address map by the design that it is named after, and all designs that have it. */
+/** An address map, named after its first design, and all designs that have it. */
 struct AddressMap {
     std::string design;
     std::vector<std::string> designs;
     Outline outline;
 };
 
-/** Designs whose maps differ in nothing share one. */
+/** Designs with equal maps share one. */
 std::vector<AddressMap> AddressMaps() {
     std::vector<AddressMap> maps;
     for (const std::string& design : regs::DesignNames()) {
@@ -51,7 +51,7 @@ JsonValue Repeated(JsonValue object, const regs::Repeat& repeat) {
     return object;
 }
 
-/** Left out where there is none. */
+/** Left out if it is empty. */
 void AddText(JsonValue& object, const char* name, const std::string& text) {
     if (!text.empty()) {
         object[name] = text;
@@ -95,7 +95,7 @@ JsonValue JsonOf(const AddressMap& map) {
     return {{"design", map.design}, {"designs", map.designs}, {"groups", std::move(groups)}};
 }
 
-/** How much there is of what in a map. */
+/** The numbers of objects in a map. */
 JsonValue SummaryOf(const AddressMap& map) {
     const regs::MapCounts counts = regs::CountsOf(map.outline);
     return {{"design", map.design},
@@ -120,11 +120,12 @@ JsonValue OverviewOf(const std::vector<AddressMap>& maps) {
     return {{"maps", std::move(summaries)}, {"differences", std::move(differences)}};
 }
 
-[[noreturn]] void Fail(const std::string& what, const std::string& file, const char* way) {
-    throw std::runtime_error("cannot " + what + " " + file + ": " + strerror(errno) + "; " + way);
+[[noreturn]] void Fail(const std::string& what, const std::string& file, const char* remedy) {
+    throw std::runtime_error("cannot " + what + " " + file + ": " + strerror(errno) + "; " +
+                             remedy);
 }
 
-/** Fills the parts of a page and writes it. */
+/** Fills the template of a page and writes it. */
 class Pages {
   public:
     Pages(std::string assets, std::string output, const std::vector<AddressMap>& maps)
@@ -145,7 +146,7 @@ class Pages {
                        {"data", data.dump()},
                        {"script", asset("common.js") + asset(script)}});
         if (!out.flush()) {
-            Fail("write", file, "give another folder");
+            Fail("write", file, "choose another folder");
         }
     }
 
@@ -154,7 +155,7 @@ class Pages {
         std::ifstream in(i_assets + "/" + name);
         std::ostringstream text;
         if (!(text << in.rdbuf())) {
-            Fail("read", i_assets + "/" + name, "name the folder of the pages' parts");
+            Fail("read", i_assets + "/" + name, "give the folder with the pages' parts");
         }
         return text.str();
     }
@@ -193,7 +194,7 @@ void Write(const std::string& assets, const std::string& output) {
     }
 }
 
-/** The whole program; what ends it early passes through. */
+/** The program; throws to end early. */
 int Run(int argc, const char* const* argv) {
     std::string assets;
     std::string output;
@@ -203,7 +204,8 @@ int Run(int argc, const char* const* argv) {
         "velnor_atlas");
     program.version(TOLMIRA_VERSION);
     program.option("PARTS", assets, "Folder with the parts of the pages").required();
-    program.option("FOLDER", output, "Where the pages go; made if it isn't there").required();
+    program.option("FOLDER", output, "Folder for the pages; created if it doesn't exist")
+        .required();
     if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;
     }

@@ -1,5 +1,5 @@
 const groups = document.getElementById('groups');
-/** The ways to the other designs, and their pages. */
+/** The links to the other designs, and their pages. */
 const navigation = [...document.querySelectorAll('nav a:not([href^="index"])')].map(link =>
   ({link, page: link.getAttribute('href')}));
 const narrow = window.matchMedia('(max-width: 60rem)');
@@ -17,7 +17,7 @@ function bitsOf(field, k = 0) {
   return high === low ? `${low}` : `${high}:${low}`;
 }
 
-/** Unfolds what repeats: one entry for each element of each field. */
+/** One entry for each element of each field. */
 function fieldsOf(member) {
   return member.fields.flatMap(field => Array.from({length: field.count}, (unused, k) => ({
     name: field.name, element: k, path: field.name + index(field.count, k), bits: bitsOf(field, k),
@@ -27,7 +27,7 @@ function fieldsOf(member) {
     ({...field, letter: 'abcdefghijklmnopqrstuvwxyzABCDEF'[i], colour: 'c' + i % 6}));
 }
 
-/** Calls for each group instance and each element of its members, as they are constructed. */
+/** Calls back for each group instance and each element of its members, in order of construction. */
 function forEachMember(callGroup, callMember) {
   for (const group of data.groups) {
     for (let i = 0; i < group.count; ++i) {
@@ -60,7 +60,7 @@ function list() {
 
 // --- Paths
 
-/** Takes the first index of a step; throws what is wrong with it. Without one it is element 0. */
+/** Takes the first index of a step, 0 if there is none; throws an Error if it is too large. */
 function takeIndex(step, count, shown) {
   const taken = step.indices.length ? step.indices.shift() : 0;
   if (taken >= count) {
@@ -88,8 +88,8 @@ function stepsOf(path) {
 }
 
 /**
- * The place that a path leads to: a group and its instance, and as far as the path goes a member,
- * its element, a memory's word and a field. Throws an Error with a text for the user.
+ * The place at a path: a group and its instance and, if the path goes on, a member, its element, a
+ * memory's word and a field. Throws an Error with a text for the user.
  */
 function resolve(path) {
   const [domain, group, member, field] = stepsOf(path);
@@ -128,7 +128,7 @@ function textOf({group, instance, member, element, word, field, fieldElement}) {
 
 // --- Searching
 
-/** What a path with indices leads to. */
+/** The object at a path with indices. */
 function findPlace(path) {
   const place = resolve(path);
   const {group, instance, member, element, word, field, fieldElement} = place;
@@ -143,7 +143,7 @@ function findPlace(path) {
 function findText(text) {
   const wanted = text.toLowerCase();
   const found = [];
-  const look = (kind, name, shown, address, bits, about = '') => {
+  const collect = (kind, name, shown, address, bits, about = '') => {
     const at = name.toLowerCase().lastIndexOf(wanted);
     const isNamed = at >= 0 && at + wanted.length > name.lastIndexOf('.') + 1;
     if (isNamed || about.toLowerCase().includes(wanted)) {
@@ -153,15 +153,15 @@ function findText(text) {
   for (const group of data.groups) {
     const name = pathOf(group);
     const shown = name + range(group.count);
-    look('group', name, shown, group.address, '', group.about);
+    collect('group', name, shown, group.address, '', group.about);
     for (const member of group.members) {
       const address = addressOf(group, member, 0, 0);
       const memberName = `${name}.${member.name}`;
       const memberShown = `${shown}.${member.name}${range(member.count)}`;
-      look(kindOf(member), memberName, memberShown, address, '', member.about);
+      collect(kindOf(member), memberName, memberShown, address, '', member.about);
       for (const field of member.fields) {
-        look('field', `${memberName}.${field.name}`,
-             `${memberShown}.${field.name}${range(field.count)}`, address, bitsOf(field));
+        collect('field', `${memberName}.${field.name}`,
+                `${memberShown}.${field.name}${range(field.count)}`, address, bitsOf(field));
       }
     }
   }
@@ -204,7 +204,7 @@ function partsOf(fields, high, low) {
   }).filter(part => part.high >= part.low);
 }
 
-/** One line of bits, the highest first, with the fields laid over them. */
+/** One line of bits, the highest first, with the fields drawn over them. */
 function drawBits(svg, fields, high, low, y, bitWidth) {
   const xOf = bit => (high - bit) * bitWidth;
   for (let bit = high; bit >= low; --bit) {
@@ -225,7 +225,7 @@ function drawBits(svg, fields, high, low, y, bitWidth) {
   }
 }
 
-/** The 32 bits of a word; in two lines where there is little room. */
+/** The 32 bits of a word, in two lines on a narrow screen. */
 function drawWord(member, fields) {
   const bitWidth = narrow.matches ? 22 : 26;
   const lines = narrow.matches ? 2 : 1;
@@ -246,13 +246,13 @@ function drawWord(member, fields) {
   return svg;
 }
 
-/** The number that a text says, or NaN for what is none or is above the most. */
+/** The number in a text; NaN if there is none or if it is above `most`. */
 function numberOf(text, most) {
   const number = /^\s*(0x[0-9a-f]+|[0-9]+)\s*$/i.test(text) ? Number(text) : NaN;
   return number <= most ? number : NaN;
 }
 
-/** An input for a number; `take` gets each that is good, and what is not is marked. */
+/** An input for a number: calls `take` with each valid number, and marks invalid input. */
 function numberInput(label, most, take) {
   const input = make('input', {'aria-label': label, class: 'number', autocomplete: 'off',
                                spellcheck: 'false', placeholder: '0x…',
@@ -268,7 +268,7 @@ function numberInput(label, most, take) {
   return input;
 }
 
-/** Inputs for a word and its fields, each of which follows the others. */
+/** Inputs for a word and its fields, each of which updates the others. */
 function decoder(member, fields) {
   let value = 0;
   const show = (input, number) => {
@@ -289,7 +289,7 @@ function decoder(member, fields) {
   return {word, inputs};
 }
 
-/** The table of the fields; access and reset only where the data sheet says them of one. */
+/** The table of the fields, with access and reset if the data sheet states them for one. */
 function legendOf(fields, inputs) {
   const texts = [
     ['Letter', field => field.letter], ['Field', field => field.path], ['Bits', field => field.bits],
@@ -313,7 +313,7 @@ function choice(count, chosen, label, change) {
   return select;
 }
 
-/** Every element of a member in every instance of its group, made when it is asked for. */
+/** Every element of a member in every instance of its group, listed when first opened. */
 function allAddresses(group, member) {
   if (group.count * member.count === 1) {
     return null;
@@ -338,7 +338,7 @@ function about(text) {
   return text ? make('p', {class: 'about'}, text) : null;
 }
 
-/** A member of the place's group; returns the card and a call that moves it to an instance. */
+/** A card for a member of the place's group, and a function that shows its current addresses. */
 function memberCard(place, member) {
   const {group} = place;
   const at = make('span', {class: 'at'});
@@ -400,9 +400,9 @@ function showPlace(place) {
   }
 }
 
-// --- The other pages
+// --- Search results and overview
 
-/** What was found, or the error that says why nothing was. */
+/** Shows what was found, or the error. */
 function showSearch(text) {
   let found = [];
   let error = null;
@@ -424,14 +424,14 @@ function showSearch(text) {
   window.scrollTo(0, 0);
 }
 
-/** The groups, below what is wrong with the path that was asked for, if anything. */
+/** Shows the groups, below the error in the requested path, if there is one. */
 function showOverview(problem) {
   const rows = data.groups.map(group => make('tr', {},
     make('td', {class: 'mono'}, make('a', {href: '#' + pathOf(group)}, pathOf(group)), about(group.about)),
     [hex(group.address), group.count > 1 ? `×${group.count}` : '',
      group.count > 1 ? hex(group.step) : '', `${group.members.length || ''}`]
       .map(cell => make('td', {class: 'mono'}, cell))));
-  const groupTable = table(['Group', 'Address', 'Instances', 'Apart', 'Members'], rows);
+  const groupTable = table(['Group', 'Address', 'Instances', 'Step', 'Members'], rows);
   groupTable.className = 'overview';
   content.replaceChildren(
     ...(problem ? [make('p', {class: 'problem', role: 'alert'}, problem)] : []),
@@ -441,18 +441,18 @@ function showOverview(problem) {
     groupTable);
 }
 
-// --- What is shown
+// --- Routing
 
-/** The address after # says it: a path, "list", or "?" and what is searched. */
+/** The part of the page's address after #: a path, "list", or "?" and a search. */
 const route = () => decodeURIComponent(location.hash.slice(1));
 
-/** Keeps the place in the page's address, its title, and the ways to the other designs. */
+/** Updates the page's address, its title and the links to the other designs. */
 function settle(place) {
   history.replaceState(null, '', '#' + textOf(place));
   follow(textOf(place));
 }
 
-/** The design is changed at the same place. */
+/** Updates the title, the links to the other designs, which lead to the same place, and the groups. */
 function follow(text) {
   const isPlain = text === '' || text === 'list';
   document.title = (isPlain ? '' : text.replace(/^\?/, 'Search: ') + ' - ') +
@@ -512,11 +512,11 @@ function fillGroups() {
   }
 }
 
-/** Where a search began, so that an emptied one leads back. */
+/** Where a search began, for the return when it is emptied. */
 let before = '#';
 
-// The first letter of a search makes a new entry of the history, so that Back leads to the page
-// before it; the others change that entry.
+// The first letter of a search adds a history entry, so that Back returns to the page before it;
+// further letters replace that entry.
 search.addEventListener('input', () => {
   const isSearch = route().startsWith('?');
   const isWanted = search.value.trim() !== '';

@@ -17,13 +17,13 @@ constexpr char HEAD[] = R"(/*
  *                         address space
  * NAME_AT(i)              address of instance or element i
  * NAME_AT(i, j)           address of element j in instance i
- * NAME_COUNT, NAME_STEP   how often the name repeats and how far apart, in bytes, for fields in bits
+ * NAME_COUNT, NAME_STEP   how often the name repeats, and the distance in bytes, for fields in bits
  * NAME_WORDS              size of a memory in words of four bytes
  * NAME_MASK, NAME_SHIFT   of a field: (word >> SHIFT) & MASK
  * NAME_RESET              of a field, right-aligned
  *
- * Access, where the data sheet says it, is behind the bits of a field: ro read-only, wo write-only,
- * rc cleared by a read.
+ * The comment of a field has its bits and, if the data sheet states it, its access: ro read-only,
+ * wo write-only, rc cleared by a read.
  */
 )";
 
@@ -42,7 +42,7 @@ std::string Hexadecimal(std::uint64_t number) {
     return HexText(number) + "u";
 }
 
-/** A text within a comment. */
+/** A text for a comment. */
 std::string About(const Said& said) {
     std::string text = said.about.empty() ? "" : ": " + said.about;
     for (std::size_t at = text.find("*/"); at != std::string::npos; at = text.find("*/")) {
@@ -117,7 +117,7 @@ class Header {
         }
     }
 
-    /** The way to each place of what repeats, with a parameter for each repeat. */
+    /** The address of each element of a repeated name, with a parameter for each repetition. */
     void addPlaces(const std::string& name, const std::vector<Repeat>& repeats) {
         std::string parameters;
         std::string place = name + "_ADDRESS";
@@ -136,7 +136,7 @@ class Header {
     void define(const std::string& name, const std::string& value,
                 const std::string& parameters = "") {
         if (!i_names.insert(name).second) {
-            throw Failure(EXIT_FINDING, "two names of the map become the one constant " + name +
+            throw Failure(EXIT_FINDING, "two names of the map become the same constant " + name +
                                             "; rename one of them in the tables");
         }
         i_text << "#define " << name << parameters << ' ' << value << '\n';

@@ -37,7 +37,7 @@ std::string Quoted(const std::string& cell) {
     return quoted + "\"";
 }
 
-/** Collects the rows; a call belongs to the group and member that came last. */
+/** Collects the rows. The leading cells of a row are those of the current group and member. */
 class Sheet {
   public:
     Sheet() { add(COLUMNS); }

@@ -6,22 +6,23 @@
 #include "companions/registers/velnor_regs/outline.h"
 
 /**
- * Register maps in formats of other tools. Each writer gives the whole file as text, the same bytes
- * for the same map. Addresses are bytes from the base of the card's address space. What the data
- * sheet does not say is left out.
+ * Register maps in formats of other tools. Each writer returns the whole file as text, the same
+ * bytes for the same map. Addresses are bytes from the base of the card's address space. Anything
+ * that the data sheet does not state is left out.
  */
 namespace regs {
 
 struct ExportedMap {
     std::string design;
-    /** Of the project; some formats have a place for it. */
+    /** Of the project, for the formats that store it. */
     std::string version;
     std::vector<GroupOutline> groups;
 };
 
-/** A header for C99 and C++ with constants alone. Throws Failure if two names become one. */
+/** A header of constants for C99 and C++. Throws Failure if two names become the same constant. */
 std::string CHeaderOf(const ExportedMap& map);
-/** A row for each field of each instance, as RFC 4180 has it, but lines end in a line feed. */
+/** A row for each field of each instance, in the format of RFC 4180, but lines end in a line feed.
+ */
 std::string CsvOf(const ExportedMap& map);
 /** CMSIS-SVD 1.3. */
 std::string SvdOf(const ExportedMap& map);
@@ -35,8 +36,8 @@ struct ExportFormat {
 
 extern const std::vector<ExportFormat> EXPORT_FORMATS;
 
-/** Memories of more words than this are not told word by word: the readers would unfold them. */
-constexpr std::size_t MOST_TOLD_WORDS = 65536;
+/** Larger memories are not exported word by word, since readers would unfold them. */
+constexpr std::size_t MOST_EXPORTED_WORDS = 65536;
 
 /** The bytes from the group's address to the end of its last member. */
 std::uint64_t BytesOf(const GroupOutline& group);

@@ -1,4 +1,4 @@
-/** Each format read back, and what other readers of it would say. */
+/** Reads each format back, and checks it with a compiler or a schema. */
 #include "companions/registers/export/export.h"
 
 #include <gmock/gmock.h>
@@ -21,7 +21,7 @@ class Export : public testing::Test {
     std::string exported(const std::string& format, const std::string& design) const {
         return regs({"export", "--format", format, "--design", design});
     }
-    /** What the program says of the file; nothing if all is well. */
+    /** The program's error output for the file; empty if it accepts it. */
     std::string complaints(const std::string& program, std::vector<std::string> arguments,
                            const std::string& file, const std::string& text) const {
         arguments.push_back(i_directory.write(file, text));
@@ -63,12 +63,11 @@ CHECK(whole, VELNOR_DVE_SBUF_CHIP_MISC_R_DEBUG_VALUE_MASK == 0xffffffffu);
 CHECK(delay, VELNOR_MM_FCFS_SBUF_FRAME_DELAY_BLOCK_AT(5) == 0x2c80u);
 CHECK(code, VELNOR_DVE_SBUF_LTC_RX_R_BINARY_GROUP_AT(3) == 0x19cu);
 )";
-    for (const char* language : {"-xc -std=c99", "-xc++ -std=c++17"}) {
-        const std::string words = language;
-        const std::size_t blank = words.find(' ');
+    for (const auto& [language, standard] :
+         {std::pair("-xc", "-std=c99"), std::pair("-xc++", "-std=c++17")}) {
         EXPECT_EQ(complaints(COMPILER,
-                             {words.substr(0, blank), words.substr(blank + 1), "-Wall", "-Wextra",
-                              "-Werror", "-pedantic", "-fsyntax-only"},
+                             {language, standard, "-Wall", "-Wextra", "-Werror", "-pedantic",
+                              "-fsyntax-only"},
                              "checks.c", checks),
                   "");
     }
@@ -82,25 +81,25 @@ TEST_F(Export, FollowsTheOrderOfElementsInSvd) {
     }
 }
 
-/** A map with all that can be said of a field. */
-regs::ExportedMap Told() {
+/** A map that uses every property of a field. */
+regs::ExportedMap MapWithEverything() {
     regs::MemberOutline word{"R_a", {"a \"b\" */", {}, {}}, false, 4, 1, {2, 8}, {}};
     word.fields = {{"low", {"", hwmap::e_Access_ReadClears, 5}, 0xf, 4, {2, 8}},
                    {"reg", {"", hwmap::e_Access_WriteOnly, {}}, 1, 0, {1, 0}}};
     return {"x", "1.2.3", {{"sbuf", "g", {"one, two", {}, {}}, 0x40, {1, 0}, {word}}}};
 }
 
-TEST_F(Export, TellsAccessResetAndTexts) {
+TEST_F(Export, WritesAccessResetAndDescriptions) {
     const std::pair<std::string, std::vector<const char*>> cases[] = {
-        {regs::CHeaderOf(Told()),
+        {regs::CHeaderOf(MapWithEverything()),
          {"/* register R_a: a \"b\" * / */\n", "/* field low [7:4] rc */\n",
           "_R_A_LOW_RESET 0x5u\n"}},
-        {regs::CsvOf(Told()),
+        {regs::CsvOf(MapWithEverything()),
          {"R_a,1,0x4c,1,low,1,15,12,0xf,rc,0x5,\"one, two\",\"a \"\"b\"\" */\"\n", ",0x1,wo,,"}},
-        {regs::SvdOf(Told()),
+        {regs::SvdOf(MapWithEverything()),
          {"<resetValue>0x5050</resetValue>", "<resetMask>0xf0f0</resetMask>",
           "<readAction>clear</readAction>", "<access>write-only</access>", "a \"b\" */</desc"}},
-        {regs::SystemRdlOf(Told()),
+        {regs::SystemRdlOf(MapWithEverything()),
          {R"(desc = "a \"b\" */";)", "field { sw = w; } \\reg[0:0];",
           R"(field { name = "low[1]"; sw = r; onread = rclr; } low_1[15:12] = 0x5;)"}},
     };
@@ -110,9 +109,9 @@ TEST_F(Export, TellsAccessResetAndTexts) {
         }
     }
     EXPECT_EQ(complaints("/usr/bin/xmllint", {"--noout", "--schema", SVD_SCHEMA}, "map.svd",
-                         regs::SvdOf(Told())),
+                         regs::SvdOf(MapWithEverything())),
               "");
-    regs::ExportedMap twice = Told();
+    regs::ExportedMap twice = MapWithEverything();
     twice.groups[0].members.push_back(twice.groups[0].members[0]);
     twice.groups[0].members[1].name = "r_A";
     EXPECT_THROW((void)regs::CHeaderOf(twice), regs::Failure);

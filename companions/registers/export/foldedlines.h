@@ -6,13 +6,12 @@
 
 namespace testsupport {
 
-/** The place of element `i` of something that repeats. */
+/** The address, offset or shift of element `i`. */
 inline unsigned At(const nlohmann::json& object, const char* first, unsigned i) {
     return object[first].get<unsigned>() + i * object["step"].get<unsigned>();
 }
 
-/** Unfolds the groups of a map, with the keys that a page of the atlas has, into the lines of a
- * dump. */
+/** Unfolds the groups of a map, with the keys of the atlas pages, into the lines of a dump. */
 class FoldedLines {
   public:
     explicit FoldedLines(const nlohmann::json& groups) {

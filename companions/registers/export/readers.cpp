@@ -30,7 +30,7 @@ unsigned MaskOf(unsigned width) {
 
 // --- C
 
-/** The comments name the things, the constants behind them have their numbers. */
+/** The comments name the objects; the constants after a comment have the object's numbers. */
 class CReader {
   public:
     explicit CReader(const std::string& text) {
@@ -109,7 +109,7 @@ std::vector<std::vector<std::string>> Cells(const std::string& text) {
 
 // --- SVD
 
-/** The name without what stands for the numbers. */
+/** The name is without its index placeholder. */
 json Repeated(pugi::xml_node node) {
     std::string name = node.child_value("name");
     for (const char* mark : {"[%s]", "%s"}) {
@@ -279,7 +279,7 @@ json Repeated(const Component& part) {
     return object;
 }
 
-/** Fields with a name of their own, "k_bypass[2]", are elements of one. */
+/** Fields with a name property, such as "k_bypass[2]", are elements of one field. */
 json FieldsOf(const Component& word) {
     json fields = json::array();
     for (const Component& part : word.parts) {
@@ -319,10 +319,10 @@ std::string LinesOfC(const std::string& text) {
 }
 
 std::string LinesOfCsv(const std::string& text) {
-    std::set<std::string> told;
+    std::set<std::string> seen;
     std::string lines;
     const auto once = [&](const std::string& line) {
-        lines += told.insert(line).second ? line + "\n" : "";
+        lines += seen.insert(line).second ? line + "\n" : "";
     };
     const auto rows = Cells(text);
     for (std::size_t i = 1; i < rows.size(); ++i) {

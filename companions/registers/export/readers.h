@@ -4,8 +4,8 @@
 #include <string>
 
 /**
- * Readers of what the exports write, and of no more: for tests. Each gives the lines of a dump.
- * They throw std::exception for what they cannot read.
+ * Test readers for exactly what the exports write. Each returns the lines of a dump, and throws
+ * std::exception for anything else.
  */
 namespace testsupport {
 

@@ -23,8 +23,8 @@ void AddAbout(xml_node parent, const Said& said) {
 }
 
 /**
- * Repeat and name. What follows on itself is an array, anything else a list, whose elements have
- * their numbers in their names.
+ * Repeat and name. Contiguous elements are an array. Others are a list, whose elements have their
+ * numbers in their names.
  */
 void AddName(xml_node parent, const std::string& name, const Repeat& repeat, bool isArray) {
     if (repeat.count > 1) {
@@ -83,10 +83,10 @@ void AddRegister(xml_node registers, const MemberOutline& member, std::uint64_t 
     }
 }
 
-/** A memory is a register for each of its words; one that repeats is a cluster of them. */
+/** A memory becomes a register for each of its words, and a repeated memory a cluster. */
 void AddMember(xml_node registers, const MemberOutline& member) {
-    const bool isTold = member.isMemory && member.words <= MOST_TOLD_WORDS;
-    const Repeat words{isTold ? member.words : 1, isTold ? WORD_BYTES : 0};
+    const bool isExported = member.isMemory && member.words <= MOST_EXPORTED_WORDS;
+    const Repeat words{isExported ? member.words : 1, isExported ? WORD_BYTES : 0};
     if (!member.isMemory || member.repeat.count == 1) {
         AddRegister(registers, member, member.offset, member.isMemory ? words : member.repeat);
         return;
@@ -98,11 +98,11 @@ void AddMember(xml_node registers, const MemberOutline& member) {
     const Said nothing = {};
     MemberOutline word = member;
     word.name = "word";
-    word.said = nothing;  // the cluster says it
+    word.said = nothing;  // the cluster has it
     AddRegister(cluster, word, 0, words);
 }
 
-/** Instances that do not overlap follow on each other: each takes the bytes up to the next one. */
+/** Instances that don't overlap are an array: each takes the bytes up to the next one. */
 void AddPeripheral(xml_node peripherals, const GroupOutline& group) {
     xml_node peripheral = peripherals.append_child("peripheral");
     const bool isArray = group.repeat.step >= BytesOf(group);
@@ -118,9 +118,9 @@ void AddPeripheral(xml_node peripherals, const GroupOutline& group) {
     Add(block, "offset", "0x0");
     Add(block, "size", HexText(bytes));
     Add(block, "usage",
-        isEmpty                       ? "reserved"
-        : bytes > 4 * MOST_TOLD_WORDS ? "buffer"
-                                      : "registers");
+        isEmpty                           ? "reserved"
+        : bytes > 4 * MOST_EXPORTED_WORDS ? "buffer"
+                                          : "registers");
     if (isEmpty) {
         return;
     }
@@ -147,7 +147,7 @@ std::string SvdOf(const ExportedMap& map) {
     Add(device, "addressUnitBits", "8");
     Add(device, "width", "32");
     Add(device, "size", "32");
-    // No value after reset is known where a register states none.
+    // By default, no value after reset is known.
     Add(device, "resetValue", "0x0");
     Add(device, "resetMask", "0x0");
     xml_node peripherals = device.append_child("peripherals");

@@ -12,12 +12,12 @@ namespace {
 constexpr char HEAD[] =
     R"(// Register map of the FPGA design $. Written by velnor_regs; SystemRDL 2.0.
 //
-// Fields of one name are told one by one, with the name and index of the map as their name. After //+
-// is what the language cannot state: a group without members, and instances that overlap. A reader
-// of its own may take it as part of the text.
+// Repeated fields are listed one by one; the name property is the map's name and index. After //+ is
+// what the language cannot express: a group without members, and instances that overlap. A reader
+// may treat it as part of the text.
 )";
 
-/** Words of the language; as names they are escaped. */
+/** Reserved words, which are escaped as names. */
 const std::set<std::string> KEYWORDS = {"abstract",
                                         "accesstype",
                                         "addressingtype",
@@ -141,7 +141,7 @@ class Text {
     std::string text() const { return i_text.str(); }
 
   private:
-    /** Begins at its first group, so that domains of one base do not overlap. */
+    /** Begins at its lowest group, so that domains of one base do not overlap. */
     void addDomain(const std::vector<GroupOutline>& groups) {
         open("addrmap");
         std::uint64_t base = groups[0].address;
@@ -154,7 +154,7 @@ class Text {
         close(Identifier(groups[0].domain) + PlaceOf(base, {1, 0}));
     }
 
-    /** Memories may be in an address map alone. */
+    /** A memory is allowed only in an address map. */
     void addGroup(const GroupOutline& group, std::uint64_t base) {
         if (group.members.empty()) {
             line("//+ regfile { desc = " + Quoted(group.said.about) + "; } " +
@@ -188,8 +188,8 @@ class Text {
         line("mementries = " + std::to_string(member.words) + ";");
         line("memwidth = 32;");
         const Said nothing = {};
-        const std::size_t told = member.words <= MOST_TOLD_WORDS ? member.words : 1;
-        addWord(nothing, member.fields, "word" + PlaceOf(0, {told, 4}));
+        const std::size_t exported = member.words <= MOST_EXPORTED_WORDS ? member.words : 1;
+        addWord(nothing, member.fields, "word" + PlaceOf(0, {exported, 4}));
         close("external " + Identifier(member.name) + PlaceOf(member.offset, member.repeat));
     }
 

@@ -32,14 +32,14 @@ void CheckRead(const MapLocation& place, bool forced) {
     const auto& fields = place.member->fields;
     const auto cleared = std::find_if(fields.begin(), fields.end(), ReadClears);
     if (!forced && cleared != fields.end()) {
-        throw Failure(EXIT_FINDING, "a read of " + place.path + " clears its field " +
-                                        cleared->name + "; say --force to read it");
+        throw Failure(EXIT_FINDING, "reading " + place.path + " clears its field " + cleared->name +
+                                        "; use --force to read it");
     }
 }
 
 void CheckWrite(const MapLocation& place, bool forced) {
     if (!forced && IsReadOnly(place)) {
-        throw Failure(EXIT_FINDING, place.path + " is read-only; say --force to write it");
+        throw Failure(EXIT_FINDING, place.path + " is read-only; use --force to write it");
     }
     CheckRead(place, forced);
 }

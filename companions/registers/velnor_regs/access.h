@@ -5,8 +5,8 @@
 namespace regs {
 
 /**
- * What the hardware tables say against an access. Each throws Failure with the way out, unless it
- * is forced or there is nothing to say.
+ * Checks an access against the hardware tables. Each throws Failure, which says how to force the
+ * access, unless it is allowed or forced.
  */
 void CheckRead(const MapLocation& place, bool forced);
 

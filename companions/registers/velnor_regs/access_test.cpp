@@ -8,33 +8,29 @@ namespace regs {
 
 namespace {
 
-struct AccessCase {
+constexpr auto NONE = hwmap::e_Access_Unstated;
+constexpr auto RO = hwmap::e_Access_ReadOnly;
+constexpr auto WO = hwmap::e_Access_WriteOnly;
+constexpr auto RC = hwmap::e_Access_ReadClears;
+
+const struct {
     /** Of the word's two fields. */
-    hwmap::e_Access accesses[2];
-    /** Whether the path goes on to the first of them. */
+    hwmap::e_Access first, second;
+    /** Whether the path ends at the first of them. */
     bool toField;
-    /** What the failures say; "" where there is none. */
-    const char* read;
-    const char* write;
+    /** Parts of the failures; "" for none. */
+    const char *read, *write;
+} CASES[] = {
+    {NONE, NONE, false, "", ""},
+    {RO, NONE, false, "", ""},
+    {RO, NONE, true, "", "g.R_a is read-only"},
+    {RO, RO, false, "", "g.R_a is read-only"},
+    {WO, WO, false, "", ""},
+    {NONE, RC, true, "clears its field f1", "clears its field f1"},
+    {RC, RO, false, "clears its field f0", "is read-only"},
 };
 
-const AccessCase ACCESS_CASES[] = {
-    {{hwmap::e_Access_Unstated, hwmap::e_Access_Unstated}, false, "", ""},
-    {{hwmap::e_Access_ReadOnly, hwmap::e_Access_Unstated}, false, "", ""},
-    {{hwmap::e_Access_ReadOnly, hwmap::e_Access_Unstated}, true, "", "g.R_a is read-only"},
-    {{hwmap::e_Access_ReadOnly, hwmap::e_Access_ReadOnly}, false, "", "g.R_a is read-only"},
-    {{hwmap::e_Access_WriteOnly, hwmap::e_Access_WriteOnly}, false, "", ""},
-    {{hwmap::e_Access_Unstated, hwmap::e_Access_ReadClears},
-     true,
-     "clears its field f1",
-     "clears its field f1"},
-    {{hwmap::e_Access_ReadClears, hwmap::e_Access_ReadOnly},
-     false,
-     "clears its field f0",
-     "is read-only"},
-};
-
-/** What the check says, or nothing. */
+/** The text of the failure, or "". */
 template <class Check>
 std::string Said(Check check, const MapLocation& place, bool forced) {
     try {
@@ -45,11 +41,11 @@ std::string Said(Check check, const MapLocation& place, bool forced) {
     return "";
 }
 
-TEST(Access, RefusesWhatTheTablesSpeakAgainstUnlessForced) {
-    for (const AccessCase& c : ACCESS_CASES) {
-        SCOPED_TRACE(testing::PrintToString(c.accesses));
+TEST(Access, RefusesForbiddenAccessesUnlessForced) {
+    for (const auto& c : CASES) {
+        SCOPED_TRACE(testing::Message() << c.first << c.second << c.toField);
         Member member{0, 1, nullptr, nullptr, {}};
-        for (const hwmap::e_Access access : c.accesses) {
+        for (const hwmap::e_Access access : {c.first, c.second}) {
             const std::string name = "f" + std::to_string(member.fields.size());
             member.fields.push_back({name, {Field{1, 0, nullptr, nullptr}}, {"", access, {}}});
         }

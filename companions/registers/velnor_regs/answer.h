@@ -10,7 +10,7 @@
 
 namespace regs {
 
-/** A number that is written in hexadecimal where people read it. */
+/** A number that text shows in hexadecimal, and JSON in decimal. */
 struct Hex {
     std::uint64_t number;
 };
@@ -21,14 +21,14 @@ using Row = std::vector<Cell>;
 
 enum e_Layout {
     e_Layout_Columns,  // aligned, under a heading
-    e_Layout_Lines,    // cells with a blank between them and no heading
+    e_Layout_Lines,    // cells separated by a blank, without a heading
 };
 
-/** What a command has found out, for people and for scripts alike. */
+/** Result of a command, to be printed as text or JSON. */
 struct Answer {
     e_Layout layout = e_Layout_Columns;
     std::vector<std::pair<std::string, Cell>> facts;
-    /** Shown to people alone, since it says nothing that the rest doesn't. */
+    /** Printed only as text, since it repeats the rows. */
     std::vector<std::string> drawing;
     /** What the rows are, and the names of their cells. */
     std::string subject;
@@ -37,13 +37,13 @@ struct Answer {
     int exitValue = 0;
 };
 
-/** A value that isn't what it was. */
+/** A changed value. */
 struct Change {
     /** Since the start. */
     double seconds;
     std::string path;
     std::uint32_t value;
-    /** Nothing at the first look. */
+    /** No value at the first poll. */
     std::optional<std::uint32_t> before;
 };
 

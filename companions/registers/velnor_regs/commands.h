@@ -7,7 +7,7 @@
 
 namespace regs {
 
-/** What the command line asks of a command. */
+/** The command line of a command. */
 struct Request {
     std::string design;
     std::vector<std::string> operands;
@@ -15,12 +15,12 @@ struct Request {
     bool force = false;
     std::string format;
     bool json = false;
-    /** Of a watch: milliseconds between looks, and lines to write; 0 is no end. */
+    /** For watch: milliseconds between polls, and lines to print; 0 for no limit. */
     std::uint32_t interval = 100;
     std::uint64_t count = 0;
 };
 
-/** Each has its operands, and throws Failure where it has no answer. */
+/** Each finds its operands complete, and throws Failure if it has no answer. */
 Answer List(const Request& request);
 Answer Dump(const Request& request);
 Answer Find(const Request& request);
@@ -32,7 +32,7 @@ Answer Write(const Request& request);
 Answer Paths(const Request& request);
 Answer Diff(const Request& request);
 
-/** These write their output themselves, and give the exit value. */
+/** These print their output themselves, and return the exit value. */
 int Export(const Request& request);
 int Watch(const Request& request);
 

@@ -10,7 +10,7 @@ namespace regs {
 
 namespace {
 
-/** The lines of a dump, whose cells before the numbers say of what they are. */
+/** The rows of a dump. The cells before the numbers name the object. */
 class DumpRows {
   public:
     void add(const Domain& domain, const Series<Group>& series, std::size_t instance) {

@@ -17,17 +17,17 @@ namespace regs {
 
 namespace {
 
-/** More than any group has that the card's address space holds. */
+/** More words than a group within the mapped space can have. */
 constexpr std::size_t MOST_WORDS = 65536;
 
-/** Refuses what isn't one word of the card, before the card is touched. */
+/** Refuses a location that isn't a single word of the card, before the card is accessed. */
 void CheckLocation(const MapLocation& place) {
     if (place.member->isMemory() && !place.word) {
         throw Failure(EXIT_FINDING, place.path + " is a memory; give a word, [0] to [" +
                                         std::to_string(place.member->words - 1) + "]");
     }
     if (place.address() > REGION_SIZE - 4) {
-        throw Failure(EXIT_FINDING, place.path + " lies at " + HexText(place.address()) +
+        throw Failure(EXIT_FINDING, place.path + " is at " + HexText(place.address()) +
                                         ", past the end of the mapped space at " +
                                         HexText(REGION_SIZE) + "; choose a lower address");
     }
@@ -45,14 +45,14 @@ void CheckCard(const CardView& card) {
     }
 }
 
-/** A write beside an upgrade can break it. */
+/** A write during an upgrade can break it. */
 void CheckIdle(bool force) {
     const CardView card;
     CheckCard(card);
     const std::optional<pid_t> host = card.host();
     if (host && !force) {
         throw Failure(EXIT_FINDING, "a tolmira_upgrade is at work, " + ProcessText(*host) +
-                                        "; wait for its end, or say --force to write beside it");
+                                        "; wait until it has ended or use --force");
     }
 }
 
@@ -61,7 +61,7 @@ std::uint32_t Load(const MapLocation& place) {
                       : place.member->registerObject->get();
 }
 
-/** A field's neighbours keep what they have. */
+/** A field's neighbours keep their values. */
 void Store(const MapLocation& place, std::uint32_t value) {
     if (place.field == nullptr) {
         if (place.word) {
@@ -76,7 +76,7 @@ void Store(const MapLocation& place, std::uint32_t value) {
     }
 }
 
-/** A group is all its words. */
+/** The word, or all words of the group. */
 std::vector<MapLocation> WordsToRead(const std::variant<MapLocation, GroupLocation>& location,
                                      bool forced) {
     std::vector<MapLocation> words;
@@ -136,7 +136,7 @@ int Watch(const Request& request) {
     const auto start = std::chrono::steady_clock::now();
     std::vector<std::optional<std::uint32_t>> last(words.size());
     for (std::uint64_t lines = 0;;) {
-        // Opened for each look, so that an object made anew is seen.
+        // Opened for each poll, so that a new object is noticed.
         const CardView card;
         CheckCard(card);
         const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
@@ -162,7 +162,7 @@ Answer Write(const Request& request) {
         NumberOf(request.operands[1], planned.field == nullptr ? UINT32_MAX : planned.field->mask));
     if (!request.yes) {
         throw Failure(EXIT_WRONG_USAGE,
-                      "this changes " + planned.path + " of the live card; say --yes to do it");
+                      "this changes " + planned.path + " on the live card; use --yes to confirm");
     }
     CheckWrite(planned, request.force);
     CheckIdle(request.force);

@@ -5,15 +5,14 @@
 namespace regs {
 
 /**
- * The card's address space as other programs share it, mapped for writing for as long as this
- * object lives. The shared-memory object must be there: it is never made and its size never
- * changes.
+ * The card's shared address space, mapped for writing as long as this object lives. The
+ * shared-memory object must exist; it is never created or resized.
  */
 class LiveRegion {
   public:
     /**
-     * Makes sure first that there is memory for the word at `offset`, since a store without would
-     * end the process. Throws Failure if the object isn't there or can't be written.
+     * Allocates memory for the word at `offset` first, since a store without would raise SIGBUS.
+     * Throws Failure if the object is missing or can't be written.
      */
     explicit LiveRegion(std::size_t offset);
     ~LiveRegion();

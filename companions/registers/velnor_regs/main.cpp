@@ -1,6 +1,6 @@
 /**
- * velnor_regs: looks into the register maps of the five designs, and into the live card through
- * them.
+ * velnor_regs: shows the register maps of the five designs, and reads and writes the live card
+ * through them.
  */
 #include <algorithm>
 #include <cstdio>
@@ -17,15 +17,15 @@ namespace regs {
 
 namespace {
 
-/** The design of the frame's switcher mode when nobody has chosen one. */
+/** The design of the frame's default switcher mode. */
 constexpr char DEFAULT_DESIGN[] = "mm_fcfs";
 
-constexpr char PATH_HELP[] = "A path as the code reads: sbuf.chip_misc[0].R_debug.value";
-constexpr char PLACE_HELP[] = "Such a path, one that ends at a group, or an address";
+constexpr char PATH_HELP[] = "Path in the code's notation: sbuf.chip_misc[0].R_debug.value";
+constexpr char PLACE_HELP[] = "Path of a group, word or field, or an address";
 constexpr char VALUES_HELP[] =
-    "The whole word, decimal or 0x and hexadecimal; for a group one after the other";
+    "Value of the word, decimal or 0x and hexadecimal; for a group, of its words in order";
 constexpr char VALUE_HELP[] = "A number, decimal or 0x and hexadecimal";
-constexpr char DESIGN_HELP[] = "One of the designs that list shows";
+constexpr char DESIGN_HELP[] = "Name of a design; the command list shows them";
 
 struct Operand {
     const char* name;
@@ -45,60 +45,63 @@ struct RegsCommand {
 };
 
 const RegsCommand COMMANDS[] = {
-    {"list", List, "The designs, or the groups of one", false, {{"DESIGN", DESIGN_HELP, false}}},
+    {"list",
+     List,
+     "List the designs, or the groups of one",
+     false,
+     {{"DESIGN", DESIGN_HELP, false}}},
     {"dump",
      Dump,
-     "Every object of a design, in order of construction",
+     "Print every object of a design, in order of construction",
      false,
      {{"DESIGN", DESIGN_HELP}}},
     {"find",
      Find,
-     "Groups, registers, memories and fields by a part of the name or the description",
+     "Find groups, registers, memories and fields by part of a name or description",
      true,
-     {{"TEXT",
-       "Part of a name, of a path up to its end, or of a description; case doesn't matter"}}},
+     {{"TEXT", "Part of a name, end of a path, or part of a description; case is ignored"}}},
     {"at",
      At,
-     "What lies at an address",
+     "Show what is at an address",
      true,
      {{"ADDRESS", "Bytes from the design's base, decimal or 0x and hexadecimal"}}},
     {"show",
      Show,
-     "A word as a row of bits with its fields, or the members of a group",
+     "Show a word as a row of bits with its fields, or the members of a group",
      true,
      {{"PLACE", PLACE_HELP}}},
     {"decode",
      Decode,
-     "What a word's value says in each field",
+     "Show the fields of a word's value",
      true,
      {{"PLACE", PLACE_HELP}, {"VALUE", VALUES_HELP, true, true}}},
     {"read",
      Read,
-     "A word or a group of the live card, /resource0, with the fields",
+     "Read a word or a group of the live card, /resource0, with its fields",
      true,
      {{"PLACE", PLACE_HELP}}},
     {"write",
      Write,
-     "Stores into a word or a field of the live card, /resource0",
+     "Write a word or a field of the live card, /resource0",
      true,
      {{"PATH", PATH_HELP}, {"VALUE", VALUE_HELP}}},
     {"diff",
      Diff,
-     "What isn't the same in two designs",
+     "Show the differences between two designs",
      false,
      {{"DESIGN", DESIGN_HELP}, {"OTHER", DESIGN_HELP}}},
     {"watch",
      nullptr,
-     "A line for each change of words or fields of the live card, /resource0",
+     "Print a line for each change of words or fields of the live card, /resource0",
      true,
      {{"PLACE", PLACE_HELP, true, true}},
      Watch},
-    {"export", nullptr, "The map of a design as a file for other tools", true, {}, Export},
+    {"export", nullptr, "Print the map of a design as a file for other tools", true, {}, Export},
     {"paths",
      Paths,
-     "How a path can go on; for completion",
+     "List how a path can continue, for completion",
      true,
-     {{"BEGINNING", "What of the path is written", false}}},
+     {{"BEGINNING", "Beginning of the path", false}}},
 };
 
 struct RegsSettings {
@@ -121,7 +124,7 @@ void AddCommand(commandline::Program& program, const RegsCommand& command, RegsS
     const commandline::CommandOptions sub = program.subcommand(
         command.name, command.help, [&settings, &command] { settings.command = &command; });
     if (command.stream == nullptr) {
-        sub.flag("--json", settings.request.json, "Answer as one JSON object, numbers in decimal");
+        sub.flag("--json", settings.request.json, "Print one JSON object, with numbers in decimal");
     }
     if (command.takesDesign) {
         sub.option("--design", settings.request.design, DESIGN_HELP)
@@ -129,23 +132,24 @@ void AddCommand(commandline::Program& program, const RegsCommand& command, RegsS
             .showDefault();
     }
     if (command.run == Write) {
-        sub.flag("--yes", settings.request.yes, "Really change the card");
+        sub.flag("--yes", settings.request.yes, "Confirm that the card is to be changed");
         sub.flag("--force", settings.request.force,
-                 "Write even while a tolmira_upgrade is at work, or if the place is read-only");
+                 "Write even if a tolmira_upgrade is at work or the place is read-only");
     }
     if (command.stream == Watch) {
-        sub.flag("--json", settings.request.json, "A JSON object a line, numbers in decimal");
-        sub.option("--interval", settings.request.interval, "Milliseconds between two looks")
+        sub.flag("--json", settings.request.json,
+                 "Print a JSON object per line, with numbers in decimal");
+        sub.option("--interval", settings.request.interval, "Poll every N milliseconds")
             .showDefault()
             .inRange(1, 3600000);
-        sub.option("--count", settings.request.count, "Stop after so many lines; 0: never");
+        sub.option("--count", settings.request.count, "Exit after N lines; 0: never");
     }
     if (command.run == Read || command.stream == Watch) {
         sub.flag("--force", settings.request.force, "Read even if the read clears bits");
     }
     if (command.stream == Export) {
         sub.option("--format", settings.request.format,
-                   "c (C99 and C++), csv, svd (CMSIS-SVD 1.3) or systemrdl (SystemRDL 2.0)")
+                   "Format: c (C99 and C++), csv, svd (CMSIS-SVD 1.3) or systemrdl (SystemRDL 2.0)")
             .required()
             .oneOf(FormatNames());
     }
@@ -161,15 +165,16 @@ void AddCommand(commandline::Program& program, const RegsCommand& command, RegsS
     }
 }
 
-/** The whole program; what ends it early passes through. */
+/** The program; throws Failure to end early. */
 int Run(int argc, const char* const* argv) {
     RegsSettings settings;
     settings.request.design = DEFAULT_DESIGN;
     commandline::Program program(
-        "Looks into the register maps of the five designs.\n"
-        "Addresses are bytes from the base of the card's address space. In a path, what stands\n"
-        "once may leave out its [0]; the last index of a memory is its word.\n"
-        "Exit value: 0 done, 1 nothing there or a difference found, 2 wrong usage.",
+        "Shows the register maps of the five designs, and reads and writes the live card.\n"
+        "Addresses are bytes from the base of the card's address space. In a path, [0] may be "
+        "left\n"
+        "out if nothing repeats; the last index of a memory is its word.\n"
+        "Exit value: 0 done, 1 not found, refused or different, 2 wrong usage.",
         "velnor_regs");
     program.version(TOLMIRA_VERSION);
     for (const RegsCommand& command : COMMANDS) {
@@ -192,7 +197,7 @@ int Run(int argc, const char* const* argv) {
 
 }  // namespace regs
 
-// Out of memory, the program may end as the library ends it.
+// On std::bad_alloc the program may terminate.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     OpenStandardDescriptors();
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);

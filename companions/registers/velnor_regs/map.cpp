@@ -17,7 +17,7 @@ namespace regs {
 
 namespace {
 
-/** Group, member and field; the last ones are empty for what is no field or no member. */
+/** Group, member and field; member and field may be empty. */
 using Name = std::tuple<std::string_view, std::string_view, std::string_view>;
 using Meanings = std::map<Name, Said>;
 
@@ -36,7 +36,7 @@ Meanings MeaningsOf(std::string_view design) {
     return meanings;
 }
 
-/** Puts each object behind the ones before it, so that the map keeps the order of construction. */
+/** Appends each object, so that the map keeps the order of construction. */
 class Builder : public hwmap::MapVisitor {
   public:
     Builder(Map& map, std::string_view design, void* base)
@@ -138,7 +138,7 @@ Map OpenMap(const std::string& design, void* base) {
     }
     throw Failure(EXIT_FINDING, "there is no design " + design +
                                     commandline::SuggestionFor(design, DesignNames()) +
-                                    " (list shows all)");
+                                    " (see velnor_regs list)");
 }
 
 void ForEachMember(const Map& map,

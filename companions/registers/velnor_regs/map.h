@@ -12,8 +12,8 @@
 #include "src/card/velnor/hwmap/meanings.h"
 
 /**
- * The register map of a design as its constructed objects tell it: where they lie, what they are
- * called and in which order they were built. Addresses are bytes from the design's base.
+ * The register map of a design, taken from its constructed objects: addresses, names and order of
+ * construction. Addresses are bytes from the design's base.
  */
 namespace regs {
 
@@ -22,7 +22,7 @@ using MemoryObject = Memory<VolatileAccessor, unsigned int>;
 using RegisterFieldObject = RegisterField<VolatileAccessor, unsigned int>;
 using MemoryFieldObject = MemoryField<VolatileAccessor, unsigned int>;
 
-/** What the hardware tables say of a name beside its place; the same in all its objects. */
+/** What the hardware tables state about a name besides its place; the same for all its objects. */
 struct Said {
     std::string about;
     hwmap::e_Access access = hwmap::e_Access_Unstated;
@@ -43,7 +43,7 @@ struct Series {
 struct Field {
     unsigned int mask;  // right-aligned
     unsigned int shift;
-    // Whichever the field's owner is; the other is null.
+    // The one that the field's owner has; the other is null.
     RegisterFieldObject* registerObject;
     MemoryFieldObject* memoryObject;
 };
@@ -51,7 +51,7 @@ struct Field {
 struct Member {
     std::uintptr_t address;
     std::size_t words;  // 1 for a register
-    // Whichever it is; the other is null.
+    // The one that it is; the other is null.
     RegisterObject* registerObject;
     MemoryObject* memoryObject;
     std::vector<Series<Field>> fields;
@@ -71,8 +71,8 @@ struct Domain {
 };
 
 /**
- * A design and its map. The map owns the design, whose objects live as long as it does. They name
- * addresses from the base on, and touch nothing unless they are asked for a word.
+ * A design and its map. The map owns the design and its objects. They access memory only when they
+ * are asked for a word.
  */
 struct Map {
     std::shared_ptr<void> design;
@@ -82,22 +82,22 @@ struct Map {
 /** The names of the five designs. */
 std::vector<std::string> DesignNames();
 
-/** A new design over `base` and its map. Throws Failure for a name that no design has. */
+/** Constructs a design at `base`, and its map. Throws Failure for an unknown name. */
 Map OpenMap(const std::string& design, void* base);
 
-/** "ro", "wo" or "rc", as in the hardware tables; "" if the data sheet does not say. */
+/** "ro", "wo" or "rc", as in the hardware tables; "" if the data sheet states none. */
 const char* AccessText(hwmap::e_Access access);
-/** Calls for each register and memory object in order of construction, with its path. */
+/** Calls back for each register and memory object in order of construction, with its path. */
 void ForEachMember(const Map& map,
                    const std::function<void(const std::string& path, const Member& member)>& call);
 
-/** How many bits a right-aligned mask has. */
+/** The number of bits in a right-aligned mask. */
 unsigned int WidthOf(unsigned int mask);
 /** "31:22", or "22" for a single bit. */
 std::string BitsOf(const Field& field);
-/** "[3]", or nothing for what doesn't repeat. */
+/** "[3]", or "" if it doesn't repeat. */
 std::string IndexOf(bool repeats, std::size_t element);
-/** "[0..7]", or nothing for what doesn't repeat. */
+/** "[0..7]", or "" if it doesn't repeat. */
 template <class Element>
 std::string RangeOf(const Series<Element>& series) {
     return series.repeats() ? "[0.." + std::to_string(series.elements.size() - 1) + "]" : "";

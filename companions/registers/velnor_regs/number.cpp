@@ -16,8 +16,9 @@ std::uint64_t NumberOf(const std::string& text, std::uint64_t largest) {
     std::uint64_t number = 0;
     const auto [stop, error] = std::from_chars(digits, end, number, hexadecimal ? 16 : 10);
     if (stop != end || error == std::errc::invalid_argument) {
-        throw Failure(EXIT_WRONG_USAGE,
-                      "\"" + text + "\" is no number; write decimal digits, or 0x and hexadecimal");
+        throw Failure(
+            EXIT_WRONG_USAGE,
+            "\"" + text + "\" is not a number; give decimal digits, or 0x and hexadecimal");
     }
     if (error != std::errc() || number > largest) {
         throw Failure(EXIT_WRONG_USAGE, text + " is too large; at most " + HexText(largest));

@@ -5,10 +5,11 @@
 
 namespace regs {
 
-/** A decimal number or 0x and hexadecimal digits. Throws Failure for anything else or too much. */
+/** Reads a decimal number, or 0x and hexadecimal digits. Throws Failure if it is anything else, or
+ * above `largest`. */
 std::uint64_t NumberOf(const std::string& text, std::uint64_t largest);
 
-/** As people read it, 0x and its digits. */
+/** 0x and hexadecimal digits. */
 std::string HexText(std::uint64_t number);
 
 }  // namespace regs

@@ -42,7 +42,7 @@ std::string RepeatText(const Repeat& repeat, const std::string& step) {
     return repeat.count == 1 ? "" : " x" + std::to_string(repeat.count) + "+" + step;
 }
 
-/** A named thing, what there is to tell of it, and what it holds. */
+/** A named object, its description and its children. */
 struct Node {
     std::string name;
     std::string text;
@@ -88,26 +88,26 @@ const Node* ChildOf(const Node* parent, const std::string& name) {
     return found == parent->children.end() ? nullptr : &*found;
 }
 
-/** The children's names of all; one that a parent lacks stands where the others have it. */
+/** The names of all parents' children; a name that one lacks keeps its place among the others'. */
 std::vector<std::string> NamesOf(const Nodes& parents) {
     std::vector<std::string> names;
     for (const Node* parent : parents) {
-        auto behind = names.begin();
+        auto next = names.begin();
         for (const Node& child : parent == nullptr ? std::vector<Node>() : parent->children) {
             const auto found = std::find(names.begin(), names.end(), child.name);
-            behind = found != names.end() ? found : names.insert(behind, child.name);
-            ++behind;
+            next = found != names.end() ? found : names.insert(next, child.name);
+            ++next;
         }
     }
     return names;
 }
 
-/** Compares the children of the parents that are there. */
+/** Compares the children of the parents that aren't null. */
 void Compare(const Nodes& parents, const std::string& path, std::vector<Difference>& differences) {
     for (const std::string& name : NamesOf(parents)) {
         Nodes children;
         Difference row{path + name, {}};
-        std::vector<std::string> told;
+        std::vector<std::string> known;
         for (const Node* parent : parents) {
             const Node* child = ChildOf(parent, name);
             children.push_back(child);
@@ -115,10 +115,10 @@ void Compare(const Nodes& parents, const std::string& path, std::vector<Differen
                                  : child == nullptr ? "absent"
                                                     : child->text);
             if (parent != nullptr) {
-                told.push_back(row.values.back());
+                known.push_back(row.values.back());
             }
         }
-        if (std::adjacent_find(told.begin(), told.end(), std::not_equal_to<>()) != told.end()) {
+        if (std::adjacent_find(known.begin(), known.end(), std::not_equal_to<>()) != known.end()) {
             differences.push_back(row);
         }
         Compare(children, path + name + ".", differences);

@@ -6,10 +6,10 @@
 
 #include "companions/registers/velnor_regs/map.h"
 
-/** A map with its repeats folded: each name once, with how often and how far apart it stands. */
+/** A map with repeated objects folded: each name once, with its count and step. */
 namespace regs {
 
-/** `step` is in bytes, for fields in bits; 0 for what stands once. */
+/** `step` is in bytes, for fields in bits; 0 if `count` is 1. */
 struct Repeat {
     std::size_t count;
     std::uint64_t step;
@@ -42,7 +42,7 @@ struct GroupOutline {
     std::vector<MemberOutline> members;
 };
 
-/** All groups in order of construction. Elements of one name stand at even distances. */
+/** All groups in order of construction. The objects of one name are evenly spaced. */
 std::vector<GroupOutline> OutlineOf(const Map& map);
 
 /** How many objects of each kind a map has. */
@@ -56,14 +56,14 @@ struct MapCounts {
 
 MapCounts CountsOf(const std::vector<GroupOutline>& map);
 
-/** A difference between maps: what of the path is what in each of them. */
+/** A difference between maps at one path. */
 struct Difference {
     std::string path;
-    /** One for each map; "absent" where the map lacks the thing, "" where it lacks its owner. */
+    /** One for each map; "absent" if the map lacks the object, "" if it lacks its owner. */
     std::vector<std::string> values;
 };
 
-/** What of the maps isn't the same in all of them, in order of construction. */
+/** All differences between the maps, in order of construction. */
 std::vector<Difference> DifferencesOf(const std::vector<std::vector<GroupOutline>>& maps);
 
 }  // namespace regs

@@ -22,7 +22,7 @@ struct PathStep {
 
 constexpr std::size_t MOST_STEPS = 4;
 
-/** Reads the indices of a step from its first bracket on. False for what are no indices. */
+/** Reads the indices of a step from its first bracket on. False if they are malformed. */
 bool ReadIndices(const char* at, const char* end, std::vector<std::size_t>& indices) {
     while (at != end) {
         std::size_t index = 0;
@@ -57,7 +57,7 @@ std::vector<PathStep> StepsOf(const std::string& text) {
     if (!good || steps.size() > MOST_STEPS) {
         throw Failure(
             EXIT_WRONG_USAGE,
-            "\"" + text + "\" is no path; write it as in sbuf.chip_misc[0].R_debug.value");
+            "\"" + text + "\" is not a path; write it as in sbuf.chip_misc[0].R_debug.value");
     }
     return steps;
 }
@@ -82,7 +82,7 @@ std::vector<std::string> AllNames(const Map& map) {
     return {names.begin(), names.end()};
 }
 
-/** Goes down one step after the other, and notes the path as the code would read it. */
+/** Follows a path step by step, and builds it in the code's notation. */
 class Walker {
   public:
     Walker(const Map& map, const std::string& text) : i_map(map), i_steps(StepsOf(text)) {}
@@ -101,9 +101,9 @@ class Walker {
     }
 
     [[noreturn]] static void refuseToEnd(const std::string& path, const std::string& next) {
-        throw Failure(EXIT_FINDING, path + " is no word; go on" +
-                                        (next.empty() ? " elsewhere, it is empty"
-                                                      : " as in " + path + "." + next));
+        throw Failure(EXIT_FINDING, path + " is not a word; " +
+                                        (next.empty() ? "choose another path, since it is empty"
+                                                      : "continue as in " + path + "." + next));
     }
 
   private:
@@ -152,8 +152,8 @@ class Walker {
                                         commandline::SuggestionFor(written, AllNames(i_map)));
     }
 
-    /** Takes the step's first index; a memory that doesn't repeat leaves a lone one for its word.
-     */
+    /** Takes the step's first index. A lone index of a memory that doesn't repeat is its word, and
+     * is left. */
     template <class Element>
     const Element& element(const Series<Element>& series, bool shown) {
         std::vector<std::size_t>& indices = current().indices;
@@ -206,7 +206,7 @@ class Walker {
     std::string i_path;
 };
 
-/** Where the search went past the last thing below the address and the first one above. */
+/** The objects nearest to an address without one. */
 struct Neighbours {
     std::uint64_t address;
     std::string below = "nothing";
@@ -283,8 +283,8 @@ std::vector<std::string> PathsAt(const Map& map, std::uint64_t address) {
         }
     });
     if (paths.empty()) {
-        throw Failure(EXIT_FINDING, "nothing lies at " + HexText(address) + "; below is " +
-                                        neighbours.below + ", above " + neighbours.above);
+        throw Failure(EXIT_FINDING, "nothing is at " + HexText(address) + "; below is " +
+                                        neighbours.below + ", above is " + neighbours.above);
     }
     return paths;
 }

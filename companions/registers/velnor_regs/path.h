@@ -10,17 +10,17 @@
 
 namespace regs {
 
-/** What a path leads to; it points into the map. */
+/** The target of a path; it points into the map. */
 struct MapLocation {
-    /** As the code reads: a group always with its instance, a member only where it repeats. */
+    /** In the code's notation: a group always with its instance, a member only if it repeats. */
     std::string path;
     const Member* member;
-    /** The word of a memory; nothing where the path names the memory as a whole. */
+    /** The word of a memory; no value if the path names the whole memory. */
     std::optional<std::size_t> word;
-    /** Null where the path ends at the member, and so is the series that the field is one of. */
+    /** The field and its series; null if the path ends at the member. */
     const Field* field;
     const Series<Field>* series;
-    /** What is said of the group and of the member. */
+    /** The descriptions of the group and of the member. */
     const Said* group;
     const Said* said;
 
@@ -28,11 +28,11 @@ struct MapLocation {
 };
 
 /**
- * Follows a path such as "sbuf.shelf_status[0].shelf_status_spi_values[5].value". What doesn't
- * repeat may leave out its [0]. A memory's last index is its word: the fifth one here, and word 5
- * of element 3 in "hor_chroma_coef_dve[3][5]".
+ * Resolves a path such as "sbuf.shelf_status[0].shelf_status_spi_values[5].value". [0] may be left
+ * out if nothing repeats. A memory's last index is its word: word 5 here, and word 5 of element 3
+ * in "hor_chroma_coef_dve[3][5]".
  *
- * Throws Failure: for what is no path, and for one that leads nowhere, with the nearest ones.
+ * Throws Failure for a malformed path, and for one without a target, with the nearest paths.
  */
 MapLocation ResolvePath(const Map& map, const std::string& text);
 
@@ -46,10 +46,10 @@ struct GroupLocation {
 /** As ResolvePath(), but the path may end at a group, or be the address of a word. */
 std::variant<MapLocation, GroupLocation> ResolveOperand(const Map& map, const std::string& text);
 
-/** The words of a group in order of construction, of those the first `most`. */
+/** The first `most` words of a group, in order of construction. */
 std::vector<MapLocation> WordsOf(const GroupLocation& location, std::size_t most);
 
-/** The address of the word that a byte address belongs to. Throws Failure for what is no number. */
+/** The address of the word that contains a byte. Throws Failure if the text isn't a number. */
 std::uint64_t WordAddress(const std::string& text);
 
 /** The paths of the words at an address. Throws Failure if there is none, with the nearest ones. */

@@ -13,7 +13,7 @@ namespace {
 
 const std::vector<std::string> COLUMNS = {"kind", "path", "address", "bits"};
 
-/** Of a memory that are listed; the one that has more is out of reach. */
+/** Words of a memory that are listed. Larger memories are outside the mapped space. */
 constexpr std::size_t MOST_WORDS = 1024;
 
 const char* KindOf(const Member& member) {
@@ -26,21 +26,19 @@ std::string Lower(std::string text) {
     return text;
 }
 
-/**
- * Collects what has the text in its own name, at the end of its path up to there, or in its
- * description.
- */
+/** Collects the objects with the text in their name, at the end of their path, or in their
+ * description. */
 class Finder {
   public:
     explicit Finder(const std::string& text) : i_text(Lower(text)) {}
 
-    void look(const Domain& domain) {
+    void search(const Domain& domain) {
         for (const auto& group : domain.groups) {
             const Group& first = group.elements[0];
             const Path path = Path{domain.name, domain.name}.with(group.name, RangeOf(group));
             note(path, {"group", path.shown, Hex{first.address}, {}}, group.said.about);
             for (const auto& member : first.members) {
-                look(path.with(member.name, RangeOf(member)), member);
+                search(path.with(member.name, RangeOf(member)), member);
             }
         }
     }
@@ -58,7 +56,7 @@ class Finder {
         }
     };
 
-    void look(const Path& path, const Series<Member>& series) {
+    void search(const Path& path, const Series<Member>& series) {
         const Member& member = series.elements[0];
         note(path, {KindOf(member), path.shown, Hex{member.address}, {}}, series.said.about);
         for (const auto& field : member.fields) {
@@ -104,7 +102,7 @@ void AddFieldPaths(const std::string& path, const Member& member, std::vector<st
     }
 }
 
-/** A memory's words come once its bracket is there, and fields once the name is whole. */
+/** A memory's words are listed once its bracket is typed, and fields once the name is complete. */
 void AddMemberPaths(const std::string& group, const Series<Member>& series,
                     const std::string& beginning, std::vector<std::string>& paths) {
     for (std::size_t i = 0; i < series.elements.size(); ++i) {
@@ -129,7 +127,7 @@ void AddGroupPaths(const Domain& domain, std::vector<std::string>& paths) {
     }
 }
 
-/** What the part after the last dot can become, and what it cannot. */
+/** Paths that may continue the beginning, and others that don't match it. */
 std::vector<std::string> Continuations(const Map& map, const std::string& beginning) {
     std::vector<std::string> paths;
     const std::size_t dot = beginning.rfind('.');
@@ -162,10 +160,10 @@ Answer Find(const Request& request) {
     const Map map = OpenMap(request.design, nullptr);
     Finder finder(text);
     for (const Domain& domain : map.domains) {
-        finder.look(domain);
+        finder.search(domain);
     }
     if (finder.rows.empty()) {
-        throw Failure(EXIT_FINDING, "no name and no description in " + request.design + " has \"" +
+        throw Failure(EXIT_FINDING, "no name or description in " + request.design + " contains \"" +
                                         text + "\"" +
                                         commandline::SuggestionFor(text, finder.names));
     }

@@ -13,7 +13,7 @@ namespace {
 constexpr unsigned int BITS = 32;
 constexpr char LETTERS[] = "abcdefghijklmnopqrstuvwxyzABCDEF";  // one for each bit
 
-/** In fours, the highest bit first. */
+/** In groups of four, the highest bit first. */
 std::string InFours(const std::string& head, const std::string& cells) {
     std::string line = head;
     for (std::size_t i = 0; i < cells.size(); ++i) {
@@ -22,7 +22,7 @@ std::string InFours(const std::string& head, const std::string& cells) {
     return line;
 }
 
-/** The highest bit of each four above it. */
+/** The number of the highest bit above each group of four. */
 std::string BitNumbers() {
     std::string line = "bit  ";
     for (int bit = BITS - 1; bit > 0; bit -= 4) {
@@ -54,7 +54,7 @@ bool HasReset(const Series<Field>& field) {
     return field.said.reset.has_value();
 }
 
-/** The columns of what is said are there only if it is said of one of the fields. */
+/** Access and reset have columns only if one of the fields states them. */
 void AddSaid(const Said& said, const std::vector<Series<Field>>& fields, Row& row) {
     if (std::any_of(fields.begin(), fields.end(), HasAccess)) {
         row.emplace_back(said.access == hwmap::e_Access_Unstated ? Cell()
@@ -80,7 +80,7 @@ void AddFact(const char* name, const std::string& text, Answer& answer) {
     }
 }
 
-/** Adds the fields to the rows and to the letters of the bits; gives the bits that they take. */
+/** Adds the fields to the rows and to the letters of the bits; returns the bits that they cover. */
 std::uint32_t AddFields(const MapLocation& place, const std::optional<std::uint32_t>& value,
                         Answer& answer, std::string& letters) {
     std::uint32_t named = 0;
@@ -194,9 +194,8 @@ Answer Decode(const Request& request) {
     const auto* group = std::get_if<GroupLocation>(&location);
     const std::size_t words = group == nullptr ? 1 : WordsOf(*group, values.size()).size();
     if (values.size() > words) {
-        throw Failure(EXIT_WRONG_USAGE, request.operands[0] + " has no more than " +
-                                            std::to_string(words) + " of these words; give " +
-                                            "fewer values");
+        throw Failure(EXIT_WRONG_USAGE, request.operands[0] + ": too many values; give at most " +
+                                            std::to_string(words));
     }
     return group != nullptr
                ? DescribeValues(request.design, *group, values)

@@ -8,16 +8,16 @@
 namespace regs {
 
 /**
- * The word that the path leads to, as a row of bits with its fields, and with their values where
- * the whole word's value is given. Of a path that ends at a field, that field alone.
+ * The word at the path as a row of bits, with its fields, and with their values if the word's value
+ * is given. If the path ends at a field, only that field.
  */
 Answer DescribeWord(const std::string& design, const MapLocation& place,
                     const std::optional<std::uint32_t>& value);
 
-/** A group's members. */
+/** The members of a group. */
 Answer DescribeGroup(const std::string& design, const GroupLocation& location);
 
-/** The fields of the group's first words, of as many as there are values. */
+/** The fields of the group's first words, one word for each value. */
 Answer DescribeValues(const std::string& design, const GroupLocation& location,
                       const std::vector<std::uint32_t>& values);
 

@@ -10,11 +10,11 @@ namespace {
 
 using commandline::ChecksumText;
 
-/** In front of a page's data: number, CRC and the count of the data's bytes. */
+/** Bytes before a page's data: number, CRC and the size of the data. */
 constexpr size_t PAGE_PREFIX = 8;
 constexpr size_t INFO_SIZE = 4;
 
-/** A page from its body; empty data, and so a bad size, where the body contradicts itself. */
+/** A page from its body. If the stated size is wrong the data is empty, which is a bad size. */
 FlashPage UnpackPage(const std::vector<uint8_t>& body) {
     FlashPage page;
     if (body.size() < PAGE_PREFIX) {
@@ -114,12 +114,12 @@ void Conversation::info(const std::vector<uint8_t>& body) {
     }
     const uint16_t pages = ReadU16(body.data());
     i_checksum = ReadU16(body.data() + 2);
-    i_events.trace("host tells " + std::to_string(pages) + " pages, checksum " +
+    i_events.trace("host announces " + std::to_string(pages) + " pages, checksum " +
                    ChecksumText(i_checksum));
     i_fits = pages == i_flash.pages();
     if (!i_fits) {
-        i_events.finding(std::to_string(pages) + " pages told, " + std::to_string(i_flash.pages()) +
-                         " held");
+        i_events.finding(std::to_string(pages) + " pages announced, " +
+                         std::to_string(i_flash.pages()) + " received");
     }
     if (i_expectedChecksum && *i_expectedChecksum != i_checksum) {
         i_fits = false;
@@ -167,7 +167,7 @@ void Conversation::restart() {
 void Conversation::close() {
     if (i_open) {
         i_open = false;
-        i_events.finding("upgrade broken off behind page count " + std::to_string(i_flash.pages()));
+        i_events.finding("upgrade broken off after " + std::to_string(i_flash.pages()) + " pages");
     }
 }
 

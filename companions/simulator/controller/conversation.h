@@ -19,7 +19,7 @@ struct PageAnswer {
     std::vector<uint8_t> bytes;
 };
 
-/** What one byte of the host leads to. */
+/** Result of one byte from the host. */
 struct ByteResult {
     /** The byte completed a message. */
     bool complete = false;
@@ -28,7 +28,7 @@ struct ByteResult {
     bool upgraded = false;
 };
 
-/** How often each thing happened. */
+/** Counts of messages and results. */
 struct MessageCounts {
     unsigned begins = 0;
     unsigned pages = 0;
@@ -41,12 +41,12 @@ struct MessageCounts {
 };
 
 /**
- * The controller's side of the upgrade conversation, from the host's bytes to the answers, with no
- * mailbox in it. It keeps the flash and judges what arrives; every fault of the host's goes to the
- * event log as a finding.
+ * The controller's side of the upgrade protocol, from the host's bytes to the answers, without the
+ * mailbox. It programs the flash and checks every message. Errors of the host go to the event log
+ * as findings.
  *
- * The image's checksum covers what only the image's maker knows, so it is compared with the one
- * expected, where there is one, and otherwise only kept.
+ * How the image's checksum is computed is known only to the image's maker. So it is compared with
+ * the expected one, if there is one, and otherwise only stored.
  *
  * Borrows the flash and the event log. One thread.
  */
@@ -58,25 +58,25 @@ class Conversation {
     /** Takes one byte of the host. */
     ByteResult take(uint8_t byte);
 
-    /** Where the host's next byte belongs, now that it is on offer. */
+    /** The position of the host's next byte, now that it is offered. */
     std::optional<BytePosition> placeOnOffer() {
         i_position.follow(i_reader.begun());
         return i_position.place();
     }
-    /** The place behind the message that was completed last. */
+    /** The position after the last completed message. */
     std::optional<BytePosition> placeAfterMessage() const { return i_position.afterMessage(); }
     /** Notes a byte that the host will read. */
     void noteOffered(uint8_t byte) { i_position.offered(byte); }
-    /** Notes that it will not read the rest of what was on its way. */
+    /** Notes that the host will not read the rest of the pending answers. */
     void noteAnswersLost() { i_position.answersLost(); }
 
-    /** A host starts from the beginning: whatever was open is broken off. */
+    /** A host starts from the beginning; an open message or transfer is broken off. */
     void restart();
-    /** Gives up a message that was begun: its rest will not come. */
+    /** Drops an incomplete message whose rest will not come, as a finding. */
     void breakOff(const char* why);
-    /** The same where the controller is to blame: no finding. */
+    /** The same without a finding: the controller is the cause. */
     void forget();
-    /** Notes a transfer that was begun and not ended as a finding; for the end of a session. */
+    /** At the end of a session: reports an unfinished transfer as a finding. */
     void close();
 
     const MessageCounts& counts() const { return i_counts; }
@@ -99,7 +99,7 @@ class Conversation {
     size_t i_droppedBytes = 0;
     MessageCounts i_counts;
 
-    // The present transfer.
+    // The current transfer.
     bool i_open = false;
     bool i_fits = false;
     uint16_t i_checksum = 0;

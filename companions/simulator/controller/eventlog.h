@@ -6,10 +6,10 @@
 namespace controller {
 
 /**
- * What the controller says while it runs, one line each: events always, the decoded conversation if
- * it is asked for, and faults and findings, which are counted too. A fault is what the controller
- * did wrong on purpose, when it did it. A finding is anything that a faultless upgrade would not
- * have shown, the consequences of a fault among them.
+ * The controller's log, one line per entry. Events are always written, and traces, the decoded
+ * messages, on request. Faults and findings are also counted. A fault is an injected error at the
+ * moment it acts. A finding is anything that a faultless upgrade would not show, including the
+ * consequences of a fault.
  *
  * Borrows the stream.
  */
@@ -37,7 +37,7 @@ class EventLog {
     unsigned findings() const { return i_findings; }
 
   private:
-    // Flushed line by line: whoever waits for an event reads it from a pipe or a file.
+    // Flushed after each line, since others wait for events through a pipe or a file.
     void line(const char* kind, const std::string& text) {
         i_out << kind << text << '\n' << std::flush;
     }

@@ -15,7 +15,7 @@ bool IsOf(const Fault& fault, const PageAnswer& answer) {
            fault.place.attempt == answer.attempt;
 }
 
-/** A fault that takes effect on the way to the host, not in the bytes themselves. */
+/** A fault in the sending of bytes, not in their values. */
 bool IsStep(FaultKind kind) {
     return kind >= FaultKind::Late;
 }
@@ -30,7 +30,7 @@ void PutLength(std::vector<uint8_t>& bytes, uint32_t length) {
     PutNumber(bytes, LENGTH_OFFSET, sizeof length, length);
 }
 
-/** False where there is nothing to spoil. The header is there until something is cut. */
+/** False if there is nothing to corrupt. The header is complete until a cut. */
 bool Corrupt(std::vector<uint8_t>& bytes, FaultKind kind, uint32_t value) {
     switch (kind) {
         case FaultKind::Body:
@@ -66,7 +66,7 @@ bool Corrupt(std::vector<uint8_t>& bytes, FaultKind kind, uint32_t value) {
     }
 }
 
-/** The step in front of the byte at `position`, or for it, that this fault makes; if it does. */
+/** The step of this fault before or for the byte at `position`, if it has one. */
 std::optional<AnswerStep> StepAt(const Fault& fault, size_t position, size_t first, size_t size) {
     const uint32_t value = fault.value.value_or(0);
     const bool here = fault.place.byte == position && position < size;
@@ -140,7 +140,7 @@ std::vector<const Fault*> FaultPlan::stepFaults(const PageAnswer& answer) {
             faults.push_back(&entry.fault);
         }
     }
-    // Death stands in front of a wait at the same byte.
+    // At the same byte, dying comes before waiting.
     std::reverse(faults.begin(), faults.end());
     return faults;
 }

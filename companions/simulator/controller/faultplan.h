@@ -11,14 +11,14 @@
 
 namespace controller {
 
-/** One step of giving an answer. */
+/** One step of sending an answer. */
 struct AnswerStep {
     enum class Kind {
-        /** A byte goes to the host. */
+        /** Offers a byte to the host. */
         Offer,
-        /** A byte is written and never offered: the next one takes its place. */
+        /** Writes a byte without offering it; the next one overwrites it. */
         Lose,
-        /** Nothing for so many milliseconds, from when the next byte could have gone. */
+        /** Waits so many milliseconds, from when the next byte could be offered. */
         Wait,
         /** The controller dies. */
         Die,
@@ -27,35 +27,34 @@ struct AnswerStep {
     Kind kind = Kind::Offer;
     /** The byte, or milliseconds. */
     uint32_t value = 0;
-    /** To be told when the step is taken; null for the step of a faultless answer. */
+    /** The fault to report when the step is taken; null without a fault. */
     const Fault* cause = nullptr;
 };
 
-/** The steps that give these bytes without a fault. */
+/** The steps that send these bytes without a fault. */
 std::vector<AnswerStep> FaultlessSteps(const std::vector<uint8_t>& bytes);
 
 /**
- * A schedule in use: what the controller is to do wrong now, each fault once, those of a whole run
- * as often as they apply. It notes each fault in the event log when it acts for the first time.
+ * Applies a schedule: selects the faults that act now, each once, those of a whole run whenever
+ * they apply. Each is logged when it first acts.
  *
- * Borrows the event log. One thread. The faults that it hands out live as long as it does.
+ * Borrows the event log. One thread. The faults that it returns live as long as the plan.
  */
 class FaultPlan {
   public:
     FaultPlan(const Schedule& schedule, EventLog& events);
 
-    /** The controller is without fault. */
+    /** There are no faults. */
     bool empty() const { return i_entries.empty(); }
-    /** The next fault at this byte of the host, which acts now; null when no more are left. */
+    /** The next fault at this byte of the host, which now acts; null if there is none left. */
     const Fault* next(const BytePosition& place);
-    /** What becomes of an answer whose first `early` bytes have gone out in front of it. */
+    /** The steps of an answer whose first `early` bytes were sent before it. */
     std::vector<AnswerStep> answer(const PageAnswer& answer, size_t early);
-    /** The fault of this kind that holds for the whole run, which acts now; null if there is none.
-     */
+    /** The fault of this kind for the whole run, which now acts; null if there is none. */
     const Fault* ofRun(FaultKind kind);
-    /** On which presence poll of the host the controller is to be there first. */
+    /** The number of the host's presence poll that first finds the controller present. */
     std::optional<uint32_t> appearsOnPoll() const;
-    /** Says that a fault acts. */
+    /** Logs a fault when it acts for the first time. */
     void report(const Fault& fault);
 
   private:

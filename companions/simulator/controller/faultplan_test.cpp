@@ -1,5 +1,5 @@
-/** Each kind of fault, as a host sees it: a small one that keeps the time and is looked at between
-    any two of its steps. */
+/** Each kind of fault as a host sees it. The test is a small host with a clock of its own, and
+   polls the session between its steps. */
 #include "companions/simulator/controller/faultplan.h"
 
 #include <gtest/gtest.h>
@@ -44,10 +44,10 @@ Bytes Page(uint16_t number) {
 }
 
 /**
- * One upgrade against a session with these faults. `story` tells what a faultless controller would
- * not have shown, each message by its page and attempt: the bytes read where they are no good
- * answer, "refused" or "lost" and the number of the byte that was not taken, "none" and the number
- * of bytes read where the next one didn't come, and the milliseconds that it took.
+ * One upgrade with a session that has these faults. `deviations` lists what a faultless controller
+ * would not have shown, by page and attempt: the bytes of an answer that is not good; "refused" or
+ * "lost" and the index of the byte that was not taken; "none" and the number of bytes read before a
+ * timeout; and the milliseconds of a late answer.
  */
 class FaultyRun {
   public:
@@ -58,11 +58,11 @@ class FaultyRun {
         i_session.clear();
         i_session.announce();
         i_words[MAILBOX_RX_STATE] = STATE_REQUESTED;
-        look();
+        pollSession();
         upgrade();
     }
 
-    const std::string& story() const { return i_story; }
+    const std::string& deviations() const { return i_deviations; }
     const std::array<uint32_t, 32>& words() const { return i_words; }
     unsigned faultsActed() const { return i_events.faults(); }
 
@@ -71,25 +71,25 @@ class FaultyRun {
         return static_cast<unsigned char>(i_words[address]);
     }
 
-    void look() {
+    void pollSession() {
         while (i_session.poll(i_now)) {
         }
     }
 
     bool wait(unsigned address, unsigned char value, milliseconds limit) {
         const milliseconds end = i_now + limit;
-        for (look(); word(address) != value; look()) {
+        for (pollSession(); word(address) != value; pollSession()) {
             i_now = std::min(i_session.due().value_or(end), end);
             if (i_now == end) {
                 std::fill_n(i_words.begin() + MAILBOX_RX_DATA, 6, 0);
-                look();
+                pollSession();
                 return false;
             }
         }
         return true;
     }
 
-    void tell(const std::string& what) { i_story += (i_story.empty() ? "" : " ") + what; }
+    void note(const std::string& what) { i_deviations += (i_deviations.empty() ? "" : " ") + what; }
 
     bool send(const std::string& what, const Bytes& frame) {
         for (size_t i = 0; i < frame.size(); ++i) {
@@ -97,20 +97,20 @@ class FaultyRun {
                 i_words[MAILBOX_TX_STATE] = STATE_READY;
             }
             if (word(MAILBOX_TX_STATE) != STATE_READY) {
-                tell(what + ":refused" + std::to_string(i));
+                note(what + ":refused" + std::to_string(i));
                 return false;
             }
             i_words[MAILBOX_TX_DATA] = frame[i];
             i_words[MAILBOX_TX_FLAG] = TX_BYTE_OFFERED;
             if (!wait(MAILBOX_TX_FLAG, TX_BYTE_TAKEN, SEND_LIMIT)) {
-                tell(what + ":lost" + std::to_string(i));
+                note(what + ":lost" + std::to_string(i));
                 return false;
             }
         }
         return true;
     }
 
-    /** False if the wait for one of them ran out. */
+    /** False on a timeout. */
     bool read(Bytes& bytes, size_t count) {
         while (bytes.size() < count) {
             if (word(MAILBOX_RX_STATE) != STATE_READY ||
@@ -134,11 +134,11 @@ class FaultyRun {
                            ReadU32(answer.data() + LENGTH_OFFSET) <= LONGEST_ANSWER;
         inTime = inTime && (!sound || read(answer, ReadU32(answer.data() + LENGTH_OFFSET)));
         if (!inTime) {
-            tell(what + ":none" + std::to_string(answer.size()));
+            note(what + ":none" + std::to_string(answer.size()));
         } else if (answer != PackResult(0)) {
-            tell(what + ":" + Hex(answer));
+            note(what + ":" + Hex(answer));
         } else if (i_now != start) {
-            tell(what + "+" + std::to_string((i_now - start).count()));
+            note(what + "+" + std::to_string((i_now - start).count()));
         }
         return inTime && sound && answer.size() > HEADER_SIZE && answer[HEADER_SIZE] == 0 &&
                ReadU16(answer.data() + ID_OFFSET) == ID_PAGE_RESULT;
@@ -167,24 +167,24 @@ class FaultyRun {
     FaultPlan i_plan;
     Session i_session;
     milliseconds i_now{0};
-    std::string i_story;
+    std::string i_deviations;
 };
 
 struct Case {
     const char* faults;
     unsigned acting;
-    const char* story;
+    const char* deviations;
 };
 
 const Case CASES[] = {
     {"", 0, ""},
     {"slow=700@1.1.100", 1, "1.1+700"},
     {"slow=7@begin.8 slow=7@1.1.272 slow=7@info.4 slow=7@end.8", 4, "0.1+7 1.1+7"},
-    // Up to their byte 4, the closing messages are taken for one page more.
+    // Up to their byte 4, the closing messages count as one more page.
     {"slow=9@2.1.271 slow=9@3.1.2 slow=9@3.1.4 slow=9@3.2.3 slow=9@2.2.3", 2, "2.1+9"},
     {"slow=2600@1.1 result=1@1.2", 2, "1.1:lost0 1.2:02DC2EA60000000901"},
     {"slow=2600@1.1.9 slow=2600@1.2.271 slow=1@1.3.5", 3, "1.1:lost9 1.2:lost271 1.3+1"},
-    // Pages without an opening are known as pages, but not wanted.
+    // Pages without an opening message are recognised, but refused.
     {"slow=2600@begin.2 slow=1@0.1 slow=1@1.1.4 result=0@0.1", 4,
      "begin:lost2 0.1+1 1.1:02DC2EA60000000904 1.2:02DC2EA60000000904 1.3:02DC2EA60000000904"},
     {"die@1.1.271", 1, "1.1:lost271 1.2:refused0 1.3:refused0"},
@@ -231,14 +231,14 @@ TEST(FaultPlan, ActsAtItsPlacesAndNowhereElse) {
     for (const Case& c : CASES) {
         SCOPED_TRACE(c.faults);
         const FaultyRun run(c.faults);
-        EXPECT_EQ(run.story(), c.story);
+        EXPECT_EQ(run.deviations(), c.deviations);
         EXPECT_EQ(run.faultsActed(), c.acting);
     }
 }
 
-TEST(FaultPlan, SoilsAllWordsThatTheControllerWrites) {
+TEST(FaultPlan, SetsTheDirtyBitsInEveryWordWritten) {
     const FaultyRun run("dirty=0xABCDE100 revise=7 appear=3");
-    EXPECT_EQ(run.story(), "");
+    EXPECT_EQ(run.deviations(), "");
     EXPECT_EQ(run.faultsActed(), 3U);
     for (const unsigned address : {MAILBOX_RX_DATA, MAILBOX_RX_STATE, MAILBOX_TX_FLAG,
                                    MAILBOX_REVISION_LOW, MAILBOX_REVISION_HIGH}) {

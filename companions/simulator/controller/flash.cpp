@@ -55,7 +55,7 @@ PageResult Flash::program(const FlashPage& page) {
 
 bool Flash::save(const std::string& fileName) const {
     const std::string draft = fileName + ".new";
-    // Whatever has the name already, a link or a FIFO, is not opened.
+    // An existing file of this name, such as a link or a FIFO, is not opened.
     remove(draft.c_str());
     FILE* file = fopen(draft.c_str(), "wbxe");
     if (file == nullptr) {

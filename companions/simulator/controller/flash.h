@@ -32,14 +32,14 @@ const char* ResultName(PageResult result);
 uint16_t PageCrc(const std::vector<uint8_t>& bytes);
 
 /**
- * The controller's flash: the pages of the present transfer, in order and without gaps.
+ * The controller's flash: the pages of the current transfer, in order and without gaps.
  *
- * A transfer begins with an erased flash. A page is kept if it is whole, its CRC is right and it is
- * the next one or the last one again, which the host sends when an answer did not reach it.
+ * A transfer begins with an erased flash. A page is kept if its size and CRC are right and it is
+ * the next page, or the last one again: the host repeats a page whose answer it did not get.
  */
 class Flash {
   public:
-    /** Starts a transfer; what was held is gone. */
+    /** Starts a transfer and discards the previous contents. */
     void erase();
     /** Judges the page, and keeps it if it is good. */
     PageResult program(const FlashPage& page);
@@ -48,7 +48,7 @@ class Flash {
     size_t size() const { return i_bytes.size(); }
     const std::vector<uint8_t>& bytes() const { return i_bytes; }
 
-    /** Writes the contents to a file, complete or not at all. False leaves errno. */
+    /** Writes the whole contents to a file, or leaves the old file. False with errno set. */
     [[nodiscard]] bool save(const std::string& fileName) const;
 
   private:

@@ -71,7 +71,7 @@ TEST(Flash, SavesTheLastVersionOfARepeatedPage) {
     const std::string held((std::istreambuf_iterator<char>(file)), {});
     EXPECT_EQ(held, std::string(256, 'a') + std::string(256, 'c'));
     remove(name.c_str());
-    EXPECT_FALSE(flash.save(name + "/below-no-folder"));
+    EXPECT_FALSE(flash.save(name + "/below-a-file"));
 }
 
 }  // namespace

@@ -4,7 +4,7 @@ namespace controller {
 
 namespace {
 
-/** Well above a page's 272 bytes: room for larger pages, none for a spoilt length. */
+/** In bytes. A page has 272; a length above this is corrupt. */
 constexpr uint32_t LONGEST_FRAME = 4096;
 
 }  // namespace

@@ -22,37 +22,37 @@ constexpr size_t LENGTH_OFFSET = 4;
 constexpr uint8_t FIRST_LEAD_BYTE = 2;
 constexpr uint8_t SECOND_LEAD_BYTE = 220;
 
-/** One message: its id, and what stands behind the 8 header bytes. */
+/** One message: its id, and the bytes after the header. */
 struct Frame {
     uint16_t id = 0;
     std::vector<uint8_t> body;
 };
 
-/** A message as it stands on the wire, header included. */
+/** A message in wire format, header included. */
 std::vector<uint8_t> PackFrame(uint16_t id, const std::vector<uint8_t>& body);
 
 /** The answer to a page, with this result byte. */
 std::vector<uint8_t> PackResult(uint8_t result);
 
-/** The big-endian numbers of the wire; the bytes must be there. */
+/** Big-endian numbers; the caller ensures that the bytes exist. */
 uint16_t ReadU16(const uint8_t* bytes);
 uint32_t ReadU32(const uint8_t* bytes);
 
 /**
- * Cuts the host's bytes into frames.
+ * Splits the host's bytes into frames.
  *
- * Bytes that cannot begin a frame are dropped one by one until two lead bytes stand at the front
- * again, so the reader falls back into step after a broken-off or spoilt message. A stated length
- * that no message of the host has is a spoilt header and is not waited for.
+ * Bytes that can't begin a frame are dropped one by one until two lead bytes come first again, so
+ * the reader resynchronises after an incomplete or corrupt message. A header with a length that no
+ * message of the host has is corrupt, and its body is not awaited.
  */
 class FrameReader {
   public:
     /** The frame that this byte completes, if it does. */
     std::optional<Frame> push(uint8_t byte);
 
-    /** The bytes of the frame that has begun; none between two frames. */
+    /** The bytes of the incomplete frame; empty between frames. */
     const std::vector<uint8_t>& begun() const { return i_bytes; }
-    /** Forgets the frame that was begun. */
+    /** Discards the incomplete frame. */
     void restart() { i_bytes.clear(); }
     /** Bytes dropped so far because no frame could begin with them. */
     size_t droppedBytes() const { return i_droppedBytes; }

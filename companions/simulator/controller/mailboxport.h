@@ -5,12 +5,11 @@
 namespace controller {
 
 /**
- * The mailbox from the far side: one 32-bit word for each address, the byte in bits 0 to 7.
+ * The controller's view of the mailbox: one 32-bit word per address, the byte in bits 0 to 7.
  *
- * A write stores the whole word with zeroes above the byte, as the device's own port does, unless
- * it has been told of bits that are always set; a read looks at the byte alone. Loads acquire and
- * stores release, so that a byte written before its flag is there when the other process sees the
- * flag.
+ * A write stores the whole word. The bits above the byte are zero, as with the device's own port,
+ * except those of setDirt(). A read returns the byte alone. Loads acquire and stores release, so
+ * the other process sees a byte that was written before its flag once it sees the flag.
  *
  * Borrows the words; any thread, no lock.
  */
@@ -26,7 +25,7 @@ class MailboxPort {
         __atomic_store_n(i_words + address, uint32_t{byte} | i_dirt, __ATOMIC_RELEASE);
     }
 
-    /** From now on each word is written with these bits set, all of them above the byte. */
+    /** From now on each word is written with these bits set; they must be above the byte. */
     void setDirt(uint32_t bits) { i_dirt = bits; }
 
   private:

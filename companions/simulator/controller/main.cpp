@@ -1,7 +1,7 @@
 /**
- * tolmira_controller: the far side of the mailbox in a process of its own, for demos and tests.
- * It announces itself, receives an upgrade into its flash, answers each page, and tells at its end
- * what it holds. A signal to terminate or interrupt ends it in order.
+ * tolmira_controller: simulates the controller at the mailbox, for demos and tests. It announces
+ * itself, receives an upgrade into its flash, answers each page, and prints a report at its end.
+ * SIGTERM and SIGINT end it cleanly.
  */
 #include <cerrno>
 #include <csignal>
@@ -43,7 +43,7 @@ void CatchSignals() {
     sigaction(SIGINT, &action, nullptr);
 }
 
-/** Looks at nothing until it is time to appear. */
+/** Waits without touching the mailbox. */
 void DelayAppearance(std::chrono::milliseconds time) {
     Pacer pacer;
     const auto end = Pacer::Clock::now() + time;
@@ -53,8 +53,8 @@ void DelayAppearance(std::chrono::milliseconds time) {
 }
 
 /**
- * How long to stay away. The host's polls can't be seen from here, but come a second apart; halfway
- * between two of them is the furthest from both, if host and controller start together.
+ * How long to stay absent. The host's polls can't be seen from here, but come a second apart. If
+ * host and controller start together, halfway between two polls is the furthest from both.
  */
 std::chrono::milliseconds Absence(const ControllerSettings& settings, const FaultPlan& plan) {
     const std::optional<uint32_t> poll = plan.appearsOnPoll();
@@ -64,7 +64,7 @@ std::chrono::milliseconds Absence(const ControllerSettings& settings, const Faul
     return std::chrono::seconds(*poll) - std::chrono::milliseconds(*poll == 0 ? 0 : 500);
 }
 
-/** The time for the session, which is looked up only where a fault may depend on it. */
+/** The time for the session; the clock is read only if a fault may depend on it. */
 Session::Time Now(const FaultPlan& plan) {
     return plan.empty()
                ? Session::Time()
@@ -82,7 +82,7 @@ void Converse(Session& session, const FaultPlan& plan, EventLog& events,
         const std::chrono::milliseconds quiet = pacer.miss();
         session.idle(quiet);
         if (settings.idleTimeoutS != 0 && quiet >= std::chrono::seconds(settings.idleTimeoutS)) {
-            events.finding("nothing from a host for " + std::to_string(settings.idleTimeoutS) +
+            events.finding("no activity of a host for " + std::to_string(settings.idleTimeoutS) +
                            " seconds");
             return;
         }
@@ -115,16 +115,16 @@ Report Summary(const Flash& flash, const Conversation& conversation, const Sessi
 
 void Save(const Flash& flash, EventLog& events, const std::string& fileName) {
     if (!fileName.empty() && !flash.save(fileName)) {
-        // The report is still to come, so that this is no JSON object.
-        commandline::ReportFailure(
-            NAME,
-            "cannot write " + fileName + ": " + strerror(errno) + "; give --flash another place",
-            EXIT_FAILURE, false);
+        // Not as JSON, since standard output is for the report.
+        commandline::ReportFailure(NAME,
+                                   "cannot write " + fileName + ": " + strerror(errno) +
+                                       "; choose another file with --flash",
+                                   EXIT_FAILURE, false);
         events.finding("flash not saved");
     }
 }
 
-/** Opens and takes the object; what is wrong, if anything. */
+/** Opens and locks the object; returns the error, if any. */
 std::string TakeObject(SharedRegion& region, const ControllerSettings& settings) {
     if (!region.open(settings.object)) {
         return region.error() + "; check the name and /dev/shm";
@@ -135,7 +135,7 @@ std::string TakeObject(SharedRegion& region, const ControllerSettings& settings)
 }
 
 int Serve(const SharedRegion& region, const ControllerSettings& settings) {
-    // With JSON, standard output has the report and nothing else.
+    // With JSON, standard output is for the report alone.
     EventLog events(settings.json ? std::cerr : std::cout, settings.trace);
     Flash flash;
     Conversation conversation(flash, events, settings.expectedChecksum);

@@ -8,12 +8,12 @@ namespace controller {
 std::string OccupantOf(int fd, unsigned char presence) {
     if (!LockAsController(fd)) {
         return "another tolmira_controller serves it, " +
-               ProcessText(ControllerOf(fd).value_or(0)) + "; end that one, or say --force";
+               ProcessText(ControllerOf(fd).value_or(0)) + "; stop that one or use --force";
     }
     const std::optional<pid_t> host = HostOf(fd);
     if (host && presence != STATE_ABSENT) {
         return "a tolmira_upgrade is at work on it, " + ProcessText(*host) +
-               "; wait for its end, or say --force";
+               "; wait until it has ended or use --force";
     }
     return "";
 }

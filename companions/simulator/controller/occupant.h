@@ -5,11 +5,11 @@
 namespace controller {
 
 /**
- * Takes the controller's lock on the object, and says who keeps this controller from serving it,
- * and what to do; empty if nobody does. In the way are another controller, and a host that talks to
- * one; a host that still waits for a controller isn't, nor is a mailbox that a dead one left.
+ * Takes the controller's lock on the object. Returns why this controller must not serve it and what
+ * to do, or an empty text. Another controller prevents it, and so does a host that is talking to
+ * one. A host that still waits for a controller doesn't, nor does a mailbox left by a dead one.
  *
- * `fd` is the object's descriptor, open for writing; `presence` is the mailbox's byte that is not 0
+ * `fd` is the object's descriptor, open for writing. `presence` is the mailbox's byte that is not 0
  * once a controller has announced itself.
  */
 std::string OccupantOf(int fd, unsigned char presence);

@@ -76,7 +76,7 @@ void Outbox::drop() {
     i_offerAt.reset();
     i_directionNew = true;
     i_conversation.noteAnswersLost();
-    // A byte that nobody took would be the first one of the next answer.
+    // Otherwise a byte that was not taken would become the first one of the next answer.
     if (i_port.read(MAILBOX_RX_FLAG) == RX_BYTE_OFFERED) {
         i_port.write(MAILBOX_RX_FLAG, RX_BYTE_TAKEN);
     }

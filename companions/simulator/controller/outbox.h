@@ -14,8 +14,8 @@
 namespace controller {
 
 /**
- * The bytes on their way to the host, one after the other through the mailbox's receive direction,
- * and the faults that befall them there.
+ * The queue of bytes for the host, which go one by one through the mailbox's receive direction, and
+ * the faults that apply to them.
  *
  * Borrows the conversation and the plan. One thread.
  */
@@ -26,23 +26,23 @@ class Outbox {
     Outbox(MailboxPort port, Conversation& conversation, FaultPlan& plan)
         : i_port(port), i_conversation(conversation), i_plan(plan) {}
 
-    /** Puts a whole answer behind what is there. */
+    /** Appends a whole answer. */
     void queue(const PageAnswer& answer);
-    /** The same for one without a fault that answers nothing. */
+    /** Appends an unrequested answer without a fault. */
     void queueUnasked(uint8_t result);
-    /** The same for the beginning of a good one, which the next answer will lack. */
+    /** Appends the first bytes of a good answer; the next answer then starts after them. */
     void queueEarly(size_t bytes);
 
     bool empty() const { return i_steps.empty(); }
     /** Offers the next byte if the host has taken the last one. True if there was anything to do.
-        The receive direction has to be up. */
+        The receive direction must be up. */
     bool offer(Time now);
-    /** When the next byte goes out that waits for its time only; none if there is no such byte. */
+    /** When a delayed byte is due; no value if there is none. */
     std::optional<Time> due() const { return i_offerAt; }
     /** A fault has ended the controller. */
     bool dead() const { return i_dead; }
 
-    /** Forgets all that the host has not taken; the direction is new. */
+    /** Discards everything that the host has not taken; the direction is new. */
     void drop();
 
   private:
@@ -55,7 +55,7 @@ class Outbox {
     FaultPlan& i_plan;
 
     std::deque<AnswerStep> i_steps;
-    /** So many bytes of the next answer have gone out in front of it. */
+    /** How many bytes of the next answer were sent before it. */
     size_t i_early = 0;
     std::optional<Time> i_offerAt;
     /** Nothing has been offered since the receive direction came up. */

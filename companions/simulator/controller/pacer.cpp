@@ -11,7 +11,7 @@ namespace {
 constexpr unsigned SPINS = 5000;
 constexpr std::chrono::milliseconds YIELDING{20};
 constexpr std::chrono::microseconds SILENCE_POLL_INTERVAL{100};
-/** After this nobody is in a conversation, and dozens of controllers may share the machine. */
+/** After this no transfer is under way, and dozens of controllers may share the machine. */
 constexpr std::chrono::seconds LONG_SILENCE{1};
 constexpr std::chrono::milliseconds LONG_SILENCE_POLL_INTERVAL{5};
 

@@ -5,9 +5,9 @@
 namespace controller {
 
 /**
- * How hard to look at the mailbox. In a conversation the next byte is a fraction of a microsecond
- * away, so the first misses go by without a pause; then the processor is offered to others, since
- * the host may be waiting for this very one; and a long silence is slept through in small pieces.
+ * Chooses the pause between two polls of the mailbox. During a transfer the next byte is a fraction
+ * of a microsecond away, so the first misses cause no pause. Then the processor is yielded, since
+ * the host may be waiting for it. During a long silence the thread sleeps for short intervals.
  */
 class Pacer {
   public:

@@ -4,11 +4,10 @@ namespace controller {
 
 namespace {
 
-/** A host waits for no message longer than this. */
+/** The longest answer that a host accepts, in bytes. */
 constexpr uint32_t LONGEST_ANSWER = 0x8000000;
 
-/** How many bytes the host reads of the answer that begins like this: only a header if it is bad.
- */
+/** How many bytes the host reads of an answer with this header: only the header if it is bad. */
 size_t BytesRead(const std::vector<uint8_t>& header) {
     const uint32_t length = ReadU32(header.data() + LENGTH_OFFSET);
     const bool sound = header[0] == FIRST_LEAD_BYTE && header[1] == SECOND_LEAD_BYTE &&

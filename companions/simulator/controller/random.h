@@ -6,8 +6,8 @@
 namespace controller {
 
 /**
- * Random numbers, the same for the same seed with every library, unlike those of the standard
- * distributions. Splitmix64: small, and good enough to choose faults by.
+ * Random numbers by splitmix64. They are the same for the same seed with every library, unlike
+ * those of the standard distributions.
  */
 class Random {
   public:

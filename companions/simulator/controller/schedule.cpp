@@ -36,10 +36,10 @@ struct Kind {
     FaultScope scope;
     Need need;
     bool (*fits)(uint32_t);
-    /** The values that fit, in words. */
+    /** Description of the values that fit. */
     const char* values;
     bool hexadecimal;
-    /** How often a random schedule has it, in proportion. */
+    /** Relative frequency in random schedules. */
     unsigned weight;
 };
 
@@ -82,7 +82,7 @@ const Kind& KindOf(FaultKind kind) {
 
 struct MessageBytes {
     const char* name;
-    /** The first byte that can be told from another message's, and the one behind the last. */
+    /** The first byte at which the message is known, and the number of its bytes. */
     unsigned first;
     unsigned end;
 };
@@ -117,7 +117,7 @@ std::optional<uint32_t> ParseNumber(const std::string& text) {
                                : std::optional<uint32_t>(static_cast<uint32_t>(number));
 }
 
-/** Reads one fault. Each step is false with the reason in `i_error`. */
+/** Parses one fault. Each step is false with the reason in `i_error`. */
 class FaultParser {
   public:
     explicit FaultParser(const std::string& word) : i_word(word) {}
@@ -146,14 +146,14 @@ class FaultParser {
         const auto* found = std::find_if(std::begin(KINDS), std::end(KINDS),
                                          [&](const Kind& k) { return text == k.name; });
         if (found == std::end(KINDS)) {
-            return fail("no fault is called \"" + text + "\"");
+            return fail("unknown fault \"" + text + "\"");
         }
         i_fault.kind = static_cast<FaultKind>(found - std::begin(KINDS));
         return true;
     }
 
     bool noValue() {
-        return kind().need != Need::Value || fail(std::string("needs a value, ") + kind().values);
+        return kind().need != Need::Value || fail(std::string("needs a value: ") + kind().values);
     }
 
     bool value(const std::string& text) {
@@ -162,7 +162,7 @@ class FaultParser {
         }
         i_fault.value = ParseNumber(text);
         return (i_fault.value && kind().fits(*i_fault.value)) ||
-               fail("\"" + text + "\" is no value for it, " + kind().values + " would be");
+               fail("\"" + text + "\" is not valid; give " + kind().values);
     }
 
     bool noPlace() {
@@ -171,7 +171,7 @@ class FaultParser {
 
     bool place(const std::string& text) {
         if (kind().scope == FaultScope::Run) {
-            return fail("takes no place, it holds for the whole run");
+            return fail("takes no place, since it holds for the whole run");
         }
         const std::vector<std::string> parts = Split(text, '.');
         BytePosition& place = i_fault.place;
@@ -182,12 +182,13 @@ class FaultParser {
                               ? readPage(parts)
                               : readMessage(parts, static_cast<HostMessage>(named - MESSAGES));
         if (!read) {
-            return fail("\"" + text + "\" is no place; PAGE.ATTEMPT, PAGE.ATTEMPT.BYTE, " +
-                        "begin.BYTE, info.BYTE and end.BYTE are");
+            return fail("\"" + text + "\" is not a place; give PAGE.ATTEMPT, PAGE.ATTEMPT.BYTE, " +
+                        "begin.BYTE, info.BYTE or end.BYTE");
         }
         return kind().scope == FaultScope::HostByte
                    ? hostByte()
-                   : place.message == HostMessage::Page || fail("belongs to the answer to a page");
+                   : place.message == HostMessage::Page ||
+                         fail("applies to the answer to a page; give @PAGE.ATTEMPT");
     }
 
     bool readPage(const std::vector<std::string>& parts) {
@@ -213,7 +214,7 @@ class FaultParser {
     bool hostByte() {
         const MessageBytes& bytes = BytesOf(i_fault.place.message);
         return (i_fault.place.byte >= bytes.first && i_fault.place.byte <= bytes.end) ||
-               fail(std::string("at ") + bytes.name + ", the byte is one from " +
+               fail(std::string("at ") + bytes.name + ", give a byte from " +
                     std::to_string(bytes.first) + " to " + std::to_string(bytes.end));
     }
 
@@ -255,7 +256,7 @@ FaultKind RandomKind(Random& random) {
     return static_cast<FaultKind>(i);
 }
 
-/** Milliseconds around the host's limits, which are two to three seconds and three to four. */
+/** Milliseconds around the host's timeouts of two to three and three to four seconds. */
 uint32_t RandomTime(Random& random) {
     return random.oneOf({0, 1, 500, 1999, 2000, 2001, 2500, 2999, 3000, 3001, 3500, 3999, 4000,
                          4001, random.below(6000)});
@@ -307,12 +308,12 @@ uint32_t RandomValue(Random& random, FaultKind kind) {
     }
 }
 
-/** `last` is the fault in front, null if there is none. */
+/** `last` is the previous fault, or null. */
 BytePosition RandomPage(Random& random, uint16_t pages, const Fault* last) {
     BytePosition place;
     if (last != nullptr && ScopeOf(last->kind) != FaultScope::Run &&
         last->place.message == HostMessage::Page && random.oneIn(2)) {
-        // Where that one sends the host.
+        // The attempt that the previous fault leads to.
         place.page = last->place.page;
         place.attempt = last->place.attempt + 1;
         return place;
@@ -376,7 +377,7 @@ std::optional<Schedule> ParseSchedule(const std::string& text, std::string& erro
         }
         const FaultKind kind = parser.fault().kind;
         if (ScopeOf(kind) == FaultScope::Run && Holds(schedule, kind)) {
-            error = word + ": holds for the whole run and is given twice";
+            error = word + ": is given twice, but holds for the whole run";
             return std::nullopt;
         }
         schedule.push_back(parser.fault());

@@ -8,65 +8,64 @@
 namespace controller {
 
 /**
- * The faults of a controller: what it does wrong, and where in the conversation.
+ * Fault injection: which errors the controller makes, and at which position in the protocol.
  *
- * As text, a schedule is a list of faults with blanks between them, each `kind[=value][@place]`.
- * Numbers are decimal, or hexadecimal behind 0x. A place names a message of the host, for pages
- * with the attempt, and a byte, all of them counted from what reached the controller:
+ * As text, a schedule is a list of faults separated by blanks, each `kind[=value][@place]`. Numbers
+ * are decimal, or hexadecimal with 0x. A place names a message of the host, for a page also the
+ * attempt, and a byte, as the controller counts them:
  *
  *     3.1.100     byte 100 at page 3, first attempt
  *     3.1         byte 0 there
- *     begin.5     byte 5 at the opening message; info and end, whose id has to be known first, from
- *                 byte 4 on
+ *     begin.5     byte 5 at the opening message; info and end from byte 4 on, when their id is
+ * known
  *
  * Bytes count from 0, attempts from 1. A frame counts as an attempt from the moment its first byte
- * is on offer, also if it breaks off. The first message of a host that has asked for the receive
- * direction is taken for the opening one, and each later one for a page, until its id has come in
- * (bytes 2 and 3). Until its number has come in (bytes 8 and 9), a page frame is taken for the next
- * page, first attempt, if what the host has read since the last page frame is a good answer, and
- * otherwise for the same page once more; the first one is taken for page 0.
+ * is offered, even if it is never completed. Until its id is known (bytes 2 and 3), the first
+ * message of a host that has asked for the receive direction counts as the opening one, and each
+ * later one as a page. Until its number is known (bytes 8 and 9), a page counts as the next one,
+ * first attempt, if the host has read a good answer since the last page frame, and otherwise as the
+ * same page once more. The first page counts as page 0.
  *
- * Faults at a byte of the host act when it is on offer and before it is taken; one behind the last
- * byte (272 at a page, 12 at info, 8 at begin and end) acts when the whole message has been taken,
- * just before its last byte is acknowledged, which it is in any case. Several at one place act in
- * this order, up to a die or reset:
+ * A fault at a byte of the host acts when the byte is offered and before it is taken. A fault after
+ * the last byte (272 at a page, 12 at info, 8 at begin and end) acts when the whole message has
+ * been taken, just before its last byte is acknowledged, which happens in any case. Several at one
+ * place act in this order, up to a die or reset:
  *
- *     slow=MS      the byte is taken MS milliseconds late; behind the last byte, which is
- *                  acknowledged at once, the controller goes on MS milliseconds late
+ *     slow=MS      the byte is taken MS milliseconds late; after the last byte, which is
+ *                  acknowledged at once, the controller continues MS milliseconds late
  *     die          from here on the controller does nothing at all
- *     reset        the controller clears addresses 5 to 10 and forgets the message and its answers;
- *                  it doesn't come back
- *     reset=MS     the same, and MS milliseconds later it brings both directions up again
- *     state10=V    address 10 is set to V, 1 or from 3 on; then the byte is taken as ever
- *     state7=V     address 7 is set to V, from 3 on; the same
- *     unasked=R    a whole answer with result R is put into the queue of bytes for the host
- *     early=N      the first N bytes (1 to 9) of a good answer are put into the queue, and the next
- *                  answer starts behind its first N bytes; a reset forgets that too
+ *     reset        the controller clears addresses 5 to 10 and discards the message and its
+ * answers; it doesn't come back reset=MS     the same, and MS milliseconds later it brings both
+ * directions up again state10=V    address 10 is set to V, 1 or from 3 on; then the byte is taken
+ * as usual state7=V     address 7 is set to V, from 3 on; then the byte is taken as usual unasked=R
+ * a whole answer with result R is queued for the host early=N      the first N bytes (1 to 9) of a
+ * good answer are queued, and the next answer starts after its first N bytes; a reset cancels that
+ * too
  *
- * Faults of the answer to a page, whose byte counts in the answer and matters to late and overrun
- * only. Several at one place are applied in this order:
+ * Faults of the answer to a page. Their byte is a byte of the answer and matters only to late and
+ * overrun. Several at one place are applied in this order:
  *
- *     body=N       the body has N bytes, zeroes behind the result, and the stated length says so
- *     result=N     the first byte of the body, where there is one
+ *     body=N       the body has N bytes, zero after the result, and the stated length matches
+ *     result=N     the first byte of the body, if there is one
  *     id=N         the message's id
  *     lead=N       the two lead bytes, the first one in the high byte of N
  *     length=N     the stated length alone
- *     extra=N      N zero bytes behind the answer
+ *     extra=N      N zero bytes after the answer
  *     cut=N        only the first N bytes are offered
  *     silence      no byte is offered
  *     late=MS      the byte is offered MS milliseconds later than it could be
- *     overrun      the byte is overwritten by the next one before the host can take it: it never
- *                  comes with a flag of its own
- *     stop=N       the controller dies when it has offered N bytes, with those offered early
+ *     overrun      the byte is overwritten by the next one before the host can take it: it is never
+ *                  flagged
+ *     stop=N       the controller dies when it has offered N bytes, including early ones
  *
- * Each of these acts once. Those of a whole run, without a place, hold throughout:
+ * Each of these acts once. Faults without a place hold for the whole run:
  *
  *     norearm      after a reset by the host nothing is brought up again
  *     rearm=MS     after a reset by the host both directions come up MS milliseconds later
  *     dirty=MASK   each word is written with these bits set; the low byte of MASK is 0
  *     appear=N     the controller announces itself on the host's presence poll N, counted from 0
- *     revise=V     the revision changes to V when the host asks for the receive direction, and
- *                  before it gets it
+ *     revise=V     the revision changes to V when the host asks for the receive direction, before
+ * it gets it
  */
 enum class FaultKind {
     Slow,
@@ -94,7 +93,7 @@ enum class FaultKind {
     Revise,
 };
 
-/** What a kind of fault goes with. */
+/** What a kind of fault applies to. */
 enum class FaultScope { HostByte, Answer, Run };
 
 FaultScope ScopeOf(FaultKind kind);
@@ -111,7 +110,7 @@ struct BytePosition {
 
 struct Fault {
     FaultKind kind = FaultKind::Silence;
-    /** Absent only where the kind takes none, and at a reset for good. */
+    /** Absent if the kind takes none, and for a permanent reset. */
     std::optional<uint32_t> value;
     BytePosition place;
 };
@@ -124,7 +123,7 @@ using Schedule = std::vector<Fault>;
 /** The text that parses to this schedule. */
 std::string ScheduleText(const Schedule& schedule);
 
-/** A schedule for an image of so many pages; the same for the same seed on every machine. */
+/** A random schedule for an image of so many pages; the same for the same seed on every machine. */
 Schedule RandomSchedule(uint64_t seed, uint16_t pages);
 
 }  // namespace controller

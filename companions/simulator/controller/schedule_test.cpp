@@ -14,7 +14,7 @@ std::string Reprinted(const std::string& text) {
     return schedule ? ScheduleText(*schedule) : error;
 }
 
-TEST(Schedule, ComesBackAsItWasRead) {
+TEST(Schedule, RoundTrips) {
     for (const char* text :
          {"", "slow=0@begin.0 die@3.1.272 reset@0.1 reset=5@info.12 state10=1@end.4 state7=3@1.1.8",
           "unasked=255@2.5.1 early=9@1.1 body=65535@1.1 result=0@65535.1 id=11942@1.1.3",
@@ -25,25 +25,25 @@ TEST(Schedule, ComesBackAsItWasRead) {
     EXPECT_EQ(Reprinted("  id=0x2EA6@1.1.0\n\tlength=9@1.1 "), "id=11942@1.1 length=0x9@1.1");
 }
 
-TEST(Schedule, TellsWhatIsWrongAndWhere) {
+TEST(Schedule, NamesTheFaultAndItsError) {
     const std::array<const char*, 2> cases[] = {
-        {"hum@1.1", "no fault is called \"hum\""},
-        {"late@1.1", "needs a value, milliseconds"},
+        {"hum@1.1", "unknown fault \"hum\""},
+        {"late@1.1", "needs a value: milliseconds"},
         {"die=1@1.1", "takes no value"},
-        {"result=256@1.1", "\"256\" is no value for it, 0 to 255 would be"},
-        {"result=-1@1.1", "\"-1\" is no value for it, 0 to 255 would be"},
-        {"late=@1.1", "\"\" is no value for it, milliseconds would be"},
-        {"length=0x100000000@1.1", "\"0x100000000\" is no value for it, 0 to 0xFFFFFFFF would be"},
-        {"state10=2@1.1", "\"2\" is no value for it, 1 or 3 to 255 would be"},
-        {"state7=2@1.1", "\"2\" is no value for it, 3 to 255 would be"},
-        {"early=0@1.1", "\"0\" is no value for it, 1 to 9 would be"},
-        {"dirty=0x101", "\"0x101\" is no value for it, a mask whose low byte is 0 would be"},
+        {"result=256@1.1", "\"256\" is not valid; give 0 to 255"},
+        {"result=-1@1.1", "\"-1\" is not valid; give 0 to 255"},
+        {"late=@1.1", "\"\" is not valid; give milliseconds"},
+        {"length=0x100000000@1.1", "\"0x100000000\" is not valid; give 0 to 0xFFFFFFFF"},
+        {"state10=2@1.1", "\"2\" is not valid; give 1 or 3 to 255"},
+        {"state7=2@1.1", "\"2\" is not valid; give 3 to 255"},
+        {"early=0@1.1", "\"0\" is not valid; give 1 to 9"},
+        {"dirty=0x101", "\"0x101\" is not valid; give a mask whose low byte is 0"},
         {"die", "needs a place, such as @3.1"},
-        {"norearm@1.1", "takes no place, it holds for the whole run"},
-        {"silence@begin.1", "belongs to the answer to a page"},
-        {"die@1.1.273", "at a page, the byte is one from 0 to 272"},
-        {"die@info.3", "at info, the byte is one from 4 to 12"},
-        {"die@begin.9", "at begin, the byte is one from 0 to 8"},
+        {"norearm@1.1", "takes no place, since it holds for the whole run"},
+        {"silence@begin.1", "applies to the answer to a page; give @PAGE.ATTEMPT"},
+        {"die@1.1.273", "at a page, give a byte from 0 to 272"},
+        {"die@info.3", "at info, give a byte from 4 to 12"},
+        {"die@begin.9", "at begin, give a byte from 0 to 8"},
     };
     for (const auto& [text, error] : cases) {
         EXPECT_EQ(Reprinted(std::string("die@1.1 ") + text + " hum"),
@@ -55,7 +55,7 @@ TEST(Schedule, TellsWhatIsWrongAndWhere) {
         EXPECT_FALSE(ParseSchedule(std::string("die@") + place, error)) << place;
     }
     EXPECT_EQ(Reprinted("appear=1 appear=1"),
-              "appear=1: holds for the whole run and is given twice");
+              "appear=1: is given twice, but holds for the whole run");
 }
 
 TEST(Schedule, IsTheSameForTheSameSeed) {
@@ -65,7 +65,7 @@ TEST(Schedule, IsTheSameForTheSameSeed) {
               "state10=3@begin.1 silence@0.1");
 }
 
-TEST(Schedule, IsWellFormedHoweverRandom) {
+TEST(Schedule, IsWellFormedForEverySeed) {
     std::array<unsigned, 4> faults{};
     std::array<unsigned, static_cast<size_t>(FaultKind::Revise) + 1> kinds{};
     for (uint64_t seed = 0; seed < 2000; ++seed) {

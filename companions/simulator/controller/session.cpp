@@ -9,13 +9,13 @@ namespace controller {
 
 namespace {
 
-/** A reset takes the host microseconds; this long after its first sign it was no reset. */
+/** A reset takes the host microseconds; after this time it was not a reset. */
 constexpr std::chrono::milliseconds RESET_TIME{50};
 
-/** A host that is in the middle of a message gives the next byte at once or never. */
+/** In the middle of a message a host sends the next byte at once or never. */
 constexpr std::chrono::milliseconds MESSAGE_TIME{2000};
 
-/** The port as the plan wants its words written. */
+/** The port with the plan's dirty bits. */
 MailboxPort Dirty(MailboxPort port, FaultPlan& plan) {
     if (const Fault* dirty = plan.ofRun(FaultKind::Dirty)) {
         port.setDirt(*dirty->value);
@@ -63,8 +63,8 @@ bool Session::poll(Time now) {
     if (i_upAt && bringUp()) {
         return true;
     }
-    // In the reverse of the host's order of writing, so that no byte is seen without the state in
-    // front of it.
+    // In the reverse of the host's order of writing, so that no byte is seen without the state
+    // written before it.
     const unsigned char flag = i_port.read(MAILBOX_TX_FLAG);
     const unsigned char receiveState = i_port.read(MAILBOX_RX_STATE);
     if (i_port.read(MAILBOX_TX_STATE) == STATE_ABSENT) {
@@ -178,7 +178,7 @@ bool Session::takeByte() {
         i_verdict = std::move(outcome.answer);
         endMessage();
     }
-    // Behind what a fault does here, so that the host finds it done as soon as it goes on.
+    // After the effects of a fault, so that the host finds them as soon as it continues.
     i_port.write(MAILBOX_TX_FLAG, TX_BYTE_TAKEN);
     return true;
 }
@@ -194,7 +194,7 @@ bool Session::endMessage() {
     return true;
 }
 
-// False while the host's message does not go on from here, now or ever.
+// False while the host's message can't continue, now or ever.
 bool Session::goesOn(const std::optional<BytePosition>& place) {
     while (!i_heldUntil || i_now >= *i_heldUntil) {
         i_heldUntil.reset();
@@ -209,7 +209,7 @@ bool Session::goesOn(const std::optional<BytePosition>& place) {
     return false;
 }
 
-// False if there is nothing left to go on with.
+// False if the message can't continue after the fault.
 bool Session::act(const Fault& fault) {
     const uint32_t value = fault.value.value_or(0);
     switch (fault.kind) {
@@ -250,7 +250,7 @@ void Session::resetFor(std::optional<uint32_t> milliseconds) {
 
 void Session::idle(Time quiet) {
     if (dead() || due()) {
-        return;  // The silence is the controller's own.
+        return;  // the controller itself causes the silence
     }
     if (i_closing && quiet >= RESET_TIME) {
         i_closing = false;

@@ -20,7 +20,7 @@ struct Behaviour {
     uint16_t newRevision = 0;
     /** Whether both directions are brought up again when the host has reset the mailbox. */
     bool rearm = true;
-    /** Whether answers that no host has read outlive the next host's request for the direction. */
+    /** Whether unread answers are kept when the next host asks for the direction. */
     bool keepsAnswers = false;
 };
 
@@ -31,14 +31,14 @@ struct Behaviour {
  *                            |
  *                            +-- the host resets the mailbox: armed again, or down for good
  *
- * It never waits: `poll` looks once at each word that the host may have changed and does what
- * follows from that. Whoever calls it keeps the time, and tells it through `idle` of silence. What
- * it does depends on the mailbox, the calls and the times alone.
+ * It never waits: poll() reads each word that the host may have changed once, and reacts. The
+ * caller keeps the time, and reports silence through idle(). The behaviour depends only on the
+ * mailbox, the calls and the times.
  *
- * All that a byte of the host leads to is done before the byte is acknowledged. So a host that has
- * sent its last byte finds the new revision in the mailbox, however soon it looks.
+ * All effects of a host's byte take place before it is acknowledged. So a host that has sent its
+ * last byte finds the new revision in the mailbox at once.
  *
- * The plan says where it is to go wrong. A dead controller touches nothing any more.
+ * The plan injects faults. A dead controller no longer touches the mailbox.
  *
  * Borrows the conversation, the plan and the event log. One thread.
  */
@@ -46,29 +46,29 @@ class Session {
   public:
     using Time = std::chrono::milliseconds;
 
-    /** `onUpgraded` runs when an upgrade is complete, in front of the new revision. */
+    /** `onUpgraded` runs when an upgrade is complete, before the new revision is written. */
     Session(MailboxPort port, Conversation& conversation, FaultPlan& plan, EventLog& events,
             const Behaviour& behaviour, std::function<void()> onUpgraded);
 
-    /** Takes what an earlier run left out of the mailbox, presence first. */
+    /** Clears what an earlier run left in the mailbox, presence first. */
     void clear();
-    /** Writes the revision, then says that the controller is there. */
+    /** Writes the revision, then announces the controller. */
     void announce();
     /**
-     * One look at the mailbox. True if there was anything to do: look again. `now` counts from any
-     * start and never goes back; a faultless controller doesn't look at it.
+     * Polls the mailbox once. True if there was anything to do; then poll again. `now` counts from
+     * any start and never goes back; only faults use it.
      */
     bool poll(Time now);
-    /** When a look will find something to do though the host does nothing; none if never. */
+    /** When poll() will have something to do even if the host does nothing; no value if never. */
     std::optional<Time> due() const;
-    /** Says that no look has found anything for this long; late consequences are drawn here. */
+    /** Reports that no poll has found anything for this long, so that timeouts take effect. */
     void idle(Time quiet);
-    /** The end: what a host began and did not end is noted. */
+    /** At the end: reports what a host began and did not complete. */
     void finish();
-    /** Says that the controller is absent; all else stays in the mailbox as it is. */
+    /** Marks the controller as absent; the rest of the mailbox stays as it is. */
     void withdraw();
 
-    /** True once a host has come and gone, the mailbox was reset for good, or death came. */
+    /** True once a host has come and gone, after a permanent reset, and when dead. */
     bool finished() const { return i_finished || dead(); }
     unsigned resets() const { return i_resets; }
     uint16_t revision() const { return i_revision; }
@@ -103,14 +103,14 @@ class Session {
     /** When both directions come up again. */
     std::optional<Time> i_upAt;
     bool i_receiveUp = false;
-    /** The host has let the receive direction go; the rest of a reset may still follow. */
+    /** The host has released the receive direction; the rest of a reset may follow. */
     bool i_closing = false;
     bool i_finished = false;
     unsigned i_resets = 0;
 
-    /** Nothing more of the host is taken until then. */
+    /** No byte of the host is taken before this time. */
     std::optional<Time> i_heldUntil;
-    /** A message was taken to its end, and what follows from that is not done yet. */
+    /** A message is complete, and its effects are still due. */
     bool i_ending = false;
     std::optional<PageAnswer> i_verdict;
 

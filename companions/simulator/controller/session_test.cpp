@@ -1,11 +1,9 @@
 #include "companions/simulator/controller/session.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <array>
 #include <sstream>
-#include <string>
 
 #include "link/mailbox.h"
 
@@ -21,20 +19,21 @@ using std::chrono::milliseconds;
 const Bytes BEGIN = PackFrame(ID_UPGRADE_BEGIN, {});
 const Bytes END = PackFrame(ID_UPGRADE_END, {});
 
-/** A page that was never begun: it is answered, with a bad result. */
+/** A page without an opening message; it is answered with a bad result. */
 const Bytes STRAY_PAGE = PackFrame(ID_FLASH_PAGE, {});
 
-/** The test is the host: it writes the words, and lets the session look when it chooses. */
+/** The test plays the host: it writes the words, and polls the session when it chooses. */
 class SessionTest : public testing::Test {
   protected:
-    explicit SessionTest(bool rearm = true, const Schedule& faults = {}, bool keepsAnswers = false)
-        : i_behaviour{100, 19525, rearm, keepsAnswers}, i_plan(faults, i_events) {
-        i_words.fill(0);
-    }
+    SessionTest() { use({100, 19525}); }
 
-    void SetUp() override {
-        i_session.clear();
-        i_session.announce();
+    /** Announces a session that behaves like this, in a cleared mailbox. */
+    void use(const Behaviour& behaviour, const Schedule& faults = {}) {
+        i_plan.emplace(faults, i_events);
+        i_session.emplace(MailboxPort(i_words.data()), i_conversation, *i_plan, i_events, behaviour,
+                          [this] { i_revisionAtUpgrade = revision(); });
+        i_session->clear();
+        i_session->announce();
     }
 
     unsigned char word(unsigned int address) const {
@@ -43,38 +42,38 @@ class SessionTest : public testing::Test {
     unsigned int revision() const {
         return word(MAILBOX_REVISION_HIGH) * 256U + word(MAILBOX_REVISION_LOW);
     }
+    bool poll(milliseconds now = {}) { return i_session->poll(now); }
 
     void connect() {
         i_words[MAILBOX_RX_STATE] = STATE_REQUESTED;
         i_words[MAILBOX_TX_STATE] = STATE_READY;
-        i_session.poll({});
+        poll();
         ASSERT_EQ(word(MAILBOX_RX_STATE), STATE_READY);
     }
-
+    void disconnect() {
+        i_words[MAILBOX_RX_STATE] = STATE_ABSENT;
+        poll();
+    }
+    bool offer(uint8_t byte, milliseconds now = {}) {
+        i_words[MAILBOX_TX_DATA] = byte;
+        i_words[MAILBOX_TX_FLAG] = TX_BYTE_OFFERED;
+        return poll(now);
+    }
     void send(const Bytes& bytes) {
         for (const uint8_t byte : bytes) {
-            i_words[MAILBOX_TX_DATA] = byte;
-            i_words[MAILBOX_TX_FLAG] = TX_BYTE_OFFERED;
-            i_session.poll({});
+            offer(byte);
             ASSERT_EQ(word(MAILBOX_TX_FLAG), TX_BYTE_TAKEN);
         }
     }
-
     /** Takes bytes while they are offered. */
     Bytes receive() {
         Bytes bytes;
         while (word(MAILBOX_RX_FLAG) == RX_BYTE_OFFERED) {
             bytes.push_back(word(MAILBOX_RX_DATA));
             i_words[MAILBOX_RX_FLAG] = RX_BYTE_TAKEN;
-            i_session.poll({});
+            poll();
         }
         return bytes;
-    }
-
-    void resetMailbox() {
-        for (unsigned int address = MAILBOX_RX_DATA; address <= MAILBOX_TX_STATE; ++address) {
-            i_words[address] = 0;
-        }
     }
 
     std::array<uint32_t, 32> i_words{};
@@ -82,49 +81,25 @@ class SessionTest : public testing::Test {
     EventLog i_events{i_out, false};
     Flash i_flash;
     Conversation i_conversation{i_flash, i_events, std::nullopt};
-    Behaviour i_behaviour;
     unsigned int i_revisionAtUpgrade = 0;
-    FaultPlan i_plan;
-    Session i_session{
-        MailboxPort(i_words.data()), i_conversation, i_plan, i_events, i_behaviour, [this] {
-            i_revisionAtUpgrade = revision();
-        }};
+    std::optional<FaultPlan> i_plan;
+    std::optional<Session> i_session;
 };
 
-class DeadAfterReset : public SessionTest {
-  protected:
-    DeadAfterReset() : SessionTest(false) {}
-};
-
-class KeepingAnswers : public SessionTest {
-  protected:
-    KeepingAnswers() : SessionTest(true, {}, true) {}
-};
-
-class SlowAndDying : public SessionTest {
-  protected:
-    SlowAndDying()
-        : SessionTest(true, {{FaultKind::Slow, 9000, {HostMessage::Begin, 0, 1, 2}},
-                             {FaultKind::Die, std::nullopt, {HostMessage::Begin, 0, 1, 3}}}) {}
-
-    bool offer(uint8_t byte, milliseconds now) {
-        i_words[MAILBOX_TX_DATA] = byte;
-        i_words[MAILBOX_TX_FLAG] = TX_BYTE_OFFERED;
-        return i_session.poll(now);
-    }
-};
+const Schedule SLOW_AND_DYING = {{FaultKind::Slow, 9000, {HostMessage::Begin, 0, 1, 2}},
+                                 {FaultKind::Die, std::nullopt, {HostMessage::Begin, 0, 1, 3}}};
 
 TEST_F(SessionTest, AnnouncesItselfInAClearedMailbox) {
     i_words.fill(0xFFFFFFFF);
-    i_session.clear();
+    i_session->clear();
     for (unsigned int address = MAILBOX_RX_DATA; address <= MAILBOX_TX_STATE; ++address) {
         EXPECT_EQ(i_words[address], 0U) << address;
     }
     EXPECT_EQ(i_words[4], 0xFFFFFFFF);
-    i_session.announce();
+    i_session->announce();
     EXPECT_EQ(i_words[MAILBOX_TX_STATE], uint32_t{STATE_REQUESTED});
     EXPECT_EQ(revision(), 100U);
-    EXPECT_FALSE(i_session.poll({})) << "no host, nothing to do";
+    EXPECT_FALSE(poll()) << "no host, nothing to do";
 }
 
 TEST_F(SessionTest, ChangesTheRevisionBeforeItTakesTheLastByte) {
@@ -134,7 +109,7 @@ TEST_F(SessionTest, ChangesTheRevisionBeforeItTakesTheLastByte) {
     send(Bytes(END.begin(), END.end() - 1));
     EXPECT_EQ(revision(), 100U);
     send({END.back()});
-    EXPECT_EQ(i_revisionAtUpgrade, 100U) << "the flash is saved in front of the revision";
+    EXPECT_EQ(i_revisionAtUpgrade, 100U) << "the flash is saved before the revision changes";
     EXPECT_EQ(revision(), 19525U);
 }
 
@@ -143,70 +118,52 @@ TEST_F(SessionTest, OffersTheNextByteOnlyWhenTheLastIsTaken) {
     send(STRAY_PAGE);
     ASSERT_EQ(word(MAILBOX_RX_FLAG), RX_BYTE_OFFERED);
     EXPECT_EQ(word(MAILBOX_RX_DATA), 0x02);
-    EXPECT_FALSE(i_session.poll({}));
+    EXPECT_FALSE(poll());
     EXPECT_EQ(word(MAILBOX_RX_DATA), 0x02);
     EXPECT_EQ(receive(), PackFrame(ID_PAGE_RESULT, {static_cast<uint8_t>(PageResult::NotBegun)}));
 }
 
-TEST_F(SessionTest, ComesUpAgainAfterAReset) {
-    connect();
-    send(STRAY_PAGE);
-    send({BEGIN[0], BEGIN[1]});
-    resetMailbox();
-    EXPECT_TRUE(i_session.poll({}));
-    EXPECT_EQ(word(MAILBOX_RX_STATE), STATE_READY);
-    EXPECT_EQ(word(MAILBOX_TX_STATE), STATE_REQUESTED);
-    EXPECT_EQ(word(MAILBOX_RX_FLAG), 0) << "the old answer is dropped";
-    send(STRAY_PAGE);
-    EXPECT_EQ(receive().size(), 9U) << "the first byte waits for no taken one";
-    EXPECT_EQ(i_session.resets(), 1U);
-    EXPECT_FALSE(i_session.finished());
+TEST_F(SessionTest, ComesUpAgainAfterAResetOrNot) {
+    for (const bool rearm : {true, false}) {
+        use({100, 19525, rearm});
+        connect();
+        send(STRAY_PAGE);
+        send({BEGIN[0], BEGIN[1]});
+        std::fill_n(i_words.begin() + MAILBOX_RX_DATA, 6, 0);
+        EXPECT_TRUE(poll());
+        EXPECT_EQ(word(MAILBOX_RX_STATE), rearm ? STATE_READY : STATE_ABSENT);
+        EXPECT_EQ(word(MAILBOX_TX_STATE), rearm ? STATE_REQUESTED : STATE_ABSENT);
+        EXPECT_EQ(word(MAILBOX_RX_FLAG), 0) << "the old answer is dropped";
+        EXPECT_EQ(offer(STRAY_PAGE[0]), rearm);
+        EXPECT_EQ(word(MAILBOX_TX_FLAG), rearm ? TX_BYTE_TAKEN : TX_BYTE_OFFERED);
+        EXPECT_EQ(i_session->resets(), 1U);
+        EXPECT_EQ(i_session->finished(), !rearm);
+    }
 }
 
-TEST_F(DeadAfterReset, LeavesTheMailboxAlone) {
+TEST_F(SessionTest, DistinguishesALeavingHostFromAReset) {
     connect();
-    resetMailbox();
-    EXPECT_TRUE(i_session.poll({}));
-    i_words[MAILBOX_TX_FLAG] = TX_BYTE_OFFERED;
-    EXPECT_FALSE(i_session.poll({}));
-    EXPECT_EQ(word(MAILBOX_TX_FLAG), TX_BYTE_OFFERED);
-    EXPECT_EQ(word(MAILBOX_RX_STATE), 0);
-    EXPECT_EQ(word(MAILBOX_TX_STATE), 0);
-    EXPECT_TRUE(i_session.finished());
-}
-
-TEST_F(SessionTest, TellsALeavingHostFromAReset) {
-    connect();
-    i_words[MAILBOX_RX_STATE] = 0;
-    i_session.poll({});
-    i_session.idle(milliseconds(49));
-    EXPECT_FALSE(i_session.finished());
-    i_session.idle(milliseconds(50));
-    EXPECT_TRUE(i_session.finished());
+    disconnect();
+    i_session->idle(milliseconds(49));
+    EXPECT_FALSE(i_session->finished());
+    i_session->idle(milliseconds(50));
+    EXPECT_TRUE(i_session->finished());
     EXPECT_EQ(i_events.findings(), 0U) << i_out.str();
 }
 
-TEST_F(SessionTest, StartsAfreshWithTheNextHost) {
-    connect();
-    send(STRAY_PAGE);
-    send({BEGIN[0]});
-    i_words[MAILBOX_RX_STATE] = 0;
-    i_session.poll({});
-    connect();
-    EXPECT_EQ(word(MAILBOX_RX_FLAG), RX_BYTE_TAKEN) << "the stale byte is withdrawn";
-    send(STRAY_PAGE);
-    EXPECT_EQ(receive().size(), 9U);
-    EXPECT_THAT(i_out.str(), HasSubstr("message broken off: another host has come"));
-}
-
-TEST_F(KeepingAnswers, GivesTheNextHostWhatTheLastOneDidNotRead) {
-    connect();
-    send(STRAY_PAGE);
-    i_words[MAILBOX_RX_STATE] = 0;
-    i_session.poll({});
-    connect();
-    send(STRAY_PAGE);
-    EXPECT_EQ(receive().size(), 18U) << "both answers";
+TEST_F(SessionTest, DropsOrKeepsWhatTheLastHostDidNotRead) {
+    for (const bool keeps : {false, true}) {
+        use({100, 19525, true, keeps});
+        connect();
+        send(STRAY_PAGE);
+        send({BEGIN[0]});
+        disconnect();
+        connect();
+        EXPECT_EQ(word(MAILBOX_RX_FLAG), keeps ? RX_BYTE_OFFERED : RX_BYTE_TAKEN);
+        send(STRAY_PAGE);
+        EXPECT_EQ(receive().size(), keeps ? 18U : 9U);
+        EXPECT_THAT(i_out.str(), HasSubstr("message broken off: another host has come"));
+    }
 }
 
 TEST_F(SessionTest, KeepsTheFirstByteOfAHostThatHasJustAsked) {
@@ -219,52 +176,54 @@ TEST_F(SessionTest, KeepsTheFirstByteOfAHostThatHasJustAsked) {
 TEST_F(SessionTest, GivesUpOnAMessageThatStops) {
     connect();
     send({BEGIN[0], BEGIN[1]});
-    i_session.idle(milliseconds(1999));
+    i_session->idle(milliseconds(1999));
     EXPECT_EQ(i_events.findings(), 0U);
-    i_session.idle(milliseconds(2000));
+    i_session->idle(milliseconds(2000));
     EXPECT_EQ(i_events.findings(), 1U);
     send(BEGIN);
     EXPECT_EQ(i_conversation.counts().begins, 1U);
 }
 
-TEST_F(SlowAndDying, BlamesNoHostForItsOwnSilence) {
+TEST_F(SessionTest, ReportsNoFindingForItsOwnSilence) {
+    use({100, 19525}, SLOW_AND_DYING);
     connect();
     send({BEGIN[0], BEGIN[1]});
-    EXPECT_EQ(i_session.due(), std::nullopt);
+    EXPECT_EQ(i_session->due(), std::nullopt);
     EXPECT_FALSE(offer(BEGIN[2], milliseconds(1000)));
-    EXPECT_EQ(i_session.due(), milliseconds(10000));
-    i_session.idle(milliseconds(2000));
-    EXPECT_FALSE(i_session.poll(milliseconds(9999)));
-    EXPECT_TRUE(i_session.poll(milliseconds(10000)));
+    EXPECT_EQ(i_session->due(), milliseconds(10000));
+    i_session->idle(milliseconds(2000));
+    EXPECT_FALSE(poll(milliseconds(9999)));
+    EXPECT_TRUE(poll(milliseconds(10000)));
     EXPECT_EQ(word(MAILBOX_TX_FLAG), TX_BYTE_TAKEN);
     EXPECT_EQ(i_events.findings(), 0U) << i_out.str();
 }
 
-TEST_F(SlowAndDying, TouchesNothingOnceDead) {
+TEST_F(SessionTest, TouchesNothingOnceDead) {
+    use({100, 19525}, SLOW_AND_DYING);
     connect();
     send({BEGIN[0], BEGIN[1]});
-    offer(BEGIN[2], milliseconds(0));
-    i_session.poll(milliseconds(9000));
+    offer(BEGIN[2]);
+    poll(milliseconds(9000));
     EXPECT_FALSE(offer(BEGIN[3], milliseconds(9000)));
     const auto words = i_words;
-    EXPECT_TRUE(i_session.finished());
-    EXPECT_FALSE(i_session.poll(milliseconds(20000)));
-    i_session.withdraw();
+    EXPECT_TRUE(i_session->finished());
+    EXPECT_FALSE(poll(milliseconds(20000)));
+    i_session->withdraw();
     EXPECT_EQ(i_words, words);
     EXPECT_THAT(i_out.str(), HasSubstr("fault: die@begin.3\n"));
 }
 
-TEST_F(SessionTest, LooksAtTheByteAloneAndWritesTheWholeWord) {
+TEST_F(SessionTest, ReadsTheByteAndWritesTheWholeWord) {
     connect();
     i_words[MAILBOX_TX_DATA] = 0xFFFFFF00U | BEGIN[0];
     i_words[MAILBOX_TX_FLAG] = 0xABCDE100U | TX_BYTE_OFFERED;
-    EXPECT_TRUE(i_session.poll({}));
+    EXPECT_TRUE(poll());
     EXPECT_EQ(i_words[MAILBOX_TX_FLAG], uint32_t{TX_BYTE_TAKEN});
 }
 
 TEST_F(SessionTest, WithdrawsByItsPresenceAlone) {
     connect();
-    i_session.withdraw();
+    i_session->withdraw();
     EXPECT_EQ(word(MAILBOX_TX_STATE), STATE_ABSENT);
     EXPECT_EQ(word(MAILBOX_RX_STATE), STATE_READY);
 }

@@ -7,7 +7,7 @@ namespace controller {
 
 namespace {
 
-/** What is read as text or numbers first. */
+/** Values before conversion. */
 struct Raw {
     std::string checksum;
     std::string faults;
@@ -15,8 +15,7 @@ struct Raw {
     uint16_t pages = 0;
 };
 
-/** Puts the faults of a text into the schedule; returns what is wrong with the text, if anything.
- */
+/** Parses a text into the schedule; returns the error, if any. */
 std::string ReadFaults(const std::string& text, Schedule& faults) {
     std::string error;
     const std::optional<Schedule> schedule = ParseSchedule(text, error);
@@ -29,17 +28,16 @@ void AddFaultOptions(const commandline::CommandOptions& program, ControllerSetti
     const commandline::Option faults =
         program
             .option("--faults", raw.faults,
-                    "What to do wrong, and where: faults like late=3500@2.1.0 with "
-                    "blanks between them")
+                    "Inject these faults, separated by blanks, such as late=3500@2.1.0")
             .typeName("SCHEDULE")
             .obeys(
                 [&settings](const std::string& text) { return ReadFaults(text, settings.faults); });
     const commandline::Option seed =
         program
-            .option("--seed", raw.seed, "Do random things wrong, the same ones for the same number")
+            .option("--seed", raw.seed, "Inject random faults, the same ones for the same number")
             .excludes(faults);
     const commandline::Option pages =
-        program.option("--pages", raw.pages, "Pages of the image, so that --seed can hit them")
+        program.option("--pages", raw.pages, "Pages of the image, for the places of --seed")
             .needs(seed);
     seed.needs(pages);
 }
@@ -47,27 +45,28 @@ void AddFaultOptions(const commandline::CommandOptions& program, ControllerSetti
 void AddOptions(commandline::Program& program, ControllerSettings& settings, Raw& raw) {
     settings.behaviour.newRevision = toolcontract::TOOL_REVISION;
     program.version(TOLMIRA_VERSION);
-    program.option("--object", settings.object, "Shared-memory object that holds the mailbox")
+    program.option("--object", settings.object, "Use the mailbox in this shared-memory object")
         .typeName("NAME")
         .showDefault();
-    program.option("--revision", settings.behaviour.revision, "Revision reported at first")
+    program.option("--revision", settings.behaviour.revision, "Report this revision at first")
         .showDefault();
     program
         .option("--new-revision", settings.behaviour.newRevision,
-                "Revision reported after a completed upgrade")
+                "Report this revision after a completed upgrade")
         .showDefault();
     program.flag("--force", settings.force,
-                 "Serve even while another controller does, or a host is at work");
+                 "Start even if another controller or a host uses the mailbox");
     program.flag("--rearm,!--no-rearm", settings.behaviour.rearm,
                  "Bring the mailbox up again after the host has reset it (the default), or not");
-    program.option("--appear-after-ms", settings.appearAfterMs, "Announce this late; milliseconds");
+    program.option("--appear-after-ms", settings.appearAfterMs,
+                   "Announce the controller after N milliseconds");
     program
         .option("--flash", settings.flashFile,
-                "File for the flash, written after each upgrade and at the end")
+                "Write the flash to FILE after each upgrade and at the end")
         .typeName("FILE");
     program
         .option("--expect-checksum", raw.checksum,
-                "Image checksum that the host should tell; hexadecimal, four digits")
+                "Expect this image checksum from the host; four hexadecimal digits")
         .obeys(
             [](const std::string& text) {
                 const bool good =
@@ -78,14 +77,14 @@ void AddOptions(commandline::Program& program, ControllerSettings& settings, Raw
             "")
         .typeName("HEX");
     AddFaultOptions(program, settings, raw);
-    program.flag("--once", settings.once, "End when a host has come and gone");
+    program.flag("--once", settings.once, "Exit when a host has come and gone");
     program
         .option("--idle-timeout", settings.idleTimeoutS,
-                "End after so many seconds without a host's doing; 0 is never")
+                "Exit after SECONDS without activity of a host; 0: never")
         .typeName("SECONDS");
-    program.flag("--trace", settings.trace, "Write the decoded conversation to standard output");
+    program.flag("--trace", settings.trace, "Log the decoded messages too");
     program.flag("--json", settings.json,
-                 "Write the closing report as one JSON object, and all else to standard error");
+                 "Print the closing report as one JSON object, and the log on standard error");
 }
 
 }  // namespace
@@ -95,10 +94,9 @@ std::optional<ControllerSettings> ReadCommandLine(int argc, const char* const* a
     ControllerSettings settings;
     Raw raw;
     commandline::Program program(
-        "The far side of the mailbox: a Tolmira controller for demos and tests.\n"
-        "Exit value: 0 all well, 1 something was found, 2 wrong usage. A fault that was asked for "
-        "is\n"
-        "nothing found; what the host makes of it may be.",
+        "Simulates a Tolmira controller at the mailbox, for demos and tests.\n"
+        "Exit value: 0 no findings, 1 findings or a failure, 2 wrong usage. An injected fault is\n"
+        "not a finding, but its consequences may be.",
         "tolmira_controller");
     AddOptions(program, settings, raw);
     if (const std::optional<int> ended = program.read(argc, argv)) {

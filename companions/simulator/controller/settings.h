@@ -9,7 +9,7 @@
 
 namespace controller {
 
-/** What the command line asks for. */
+/** The command line. */
 struct ControllerSettings {
     std::string object = "/resource0";
     Behaviour behaviour;
@@ -28,9 +28,8 @@ struct ControllerSettings {
 };
 
 /**
- * Reads the command line. Without a value the program is to end at once with the exit value in
- * `exitValue`: 0 behind help or version, 2 behind wrong usage, which has been told on standard
- * error.
+ * Reads the command line. Without a value the program must end with `exitValue`: 0 after help or
+ * version, 2 after wrong usage, which was reported on standard error.
  */
 [[nodiscard]] std::optional<ControllerSettings> ReadCommandLine(int argc, const char* const* argv,
                                                                 int& exitValue);

@@ -41,7 +41,7 @@ std::uint32_t* SharedRegion::mailbox() const {
     return reinterpret_cast<std::uint32_t*>(static_cast<char*>(i_address) + MAILBOX_OFFSET);
 }
 
-/** Gives it its size, and the mailbox its memory. */
+/** Sets the object's size, and allocates the mailbox. */
 bool SharedRegion::prepare() {
     struct stat status = {};
     if (fstat(i_fd, &status) != 0) {

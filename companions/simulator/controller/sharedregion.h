@@ -6,12 +6,12 @@
 namespace controller {
 
 /**
- * A mapped POSIX shared-memory object: the address space of the card, seen from its far side.
+ * A mapped POSIX shared-memory object: the card's address space, as the controller sees it.
  *
- * Opening creates the object where it is missing, grows it where it is smaller than that space, and
- * allocates the mailbox's page, since a store without memory would end the process. It never
- * shrinks, clears or removes an object: the host may hold it at the same time. Mapping and
- * descriptor live as long as this object; the name outlives both.
+ * open() creates the object if it is missing, grows it if it is smaller than that space, and
+ * allocates the mailbox's page, since a store without memory would raise SIGBUS. It never shrinks,
+ * clears or removes an object, because a host may be using it. The destructor unmaps and closes it;
+ * the name stays.
  */
 class SharedRegion {
   public:
@@ -20,7 +20,7 @@ class SharedRegion {
     SharedRegion(const SharedRegion&) = delete;
     SharedRegion& operator=(const SharedRegion&) = delete;
 
-    /** Maps the object. False: nothing is mapped, and `error()` says why. */
+    /** Maps the object. False with the reason in `error()`; nothing is mapped then. */
     [[nodiscard]] bool open(const std::string& name);
 
     /** The first word of the mailbox; only after a successful `open`. */

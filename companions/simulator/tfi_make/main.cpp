@@ -1,6 +1,6 @@
 /**
- * tfi_make: makes firmware images in TFI format for demos and tests. Six header lines, a seventh
- * that begins with END, the content, and two checksum bytes, low byte first.
+ * tfi_make: makes firmware images in TFI format for demos and tests. An image has six header lines,
+ * a seventh that begins with END, the content, and two checksum bytes, low byte first.
  */
 #include <cerrno>
 #include <cstdint>
@@ -23,7 +23,7 @@ constexpr uint64_t PAGE_BYTES = 256;
 constexpr uint64_t CHECKSUM_BYTES = 2;
 constexpr size_t FREE_HEADER_LINES = 6;
 
-/** More than any controller takes, and still no burden for a disk. */
+/** In bytes; four times what a controller takes. */
 constexpr uint64_t LARGEST_PAYLOAD = 0x4000000;
 
 struct ImageSettings {
@@ -31,7 +31,7 @@ struct ImageSettings {
     std::vector<std::string> headerLines;
     std::string endText;
     uint64_t pages = 0;
-    /** In place of the pages. */
+    /** Replaces `pages`. */
     std::optional<uint64_t> size;
     std::string pattern = "random";
     uint32_t seed = 1;
@@ -62,7 +62,7 @@ std::vector<char> Content(const ImageSettings& settings, uint64_t size) {
     return bytes;
 }
 
-/** The sum of the bytes: enough to tell two images apart. */
+/** The sum of the bytes, which is enough to distinguish two images. */
 uint16_t Sum(const std::vector<char>& bytes) {
     uint32_t sum = 0;
     for (const char byte : bytes) {
@@ -71,7 +71,7 @@ uint16_t Sum(const std::vector<char>& bytes) {
     return static_cast<uint16_t>(sum);
 }
 
-/** Content and checksum together; a payload of less than two bytes holds what fits. */
+/** Content and checksum. A payload of less than two bytes has only the start of the checksum. */
 std::vector<char> Payload(const ImageSettings& settings) {
     const uint64_t size = settings.size.value_or(settings.pages * PAGE_BYTES);
     std::vector<char> bytes = Content(settings, size < CHECKSUM_BYTES ? 0 : size - CHECKSUM_BYTES);
@@ -82,7 +82,7 @@ std::vector<char> Payload(const ImageSettings& settings) {
     return bytes;
 }
 
-/** What went wrong; empty for nothing. */
+/** The error, or an empty text. */
 std::string Save(const ImageSettings& settings) {
     std::string why;
     const commandline::Descriptor target = commandline::CreateRegularFile(settings.file, why);
@@ -113,20 +113,24 @@ void AddOptions(commandline::Program& program, ImageSettings& settings) {
     program.option("file", settings.file, "Image to write").required();
     const commandline::CommandOptions extent =
         program.oneOfGroup("extent", "One of these is needed");
-    extent.option("--pages", settings.pages, "Payload in whole flash pages of 256 bytes")
+    extent.option("--pages", settings.pages, "Make a payload of N flash pages of 256 bytes")
         .inRange(uint64_t{0}, LARGEST_PAYLOAD / PAGE_BYTES);
-    extent.option("--size", settings.size, "Payload in bytes, the two checksum bytes included")
+    extent
+        .option("--size", settings.size,
+                "Make a payload of N bytes, including the two of the checksum")
         .inRange(uint64_t{0}, LARGEST_PAYLOAD);
-    program.option("--pattern", settings.pattern, "Content: random, count or zero")
+    program
+        .option("--pattern", settings.pattern,
+                "Fill the content with random numbers, a count or zeroes")
         .oneOf({"random", "count", "zero"})
         .showDefault();
-    program.option("--seed", settings.seed, "Start of the random numbers or of the count")
+    program.option("--seed", settings.seed, "Start the random numbers or the count with this")
         .showDefault();
     program.repeatable("--header", settings.headerLines, FREE_HEADER_LINES,
-                       "A header line, up to six times; the missing ones are empty");
-    program.option("--end-text", settings.endText, "What follows END on the seventh line");
+                       "Add a header line, up to six times; missing ones are empty");
+    program.option("--end-text", settings.endText, "Add this text after END on the seventh line");
     program.option("--checksum", settings.checksum,
-                   "Checksum, also as 0x1234; otherwise the sum of the content's bytes");
+                   "Set this checksum, also as 0x1234, instead of the sum of the content");
 }
 
 int Run(int argc, const char* const* argv) {
@@ -144,7 +148,7 @@ int Run(int argc, const char* const* argv) {
 
 }  // namespace
 
-// Out of memory, the program may end as the library ends it.
+// On std::bad_alloc the program may terminate.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     OpenStandardDescriptors();
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
