@@ -348,8 +348,8 @@ TEST_F(KilledRunTest, IsReportedAndCleanedUpByTheNext) {
     }
 }
 
-// Without the clean pass the answer to the killed run's page counts for page 0, each page gets the
-// verdict of the one before it, and that of the last one is never read.
+// Without the clean pass the answer to the killed run's page would count for page 0. Each page
+// would get the verdict of the one before it, and that of the last one would never be read.
 TEST_F(KilledRunTest, DoesNotHideARefusalOfTheLastPage) {
     writeImage(Payload(1000));
     killInPage("late=2500@1.1.4 " + AtEveryAttempt("result=1", 3), true);

@@ -137,8 +137,8 @@ class Program : public CommandOptions {
 
     /**
      * Reads the words into the variables; to be called once. Without a value the program goes on. A
-     * value is the exit value to end with: help or version were printed, or wrong usage was
-     * reported, also as JSON if the words ask for it.
+     * value is the exit value to end with, after help, version or wrong usage were printed. With
+     * --json, wrong usage is reported as JSON too.
      */
     [[nodiscard]] std::optional<int> read(int argc, const char* const* argv);
 

@@ -16,7 +16,7 @@ struct CheckedImage {
 
 /**
  * The image to send. With a digest, the file is copied once into sealed memory, and the tool reads
- * that copy: the bytes sent are the bytes checked, even if the file changes meanwhile. Without a
+ * that copy. So the bytes sent are the bytes checked, even if the file changes meanwhile. Without a
  * digest the tool reads the file itself.
  */
 class ImageFile {
@@ -49,8 +49,8 @@ class ImageFile {
 };
 
 /**
- * The image's digest in a file in sha256sum's format: from the line with the same path, or else
- * from the first line with the same file name. Without a value `why` has the reason.
+ * The image's digest in a file in sha256sum's format. The line with the same path has it, or else
+ * the first line with the same file name. Without a value `why` has the reason.
  */
 std::optional<std::string> DigestIn(const std::string& digestFile, const std::string& image,
                                     std::string& why);

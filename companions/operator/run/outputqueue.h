@@ -9,10 +9,10 @@
 namespace run {
 
 /**
- * Writes to this process's standard output and standard error in a thread of its own, so that a
- * reader that stops reading blocks only that thread. At most LIMIT bytes wait in memory. The
- * descriptors stay blocking, since other processes share them. After a write error, such as on a
- * lost terminal, further bytes for that descriptor are discarded.
+ * Writes to this process's standard output and standard error in a separate thread. A reader that
+ * stops reading blocks only that thread. At most LIMIT bytes wait in memory. The descriptors stay
+ * blocking, since other processes share them. After a write error, such as on a lost terminal,
+ * further bytes for that descriptor are discarded.
  *
  * If standard output and standard error are the same file, they must share one queue, which keeps
  * their order. The destructor discards what is still waiting.
@@ -20,8 +20,8 @@ namespace run {
 class OutputQueue {
   public:
     /**
-     * The longest log of an upgrade in bytes: a line of at most 128 for each of five attempts at
-     * each of 65535 pages, and the lines of the rest of the run.
+     * The longest log of an upgrade in bytes: 65535 pages, five attempts each, a line of at most
+     * 128 for each attempt, and the other lines.
      */
     static constexpr std::size_t LIMIT = std::size_t{65535} * 5 * 128 + 65536;
 

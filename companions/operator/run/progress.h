@@ -12,8 +12,8 @@
 namespace run {
 
 /**
- * Shows the progress of the run: as a line on standard error that is redrawn, if that is a
- * terminal, or as lines of JSON on a descriptor. A slow reader misses some states.
+ * Shows the progress of the run. On a terminal it redraws a line on standard error; on request it
+ * writes lines of JSON to a descriptor. A slow reader misses some states.
  */
 class Progress {
   public:

@@ -13,8 +13,8 @@ class ReportFile {
   public:
     /**
      * Writes and removes a trial file in the same directory, so that an unwritable path fails
-     * before the upgrade and not after it. False, with the reason in `error()`, if that fails, if
-     * the path is not a regular file, or if it is one of `inputs`, the run's other files.
+     * before the upgrade and not after it. Also fails if the path is not a regular file, or is one
+     * of `inputs`, the run's other files. False with the reason in `error()`.
      */
     [[nodiscard]] bool prepare(const std::string& file, const std::vector<std::string>& inputs);
     /** False with the reason in `error()`; the old report is then unchanged. */

@@ -10,9 +10,9 @@ namespace run {
  * The signals that ask a run to end, read from a descriptor instead of by a handler.
  *
  * After construction SIGINT, SIGQUIT and SIGTERM arrive only here, unless they were ignored before.
- * SIGHUP (lost terminal), SIGPIPE (lost reader), SIGXFSZ (full quota) and stops from the terminal
- * are ignored: a stopped run would stall the transfer once the log's pipe is full. Create it before
- * any thread, and once in a process.
+ * SIGHUP (lost terminal), SIGPIPE (lost reader) and SIGXFSZ (full quota) are ignored. So are stops
+ * from the terminal, since a stopped run would stall the transfer once the log's pipe is full.
+ * Create it before any thread, and once in a process.
  */
 class Signals {
   public:

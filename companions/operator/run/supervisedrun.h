@@ -19,8 +19,8 @@ namespace run {
 
 /**
  * The steps of a supervised run: check the image, take the lock, clean up after a killed run, run
- * the tool, check the mailbox, wait for the new revision. The mailbox is checked because the tool's
- * exit value 0 doesn't exclude an unread answer. Any step can end the run and set the outcome.
+ * the tool, check the mailbox, verify. The mailbox is checked because the tool's exit value 0
+ * doesn't exclude an unread answer. Any step can end the run and set the outcome.
  *
  * The lock and its marker are kept until close(), so that the report is written before the next run
  * can start.

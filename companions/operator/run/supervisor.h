@@ -46,7 +46,7 @@ class SignalRule {
 };
 
 /**
- * Runs the tool to its end: passes on and parses its log, shows the progress, keeps the machine
+ * Runs the tool to its end. Passes on and parses its log, shows the progress, keeps the machine
  * awake while pages are sent, and handles signals. One run at a time; one thread.
  */
 class Supervisor {

@@ -18,12 +18,12 @@ struct LogLine {
 /**
  * Splits the tool's output into reports, whatever pieces it arrives in.
  *
- * A report begins with a line in the logger's format and ends with a source position, usually on a
- * later line: messages contain newlines, and a file name in a message may contain anything.
- * Therefore a line begins a report only if it has the thread handle of the first report and the
- * next counter value. EMERGENCY reports have no counter. File names are chosen before the handle is
- * known, so they can't forge a report. If a new report cuts one off, the part before it is used.
- * Lines outside of reports are ignored.
+ * A report begins with a line in the logger's format and ends with a source position. That is
+ * usually on a later line, since messages contain newlines. A file name in a message may contain
+ * anything. Therefore a line begins a report only if it has the thread handle of the first report
+ * and the next counter value. EMERGENCY reports have no counter. File names are chosen before the
+ * handle is known, so they can't forge a report. If a new report cuts one off, the part before it
+ * is used. Lines outside of reports are ignored.
  *
  * Memory is bounded: only the beginning of an overlong line or report is kept.
  */

@@ -45,9 +45,9 @@ Bytes Page(uint16_t number) {
 
 /**
  * One upgrade with a session that has these faults. `deviations` lists what a faultless controller
- * would not have shown, by page and attempt: the bytes of an answer that is not good; "refused" or
- * "lost" and the index of the byte that was not taken; "none" and the number of bytes read before a
- * timeout; and the milliseconds of a late answer.
+ * would not have shown, by page and attempt. An answer that is not good is shown by its bytes, a
+ * late one by its milliseconds. "refused" and "lost" have the index of the byte that was not taken,
+ * "none" the number of bytes read before a timeout.
  */
 class FaultyRun {
   public:

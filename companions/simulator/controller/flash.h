@@ -35,7 +35,7 @@ uint16_t PageCrc(const std::vector<uint8_t>& bytes);
  * The controller's flash: the pages of the current transfer, in order and without gaps.
  *
  * A transfer begins with an erased flash. A page is kept if its size and CRC are right and it is
- * the next page, or the last one again: the host repeats a page whose answer it did not get.
+ * the next page or the last one again. The host repeats a page whose answer it did not get.
  */
 class Flash {
   public:

@@ -41,7 +41,7 @@ uint32_t ReadU32(const uint8_t* bytes);
 /**
  * Splits the host's bytes into frames.
  *
- * Bytes that can't begin a frame are dropped one by one until two lead bytes come first again, so
+ * Bytes that can't begin a frame are dropped one by one until two lead bytes come first again. So
  * the reader resynchronises after an incomplete or corrupt message. A header with a length that no
  * message of the host has is corrupt, and its body is not awaited.
  */

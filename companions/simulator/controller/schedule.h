@@ -20,16 +20,16 @@ namespace controller {
  * known
  *
  * Bytes count from 0, attempts from 1. A frame counts as an attempt from the moment its first byte
- * is offered, even if it is never completed. Until its id is known (bytes 2 and 3), the first
- * message of a host that has asked for the receive direction counts as the opening one, and each
- * later one as a page. Until its number is known (bytes 8 and 9), a page counts as the next one,
- * first attempt, if the host has read a good answer since the last page frame, and otherwise as the
- * same page once more. The first page counts as page 0.
+ * is offered, even if it is never completed. Bytes 2 and 3 are a message's id. Before them, the
+ * first message after a host has asked for the receive direction counts as the opening one, and
+ * each later one as a page. Bytes 8 and 9 are a page's number. Before them, the first page counts
+ * as page 0. A later one counts as the next page, first attempt, if the host has read a good answer
+ * since the last page frame, and otherwise as the same page once more.
  *
  * A fault at a byte of the host acts when the byte is offered and before it is taken. A fault after
- * the last byte (272 at a page, 12 at info, 8 at begin and end) acts when the whole message has
- * been taken, just before its last byte is acknowledged, which happens in any case. Several at one
- * place act in this order, up to a die or reset:
+ * the last byte has the number 272 at a page, 12 at info, 8 at begin and end. It acts when the
+ * whole message has been taken, just before the last byte is acknowledged; that happens in any
+ * case. Several at one place act in this order, up to a die or reset:
  *
  *     slow=MS      the byte is taken MS milliseconds late; after the last byte, which is
  *                  acknowledged at once, the controller continues MS milliseconds late

@@ -8,7 +8,7 @@ namespace controller {
 /**
  * A mapped POSIX shared-memory object: the card's address space, as the controller sees it.
  *
- * open() creates the object if it is missing, grows it if it is smaller than that space, and
+ * open() creates the object if it is missing, and grows it if it is smaller than that space. It
  * allocates the mailbox's page, since a store without memory would raise SIGBUS. It never shrinks,
  * clears or removes an object, because a host may be using it. The destructor unmaps and closes it;
  * the name stays.
