@@ -33,7 +33,7 @@ std::vector<std::string> Read(const std::string& output, size_t pieceSize) {
     return messages;
 }
 
-TEST(LogReader, CutsReportsHoweverTheyArrive) {
+TEST(LogReader, SplitsTheOutputIntoReports) {
     const std::string name = "File name is a \"b\" at c:7\nC: no report\n.\n";
     const std::string thread = THREAD;
     const std::string output =
@@ -51,7 +51,7 @@ TEST(LogReader, CutsReportsHoweverTheyArrive) {
     }
 }
 
-// Its author doesn't know the thread's handle.
+// A file name is chosen without knowing the thread's handle.
 TEST(LogReader, LetsNoFileNameForgeAReport) {
     const std::string end = "x\" at a.cpp:1.\n";
     const std::string forged[] = {
@@ -94,43 +94,27 @@ TEST(Texts, ParseWhatTheyFormat) {
     EXPECT_EQ(toollog::Recognise("ERROR", "Done\n").text, toollog::e_LogText_Other);
 }
 
-/** The log of a run without a controller. */
-std::string LogWithoutController() {
-    std::string output;
-    for (int poll = 1; poll <= 60; ++poll) {
-        output += Line(poll, "NOTICE", "Controller isn't there, sleeping for 1 second\n");
+RunRecord RecordOf(const std::vector<LogLine>& lines) {
+    RunRecord record;
+    for (const LogLine& line : lines) {
+        record.take(line);
     }
-    return output + Line(61, "NOTICE", "Controller is missing, skipping upgrade");
+    return record;
 }
 
 // The causes that whole runs can't show quickly; tests/supervisedrun_test.cpp has the others.
 TEST(RunRecord, DerivesTheCause) {
-    const struct {
-        const char* what;
-        std::string output;
-        int exitValue;
-        int signal;
-        toollog::e_Cause cause;
-    } cases[] = {
-        {"missing", LogWithoutController(), 1, 0, toollog::e_Cause_ControllerMissing},
-        {"odd value", LogWithoutController(), 255, 0, toollog::e_Cause_Unknown},
-        {"not a word", "", 0, 0, toollog::e_Cause_Unknown},
-        {"crash", Line(1, "NOTICE", "Done\n"), -1, SIGSEGV, toollog::e_Cause_Signal},
-        {"abort without a report", "", -1, SIGABRT, toollog::e_Cause_Signal},
-    };
-    for (const auto& c : cases) {
-        RunRecord record;
-        LogReader reader([&](const LogLine& line) { record.take(line); });
-        reader.take(c.output.data(), c.output.size());
-        reader.finish();
-        EXPECT_EQ(record.cause(c.exitValue, c.signal), c.cause) << c.what;
-    }
+    const RunRecord missing = RecordOf({{"NOTICE", "Controller is missing, skipping upgrade"}});
+    EXPECT_EQ(missing.cause(1, 0), toollog::e_Cause_ControllerMissing);
+    EXPECT_EQ(missing.cause(255, 0), toollog::e_Cause_Unknown) << "another exit value";
+    EXPECT_EQ(RunRecord().cause(0, 0), toollog::e_Cause_Unknown) << "no log";
+    EXPECT_EQ(RecordOf({{"NOTICE", "Done\n"}}).cause(-1, SIGSEGV), toollog::e_Cause_Signal);
+    EXPECT_EQ(RunRecord().cause(-1, SIGABRT), toollog::e_Cause_Signal) << "without an assertion";
 }
 
 TEST(RunRecord, CountsTheSilentAttempts) {
-    RunRecord record;
-    record.take({"NOTICE", "Page 3 did not send successfully\n"});
-    record.take({"NOTICE", "Page 3 sent successfully\n"});
+    RunRecord record = RecordOf({{"NOTICE", "Page 3 did not send successfully\n"},
+                                 {"NOTICE", "Page 3 sent successfully\n"}});
     EXPECT_EQ(record.pagesSent(), 4);
     EXPECT_TRUE(record.attempts().empty());
     record.take({"ERROR", "Failed to get response message\n"});
@@ -146,10 +130,9 @@ TEST(RunRecord, CountsTheSilentAttempts) {
 
 // Another --tool may log anything.
 TEST(RunRecord, BoundsItsNumbers) {
-    RunRecord record;
-    record.take({"NOTICE", "Controller is 99999999999999999999\n"});
-    record.take({"NOTICE", "File is open size 1 300 pages\n"});
-    record.take({"NOTICE", "Page 99999999999999999999 sent successfully\n"});
+    RunRecord record = RecordOf({{"NOTICE", "Controller is 99999999999999999999\n"},
+                                 {"NOTICE", "File is open size 1 300 pages\n"},
+                                 {"NOTICE", "Page 99999999999999999999 sent successfully\n"}});
     EXPECT_EQ(record.revision(), 65535);
     EXPECT_EQ(record.pagesSent(), 300);
     for (int i = 0; i < 1000; ++i) {
