@@ -4,35 +4,13 @@
 #include <new>
 #include <utility>
 
-#include "cpputils/include/clock.h"
+#include "link/handover.h"
 #include "link/mailbox.h"
 
 namespace {
 
-// The wait ends when the difference of the whole seconds is greater than this.
-constexpr time_t SEND_LIMIT_SECONDS = 2;
+/** A wait ends when the difference of the whole seconds is greater than this. */
 constexpr time_t RECEIVE_LIMIT_SECONDS = 3;
-
-time_t SecondsNow() {
-    return Clock::instance().secondsNow();
-}
-
-/**
- * Polls a flag without pausing until it holds `wanted`. When the time is up, the flag is read one
- * last time, and a match on that read is too late.
- */
-bool WaitForFlag(RouterCommsInterface& comms, unsigned int address, unsigned char wanted,
-                 time_t limit) {
-    const time_t start = SecondsNow();
-    bool timedOut = false;
-    for (;;) {
-        const bool matches = comms.readAddress(address) == wanted;
-        if (matches || timedOut) {
-            return !timedOut;
-        }
-        timedOut = SecondsNow() - start > limit;
-    }
-}
 
 }  // namespace
 
@@ -63,29 +41,13 @@ bool RouterCommWriter::sendBytes(const void* bytes, unsigned int count) {
     if (bytes == nullptr) {
         return true;
     }
-    const auto* next = static_cast<const unsigned char*>(bytes);
-    for (unsigned int i = 0; i < count; ++i) {
-        if (!sendByte(next[i])) {
-            return false;
-        }
-    }
-    return true;
+    const auto* first = static_cast<const unsigned char*>(bytes);
+    auto* direct = dynamic_cast<DirectHandOver*>(i_comms);
+    return direct != nullptr ? direct->handOver(first, count) : HandOver(*i_comms, first, count);
 }
 
 bool RouterCommWriter::sendByte(unsigned char byte) {
-    if (i_comms->readAddress(MAILBOX_TX_STATE) == STATE_REQUESTED) {
-        i_comms->writeAddress(MAILBOX_TX_STATE, STATE_READY);
-    }
-    if (i_comms->readAddress(MAILBOX_TX_STATE) != STATE_READY) {
-        return false;
-    }
-    i_comms->writeAddress(MAILBOX_TX_DATA, byte);
-    i_comms->writeAddress(MAILBOX_TX_FLAG, TX_BYTE_OFFERED);
-    if (!WaitForFlag(*i_comms, MAILBOX_TX_FLAG, TX_BYTE_TAKEN, SEND_LIMIT_SECONDS)) {
-        ResetMailbox(*i_comms);
-        return false;
-    }
-    return true;
+    return sendBytes(&byte, 1);
 }
 
 bool RouterCommWriter::isControllerPresent() {

@@ -18,6 +18,18 @@ class RouterCommsInterface {
     virtual void writeAddress(unsigned int address, unsigned char value) = 0;
 };
 
+/**
+ * What a mailbox offers beside the interface if it can hand over bytes without a virtual call for
+ * each access. Accesses, their order and the result are those of RouterCommWriter::sendBytes.
+ */
+class DirectHandOver {
+  public:
+    [[nodiscard]] virtual bool handOver(const unsigned char* bytes, unsigned int count) = 0;
+
+  protected:
+    ~DirectHandOver() = default;
+};
+
 /** Takes both directions down: writes 0 to addresses 5 to 10, in this order. */
 void ResetMailbox(RouterCommsInterface& comms);
 

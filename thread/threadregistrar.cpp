@@ -44,6 +44,7 @@ void FieldMainSlot::take(const ThreadId& id, uint32_t cookie) {
 ThreadRegistrar::ThreadRegistrar()
     : i_namesMutex(PTHREAD_MUTEX_RECURSIVE), i_slotsMutex(PTHREAD_MUTEX_NORMAL) {
     SetThreadDescriber(&REGISTRAR_DESCRIBER);
+    fieldMainWasTaken.store(false, std::memory_order_relaxed);
 }
 
 ThreadRegistrar::~ThreadRegistrar() {
@@ -51,10 +52,25 @@ ThreadRegistrar::~ThreadRegistrar() {
     delete i_names.load();
 }
 
+ThreadRegistrar& ThreadRegistrar::instance() {
+    static ThreadRegistrar registrar;
+    return registrar;
+}
+
+int ThreadRegistrar::fieldMainIndex() const {
+    for (size_t i = 0; i < i_fieldMain.size(); ++i) {
+        if (i_fieldMain[i].hasHandleOfCaller()) {
+            return static_cast<int>(i);
+        }
+    }
+    return -1;
+}
+
 // Without a lock, because the FieldMain threads are started one after the other.
 int ThreadRegistrar::registerFieldMain(uint32_t cookie) {
     for (FieldMainSlot& slot : i_fieldMain) {
         if (!slot.isValid()) {
+            fieldMainWasTaken.store(true, std::memory_order_relaxed);
             slot.take(ThreadId::ofCaller(), cookie);
             return 0;
         }

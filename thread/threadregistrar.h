@@ -71,10 +71,13 @@ class ThreadRegistrar {
     ThreadRegistrar& operator=(const ThreadRegistrar&) = delete;
 
     /** Built on first use, when it also registers with the logger; destroyed at exit. */
-    [[gnu::always_inline]] static ThreadRegistrar& instance() {
-        static ThreadRegistrar registrar;
-        return registrar;
-    }
+    static ThreadRegistrar& instance();
+
+    /**
+     * False only if the instance exists and no thread of this process has ever taken a FieldMain
+     * slot: then isFieldMain() is false for every thread. One load, without a guard.
+     */
+    static bool mayHaveFieldMain() { return fieldMainWasTaken.load(std::memory_order_relaxed); }
 
     /**
      * Takes the first free slot. Returns 0, or -1 if there is none. A second call takes a second
@@ -82,14 +85,7 @@ class ThreadRegistrar {
      */
     [[nodiscard]] int registerFieldMain(uint32_t cookie);
     /** The slot, 0 or 1, that has the caller's handle; -1 for any other thread. */
-    int fieldMainIndex() const {
-        for (size_t i = 0; i < i_fieldMain.size(); ++i) {
-            if (i_fieldMain[i].hasHandleOfCaller()) {
-                return static_cast<int>(i);
-            }
-        }
-        return -1;
-    }
+    int fieldMainIndex() const;
     bool isFieldMain() const { return fieldMainIndex() != -1; }
     /** The caller's cookie from its registration; 0 for any other thread. */
     uint32_t fieldMainCookie() const;
@@ -129,6 +125,12 @@ class ThreadRegistrar {
     /** Calls `use` with the caller's name, if it has one, under the lock of the names. */
     template <typename Use>
     void withName(Use use);
+
+    /**
+     * True until the instance exists, too, so that the first question builds it. Relaxed: a thread
+     * asks about itself alone, and sees the stores that it made.
+     */
+    static inline std::atomic<bool> fieldMainWasTaken{true};
 
     /**
      * Created by the first registerName. Without the lock it may only be compared with null; see

@@ -3,12 +3,11 @@
 #include "logger/assertion.h"
 #include "thread/threadregistrar.h"
 
-// All of this is inline, including the check of the registrar's slots: it runs before each mailbox
-// access.
+// Inline as far as the registrar's one flag: each mailbox access asks first.
 
 /** True for a thread that holds a FieldMain slot of the ThreadRegistrar. Lock-free. */
 [[gnu::always_inline]] inline bool IsCurrentThreadCritical() {
-    return ThreadRegistrar::instance().isFieldMain();
+    return ThreadRegistrar::mayHaveFieldMain() && ThreadRegistrar::instance().isFieldMain();
 }
 
 /**

@@ -2,9 +2,12 @@
 
 #include <pthread.h>
 
+#include <utility>
+
 #include "cpputils/include/thread/annotations.h"
 #include "cpputils/include/thread/policies.h"
 #include "include/hwaccess.h"
+#include "link/handover.h"
 #include "link/routercomms.h"
 #include "thread/pmutex.h"
 
@@ -23,27 +26,28 @@ template <typename HWAltera>
 class TolmiraComms final : public RouterCommsInterface {
   public:
     /** Borrows the design. Touches no hardware. */
-    explicit TolmiraComms(HWAltera* altera) : i_altera(altera), i_mutex(PTHREAD_MUTEX_NORMAL) {}
+    explicit TolmiraComms(HWAltera* altera)
+        : i_mailboxByte(altera->sbuf().shelf_status(0).shelf_status_spi_values().value()),
+          i_mutex(PTHREAD_MUTEX_NORMAL) {}
 
-    // Inline by order: the mailbox that the tool creates forwards to these for each access.
     [[gnu::always_inline]] unsigned char readAddress(unsigned int address) override {
         const AutoLockT<Mutex> lock(i_mutex);
-        return static_cast<unsigned char>(mailboxByte().get(address));
+        return static_cast<unsigned char>(i_mailboxByte.get(address));
     }
 
     [[gnu::always_inline]] void writeAddress(unsigned int address, unsigned char value) override {
         const AutoLockT<Mutex> lock(i_mutex);
-        mailboxByte().set(address, value);
+        i_mailboxByte.set(address, value);
     }
 
   private:
     using Mutex = PMutexT<CriticalThreadCantBlockPolicy>;
 
-    auto& mailboxByte() REQUIRES(i_mutex) {
-        return i_altera->sbuf().shelf_status(0).shelf_status_spi_values().value();
-    }
+    using MailboxByte =
+        decltype(std::declval<HWAltera>().sbuf().shelf_status(0).shelf_status_spi_values().value());
 
-    HWAltera* i_altera PT_GUARDED_BY(i_mutex);
+    // The walk gives the same object each time, so it is made once.
+    MailboxByte i_mailboxByte GUARDED_BY(i_mutex);
     Mutex i_mutex;
 };
 
@@ -53,16 +57,20 @@ class TolmiraComms final : public RouterCommsInterface {
  * construction and destruction don't touch it.
  */
 template <typename HWAltera>
-class TolmiraUpgradeComms final : public RouterCommsInterface {
+class TolmiraUpgradeComms final : public RouterCommsInterface, public DirectHandOver {
   public:
     explicit TolmiraUpgradeComms(void* base)
         : i_design(VolatileAccessor(), base), i_comms(&i_design) {}
 
-    unsigned char readAddress(unsigned int address) override {
+    // Inline by order, here and in TolmiraComms: `handOver` consists of these accesses.
+    [[gnu::always_inline]] unsigned char readAddress(unsigned int address) override {
         return i_comms.readAddress(address);
     }
-    void writeAddress(unsigned int address, unsigned char value) override {
+    [[gnu::always_inline]] void writeAddress(unsigned int address, unsigned char value) override {
         i_comms.writeAddress(address, value);
+    }
+    [[nodiscard]] bool handOver(const unsigned char* bytes, unsigned int count) override {
+        return HandOver(*this, bytes, count);
     }
 
   private:
