@@ -26,10 +26,9 @@ target_compile_options(common_flags INTERFACE
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
   -fmacro-prefix-map=${PROJECT_BINARY_DIR}/=)
 
-# Release programs call the C library without the linkage table, which each access to the mailbox would
-# otherwise use twice for its lock. They are also hardened.
+# Released programs are hardened.
 target_compile_options(common_flags INTERFACE
-  "$<$<CONFIG:Release>:-fno-plt;-fstack-protector-strong;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2;-ffat-lto-objects>")
+  "$<$<CONFIG:Release>:-fstack-protector-strong;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2;-ffat-lto-objects>")
 target_link_options(common_flags INTERFACE "$<$<CONFIG:Release>:LINKER:-z,relro,-z,now>")
 
 # Libraries that look up addresses in a symbol file pass this on to their programs.

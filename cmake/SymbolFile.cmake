@@ -7,7 +7,11 @@ function(add_symbol_file program)
   target_link_libraries(${program} PRIVATE fixed_position)
   target_link_options(${program} PRIVATE LINKER:--undefined=etext)
   get_target_property(directory ${program} RUNTIME_OUTPUT_DIRECTORY)
-  set(file ${directory}/${program}_symbols.txt)
+  get_target_property(name ${program} OUTPUT_NAME)
+  if(NOT name)
+    set(name ${program})
+  endif()
+  set(file ${directory}/${name}_symbols.txt)
   add_custom_command(TARGET ${program} POST_BUILD
     COMMAND ${PROJECT_SOURCE_DIR}/cmake/symbolfile ${CMAKE_NM} $<TARGET_FILE:${program}> ${file}
     BYPRODUCTS ${file}

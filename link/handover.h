@@ -6,9 +6,8 @@
 #include "link/mailbox.h"
 #include "link/routercomms.h"
 
-// The hand-over of bytes from the host to the controller, once for every kind of mailbox. With a
-// final class as `Comms` the compiler sees the way from the byte to the store as one piece; with
-// the interface each access is a virtual call.
+// The hand-over of bytes from the host to the controller. If `Comms` is a final class, the compiler
+// inlines every access; if it is the interface, each access is a virtual call.
 
 /** A wait ends when the difference of the whole seconds is greater than this. */
 constexpr time_t SEND_LIMIT_SECONDS = 2;

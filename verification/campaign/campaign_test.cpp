@@ -13,7 +13,7 @@ using campaign::TestBench;
 
 namespace {
 
-const campaign::Programs PROGRAMS = {TOLMIRA_UPGRADE, TOLMIRA_RUN, LOCKSTEP_LIBRARY};
+const campaign::Programs PROGRAMS = {PRELOADABLE_TOOL, TOLMIRA_RUN, LOCKSTEP_LIBRARY};
 
 class CampaignTest : public UpgradeTest {};
 

@@ -16,7 +16,7 @@ namespace campaign {
 namespace {
 
 struct CampaignSettings {
-    Programs programs = {TOLMIRA_UPGRADE, TOLMIRA_RUN, LOCKSTEP_LIBRARY};
+    Programs programs = {PRELOADABLE_TOOL, TOLMIRA_RUN, LOCKSTEP_LIBRARY};
     WorkLimits extent = {0, 0, 2};
     uint64_t interrupted = 0;
     uint64_t seed = 1;
