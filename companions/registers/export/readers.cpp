@@ -73,6 +73,9 @@ class CReader {
     }
 
     void set(const std::string& what, unsigned number) {
+        if (what == "RESET") {
+            return;  // the dump has no reset values
+        }
         static const std::map<std::string, const char*> keys = {
             {"ADDRESS", "address"}, {"COUNT", "count"}, {"STEP", "step"},
             {"WORDS", "words"},     {"MASK", "mask"},   {"SHIFT", "shift"}};
