@@ -33,6 +33,13 @@ class FrameTest : public UpgradeTest {
     }
 };
 
+/** An object has these members, and may have others. */
+inline void ExpectMembers(const json& object, const json& members) {
+    json updated = object;
+    updated.update(members, true);
+    EXPECT_EQ(object, updated);
+}
+
 inline long LinesIn(const std::string& text) {
     return std::count(text.begin(), text.end(), '\n');
 }

@@ -160,8 +160,7 @@ TEST_F(FrameProgramsTest, TheStatusNamesTheStateOfTheMailbox) {
         EXPECT_EQ(result.out, c.text);
     }
     const json answer = json::parse(runProgram(TOLMIRA_STATUS, {"--json"}).out);
-    EXPECT_EQ(answer["revision"], 19456);
-    EXPECT_EQ(answer["send"]["state_value"], 128);
+    ExpectMembers(answer, {{"revision", 19456}, {"send", {{"state_value", 128}}}});
     const ProcessResult line = runProgram(TOLMIRA_STATUS, {"--watch", "--json", "--count", "1"});
     EXPECT_EQ(line.exitValue, 1);
     EXPECT_EQ(json::parse(line.out)["receive"], "odd value 3");

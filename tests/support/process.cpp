@@ -18,7 +18,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds POLL_INTERVAL{1};
-constexpr std::chrono::seconds OUTPUT_LIMIT{10};
+constexpr std::chrono::seconds OUTPUT_LIMIT{60};
 
 pid_t Spawn(const std::string& program, std::vector<std::string> arguments,
             const std::string& workingDirectory, const std::string& out, const std::string& err) {

@@ -31,7 +31,7 @@ class Process {
     pid_t pid() const { return i_pid; }
     /** Sends SIGTERM, and waits. */
     ProcessResult stop();
-    /** Waits for the text on its standard output. False if it ends first, or after ten seconds. */
+    /** Waits for the text on its standard output. False if it ends first, or after 60 seconds. */
     [[nodiscard]] bool waitForOutput(const std::string& text);
 
   private:

@@ -18,7 +18,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::seconds SHOWN_LIMIT{10};
+constexpr std::chrono::seconds SHOWN_LIMIT{60};
 constexpr std::chrono::seconds END_LIMIT{100};
 constexpr int POLL_INTERVAL = 5;  // milliseconds
 

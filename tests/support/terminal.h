@@ -17,7 +17,7 @@ class Terminal {
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
 
-    /** Waits for the text on the screen. False if the program ends first, or after ten seconds. */
+    /** Waits for the text on the screen. False if the program ends first, or after 60 seconds. */
     [[nodiscard]] bool waitFor(const std::string& text);
     /** Types the keys; "\3" is Ctrl-C. */
     void type(const std::string& keys);

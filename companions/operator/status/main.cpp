@@ -60,7 +60,7 @@ int Run(int argc, const char* const* argv) {
     program.flag("--json", settings.json, "Print one JSON object, with --watch one per line");
     const commandline::Option watch = program.flag(
         "--watch", settings.watch, "Poll, and print a line for each change, until a signal");
-    program.option("--count", settings.count, "With --watch, exit after N lines").needs(watch);
+    program.option("--count", settings.count, "Exit after N lines of --watch").needs(watch);
     if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;
     }

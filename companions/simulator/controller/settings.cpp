@@ -37,7 +37,7 @@ void AddFaultOptions(const commandline::CommandOptions& program, ControllerSetti
             .option("--seed", raw.seed, "Inject random faults, the same ones for the same number")
             .excludes(faults);
     const commandline::Option pages =
-        program.option("--pages", raw.pages, "Pages of the image, for the places of --seed")
+        program.option("--pages", raw.pages, "Place the faults of --seed in an image of N pages")
             .needs(seed);
     seed.needs(pages);
 }
