@@ -13,5 +13,5 @@ set ytics nomirror
 set y2tics
 set y2range [1000:100000]
 plot csv using 1:($2 * ($1 * 281 + 28) / 1e6) axes x1y1 with linespoints pt 7 title "tool", \
-     csv using 1:($3 * ($1 * 281 + 28) / 1e6) axes x1y1 with linespoints pt 6 title "floor", \
+     csv using 1:($3 * ($1 * 281 + 28) / 1e6) axes x1y1 with linespoints pt 6 title "lower bound", \
      csv using 1:5 axes x1y2 with linespoints pt 5 title "memory of the tool"

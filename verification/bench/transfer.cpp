@@ -2,7 +2,7 @@
  * transfer_bench: what a host adds to the hand-over of a byte. In each round the built tool and
  * three bare hosts send the same upgrade to the same far side, one after the other and pinned, and
  * the far side takes the time. The tool is compared with the bare host that keeps the rules of the
- * link. The better of the two that keep no rules is the round's limit for every host.
+ * link. The better of the two that keep no rules is the round's lower bound.
  */
 #include <sys/resource.h>
 #include <unistd.h>
@@ -139,7 +139,7 @@ Samples Collect(const Rounds& rounds, Figure figure) {
 }
 
 void Print(const std::string& name, const Samples& samples) {
-    printf("%-34s %8.1f %8.1f %8.1f\n", name.c_str(), samples.quartile(1), samples.quartile(2),
+    printf("%-36s %8.1f %8.1f %8.1f\n", name.c_str(), samples.quartile(1), samples.quartile(2),
            samples.quartile(3));
 }
 
@@ -155,18 +155,18 @@ void Bench::printTable(const char* placement, const Rounds& rounds) const {
     if (rounds.empty()) {
         return;
     }
-    printf("%-34s %8s %8s %8s\n", (placement + std::to_string(rounds.size())).c_str(), "quarter",
+    printf("%-36s %8s %8s %8s\n", (placement + std::to_string(rounds.size())).c_str(), "quarter",
            "median", "3/4");
     Print("bare host, polling hard", Collect(rounds, &Round::hard));
     Print("bare host, with a short rest", Collect(rounds, &Round::resting));
-    Print("limit, the better of a round", Collect(rounds, &Round::least));
+    Print("lower bound, the better of a round", Collect(rounds, &Round::least));
     Print("bare host, by the rules", Collect(rounds, &Round::ruled));
     for (size_t i = 0; i < i_settings.tools.size(); ++i) {
         Print("tool " + std::to_string(i + 1),
               Collect(rounds, [i](const Round& r) { return r.tools[i]; }));
         Print("  above the host by the rules",
               Collect(rounds, [i](const Round& r) { return r.tools[i] - r.ruled; }));
-        Print("  above the limit",
+        Print("  above the lower bound",
               Collect(rounds, [i](const Round& r) { return r.tools[i] - r.least(); }));
     }
 }
@@ -209,7 +209,7 @@ int Run(int argc, char** argv) {
     program.option("--host", settings.hostProcessor, "processor of the hosts").showDefault();
     program.option("--far", settings.farProcessor, "processor of the far side").showDefault();
     program.flag("--csv", settings.csv,
-                 "one line: pages, tool, floor, excess (ns a byte), peak KiB");
+                 "one line: pages, tool, lower bound, excess (ns a byte), peak KiB");
     if (const std::optional<int> exitValue = program.read(argc, argv)) {
         return *exitValue;
     }
