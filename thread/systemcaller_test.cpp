@@ -263,17 +263,19 @@ TEST_F(SystemCallerTest, RepeatsAsOftenAsRequested) {
     }
 }
 
-// Otherwise the test hangs.
+// A slave that was not killed would write another file.
 TEST_F(SystemCallerTest, EndsASlaveThatIgnoresSigterm) {
     const TestDirectory directory;
     ASSERT_EQ(mkfifo(directory.path("syscallslave.up").c_str(), S_IRWXU), 0);
-    const std::string path = directory.write(
-        "syscallslave", "#!/bin/sh\ntrap '' TERM; echo up >\"$0.up\"; exec sleep 600");
+    const std::string path = directory.write("syscallslave",
+                                             "#!/bin/sh\ntrap '' TERM; echo up >\"$0.up\"\n"
+                                             "sleep 20 >/dev/null 2>&1; echo >\"$0.ended\"");
     chmod(path.c_str(), S_IRWXU);
     SystemCaller::instance().initialize(path);
     EXPECT_EQ(directory.read("syscallslave.up"), "up\n");
     SystemCaller::instance().destroy();
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_NE(access(directory.path("syscallslave.ended").c_str(), F_OK), 0);
 }
 
 TEST_F(SystemCallerTest, ReportsFailuresOfTheLink) {
