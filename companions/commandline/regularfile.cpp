@@ -1,6 +1,7 @@
 #include "companions/commandline/regularfile.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -41,6 +42,22 @@ Descriptor OpenRegularFile(const std::string& path, std::string& why) {
 
 Descriptor CreateRegularFile(const std::string& path, std::string& why) {
     return OpenRegular(path, O_WRONLY | O_CREAT | O_TRUNC, why);
+}
+
+bool WriteAll(int fd, const std::string& bytes) {
+    std::size_t written = 0;
+    while (written < bytes.size()) {
+        const ssize_t count = write(fd, bytes.data() + written, bytes.size() - written);
+        if (count >= 0) {
+            written += static_cast<std::size_t>(count);
+        } else if (errno == EAGAIN) {  // another process made it non-blocking
+            pollfd ready = {fd, POLLOUT, 0};
+            poll(&ready, 1, -1);
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
 }
 
 }  // namespace commandline

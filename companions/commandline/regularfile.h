@@ -34,4 +34,7 @@ class Descriptor {
 /** The same for writing: the file is created if it is missing, and truncated. */
 Descriptor CreateRegularFile(const std::string& path, std::string& why);
 
+/** Writes all bytes. False with errno set on failure. */
+[[nodiscard]] bool WriteAll(int fd, const std::string& bytes);
+
 }  // namespace commandline

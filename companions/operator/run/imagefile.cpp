@@ -46,10 +46,6 @@ bool ReadAll(int fd, std::size_t most, const ByteHandler& handler) {
     return true;
 }
 
-bool WriteAll(int fd, const char* bytes, std::size_t count) {
-    return write(fd, bytes, count) == static_cast<ssize_t>(count);
-}
-
 /** A copy of the file in memory that can't be changed; empty on failure. */
 Descriptor SealedCopy(int fd) {
     Descriptor memory(memfd_create("tolmira image", MFD_CLOEXEC | MFD_ALLOW_SEALING));
@@ -57,7 +53,7 @@ Descriptor SealedCopy(int fd) {
     const bool copied = memory &&
                         ReadAll(fd, ImageFile::MOST_BYTES,
                                 [&](const char* bytes, std::size_t count) {
-                                    return WriteAll(memory.get(), bytes, count);
+                                    return commandline::WriteAll(memory.get(), {bytes, count});
                                 }) &&
                         fcntl(memory.get(), F_ADD_SEALS, seals) == 0 &&
                         lseek(memory.get(), 0, SEEK_SET) == 0;

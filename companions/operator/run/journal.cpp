@@ -59,13 +59,6 @@ void Put(OutputQueue& queue, const Fields& fields) {
     queue.put([fields] { Send(fields); }, size);
 }
 
-std::string WithoutNewline(std::string message) {
-    if (!message.empty() && message.back() == '\n') {
-        message.pop_back();
-    }
-    return message;
-}
-
 }  // namespace
 
 bool Journal::listens() {
@@ -74,7 +67,7 @@ bool Journal::listens() {
 }
 
 void Journal::report(const toollog::LogLine& line) {
-    Fields fields = {"MESSAGE=" + WithoutNewline(line.message),
+    Fields fields = {"MESSAGE=" + toollog::WithoutNewline(line.message),
                      "PRIORITY=" + std::to_string(PriorityOf(line.severity))};
     if (!line.file.empty()) {
         fields.push_back("CODE_FILE=" + line.file);

@@ -23,8 +23,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int SIGNAL_OFFSET = 128;
-
 /** One run from its command line to its report. */
 class RunSession {
   public:

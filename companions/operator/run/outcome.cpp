@@ -6,7 +6,6 @@ namespace run {
 
 namespace {
 
-constexpr int SIGNAL_OFFSET = 128;
 constexpr int EXIT_IMAGE_FINDING = 1;
 
 const toollog::CauseRow& RowOf(const Outcome& outcome) {

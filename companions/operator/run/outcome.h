@@ -37,6 +37,9 @@ struct Outcome {
 /** Derives the cause and the revision from the tool's end and log. */
 void TakeToolsEnd(Outcome& outcome);
 
+/** The exit value after a signal is this and the signal's number. */
+constexpr int SIGNAL_OFFSET = 128;
+
 int ExitValueOf(const Outcome& outcome, const RunSettings& settings);
 
 /** The two halves of the closing line: what happened, and what to do next. */

@@ -1,14 +1,12 @@
 #include "companions/operator/run/outputqueue.h"
 
-#include <poll.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <set>
 #include <thread>
+
+#include "companions/commandline/regularfile.h"
 
 namespace run {
 
@@ -16,23 +14,6 @@ namespace {
 
 /** Pieces are joined up to this many bytes, to save memory with many short lines. */
 constexpr std::size_t PIECE = 65536;
-
-/** False after a write error. */
-bool WriteAll(int descriptor, const std::string& bytes) {
-    std::size_t written = 0;
-    while (written < bytes.size()) {
-        const ssize_t count = write(descriptor, bytes.data() + written, bytes.size() - written);
-        if (count >= 0) {
-            written += static_cast<std::size_t>(count);
-        } else if (errno == EAGAIN) {  // another process made it non-blocking
-            pollfd ready = {descriptor, POLLOUT, 0};
-            poll(&ready, 1, -1);
-        } else if (errno != EINTR) {
-            return false;
-        }
-    }
-    return true;
-}
 
 }  // namespace
 
@@ -119,7 +100,8 @@ void OutputQueue::write(const std::shared_ptr<State>& state) {
         lock.unlock();
         if (piece.send) {
             piece.send();
-        } else if (lost.count(piece.descriptor) == 0 && !WriteAll(piece.descriptor, piece.bytes)) {
+        } else if (lost.count(piece.descriptor) == 0 &&
+                   !commandline::WriteAll(piece.descriptor, piece.bytes)) {
             lost.insert(piece.descriptor);
         }
         lock.lock();

@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "companions/commandline/regularfile.h"
+
 namespace run {
 
 namespace {
@@ -54,18 +56,6 @@ mode_t ModeFor(const std::string& path) {
     return stat(path.c_str(), &status) == 0 ? status.st_mode & PERMISSIONS : USUAL_MODE & ~Umask();
 }
 
-bool WriteAll(int fd, const std::string& bytes) {
-    std::size_t written = 0;
-    while (written < bytes.size()) {
-        const ssize_t count = write(fd, bytes.data() + written, bytes.size() - written);
-        if (count < 0 && errno != EINTR) {
-            return false;
-        }
-        written += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
-    return true;
-}
-
 }  // namespace
 
 bool ReportFile::fail(const std::string& why) {
@@ -85,7 +75,8 @@ bool ReportFile::writeBeside(const std::string& bytes, std::string& name) {
     if (fd < 0) {
         return fail(Message(errno));
     }
-    const bool written = fchmod(fd, ModeFor(i_path)) == 0 && WriteAll(fd, bytes) && fsync(fd) == 0;
+    const bool written =
+        fchmod(fd, ModeFor(i_path)) == 0 && commandline::WriteAll(fd, bytes) && fsync(fd) == 0;
     const int error = errno;
     close(fd);
     if (!written) {

@@ -18,14 +18,6 @@ long NumberOf(const std::string& digits, long most = MOST_PAGES) {
     return std::clamp(strtol(digits.c_str(), nullptr, 10), 0L, most);
 }
 
-/** A message for a list of messages. */
-std::string WithoutNewline(std::string message) {
-    if (!message.empty() && message.back() == '\n') {
-        message.pop_back();
-    }
-    return message;
-}
-
 }  // namespace
 
 const char* WordsOf(e_Attempt attempt) {

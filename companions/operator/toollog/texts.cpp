@@ -98,4 +98,11 @@ std::string Message(e_LogText text, const std::vector<std::string>& values) {
     return message;
 }
 
+std::string WithoutNewline(std::string message) {
+    if (!message.empty() && message.back() == '\n') {
+        message.pop_back();
+    }
+    return message;
+}
+
 }  // namespace toollog
