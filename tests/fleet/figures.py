@@ -1,0 +1,82 @@
+"""Measures rollouts to many frames and writes a table; see scripts/fleet-test."""
+
+import csv
+import json
+import pathlib
+import shutil
+import subprocess
+import sys
+import time
+
+import frames
+
+FRAMES = 60
+PAGES = 100
+OLD = 19400
+#: Frames and forks of each play.
+PLAYS = [(1, 1), (FRAMES, 10), (FRAMES, 30)]
+
+
+def programs_in_turn(work, programs):
+    """The programs, with a tool that waits for its turn.
+
+    Tool and controller each need a processor during a transfer, so the frames of one machine take turns.
+    """
+    copies = work / "programs"
+    copies.mkdir()
+    for name in ("tolmira_controller", "tolmira_run", "tolmira_status"):
+        shutil.copy(programs / name, copies)
+    tool = copies / "tolmira_upgrade"
+    tool.write_text(f'#!/bin/sh\nexec flock --no-fork {work}/turn {programs}/tolmira_upgrade "$@"\n')
+    tool.chmod(0o755)
+    return copies
+
+
+def measure(fleet, image, count, forks):
+    """Seconds of the whole play, and of the slowest run in it."""
+    names = list(fleet.frames)[:count]
+    for name in names:
+        fleet.frames[name].start_controller("--revision", OLD)
+    reports = fleet.work / f"rollout-{count}-{forks}"
+    begin = time.monotonic()
+    play = fleet.start_play(
+        "--forks",
+        str(forks),
+        "--limit",
+        ",".join(names),
+        tolmira_rollout_serial=["100%"],
+        tolmira_upgrade_image=str(image),
+        tolmira_upgrade_reports=str(reports),
+    )
+    output, _ = play.communicate()
+    seconds = time.monotonic() - begin
+    if play.returncode != 0:
+        sys.exit(output)
+    runs = [json.loads((reports / f"{name}.json").read_text())["seconds"] for name in names]
+    return seconds, max(runs)
+
+
+def main():
+    work, programs, table = map(pathlib.Path, sys.argv[1:4])
+    fleet = frames.Fleet(work, programs)
+    try:
+        fleet.programs = programs_in_turn(work, programs)
+        image = work / "firmware.tfi"
+        make = [programs / "tfi_make", "--pages", str(PAGES), image]
+        subprocess.run(make, check=True, stdout=subprocess.DEVNULL)
+        for number in range(FRAMES):
+            fleet.add(f"frame_{number:02}")
+        fleet.wait_for_servers()
+        with table.open("w", newline="") as file:
+            writer = csv.writer(file, lineterminator="\n")
+            writer.writerow(["frames", "forks", "seconds of the play", "seconds of its slowest run"])
+            for count, forks in PLAYS:
+                seconds, slowest = measure(fleet, image, count, forks)
+                writer.writerow([count, forks, f"{seconds:.1f}", f"{slowest:.1f}"])
+                print(f"{count} frames, {forks} forks: {seconds:.1f} s, slowest run {slowest:.1f} s", flush=True)
+    finally:
+        fleet.stop()
+
+
+if __name__ == "__main__":
+    main()
