@@ -16,6 +16,7 @@ PAGES = 16
 OLD = 19400
 NEW = 19525
 WRONG_DIGEST = "0" * 64
+ON_AIR_TOO = {"tolmira_rollout_touch_on_air": True, "tolmira_rollout_pause_seconds": 1}
 
 
 def refused(page):
@@ -81,22 +82,23 @@ class Test:
         return self.fleet.start_play(*arguments, **variables)
 
     def play(self, exit_value, *arguments, **variables):
-        """Returns the changes by frame, and puts the rows of the report into self.rows."""
+        """Returns the changes by frame. Puts the rows of the report into self.rows, the output into self.output."""
         process = self.start_play(*arguments, **variables)
-        output, _ = process.communicate()
+        self.output, _ = process.communicate()
         if process.returncode != exit_value:
-            print(output)
+            print(self.output)
         self.check_equal(process.returncode, exit_value, "exit value of the play")
         with (self.work / "rollout/rollout.csv").open(newline="") as file:
             self.rows = {row["frame"]: row for row in csv.DictReader(file)}
-        return frames.changes_in(output)
+        page = (self.work / "rollout/rollout.html").read_text()
+        for name in self.rows:
+            self.check(f"<td>{name}</td>" in page, f"{name} is on the page")
+        return frames.changes_in(self.output)
 
     def check_row(self, name, outcome, cause, before="", after=""):
         row = self.rows[name]
         found = (row["outcome"], row["cause"], row["before"], row["after"])
         self.check_equal(found, (outcome, cause, str(before), str(after)), f"row of {name}")
-        page = (self.work / "rollout/rollout.html").read_text()
-        self.check(f"<td>{name}</td>" in page, f"{name} is missing in the report")
 
     def check_upgraded(self, name):
         self.check_row(name, "upgraded", "upgraded", OLD, NEW)
@@ -135,13 +137,24 @@ class Test:
 
     def check_mode(self):
         self.begin("Check mode changes nothing and shows what would happen")
-        names = ["canary", "current", "absent"]
+        names = ["canary", "current", "absent", "installs"]
         mailboxes = [self.frame(name).mailbox() for name in names]
+        self.fleet.variables["no_server"] = {"ansible_port": 1}
         changes = self.play(
-            0, "--check", "--limit", ",".join(names), tolmira_rollout_serial="100%", tolmira_rollout_touch_on_air=True
+            4,
+            "--check",
+            "--limit",
+            ",".join([*names, "no_server"]),
+            tolmira_rollout_serial="100%",
+            tolmira_rollout_max_fail_percentage=100,
+            tolmira_rollout_touch_on_air=True,
         )
-        self.check_equal(changes, {"canary": 1, "current": 0, "absent": 0}, "changes")
+        del self.fleet.variables["no_server"]
+        expected = {"canary": 1, "current": 0, "absent": 0, "installs": 3, "no_server": 0}
+        self.check_equal(changes, expected, "changes")
         self.check_row("canary", "would upgrade", "would be upgraded", OLD, OLD)
+        self.check_equal(self.rows["installs"]["outcome"], "would install", "outcome of installs")
+        self.check_row("no_server", "unreachable", "no connection")
         self.check_row("current", "current", "already current", NEW, NEW)
         self.check_equal(self.rows["absent"]["cause"], "would fail, controller missing", "cause of absent")
         self.check_equal([self.frame(name).mailbox() for name in names], mailboxes, "mailboxes")
@@ -202,20 +215,18 @@ class Test:
         return copy
 
     def mend(self):
-        self.begin("After repairs, and after a play killed in mid-transfer; the frame on air comes last")
+        self.begin("After repairs, and after a play killed in mid-transfer; the frames on air, one at a time")
         self.frame("absent").start_controller("--revision", OLD)
         self.frame("last_page").start_controller("--revision", OLD, "--faults", slow(3, 6, 9, 12))
-        del self.fleet.variables["digest"]["tolmira_upgrade_sha256"]
+        self.fleet.variables["digest"].update(tolmira_upgrade_sha256="", tolmira_on_air=True)
         killed = self.start_play("--limit", "last_page")
         self.wait_for_page("last_page", 3)
         os.killpg(killed.pid, signal.SIGKILL)
         killed.communicate()
-        self.play(
-            0,
-            tolmira_rollout_serial=["100%"],
-            tolmira_rollout_touch_on_air=True,
-            tolmira_rollout_pause_seconds=1,
-        )
+        changes = self.play(0, tolmira_rollout_serial=["100%"], **ON_AIR_TOO)
+        found = {name: changes[name] for name in ("absent", "digest", "last_page", "current")}
+        self.check_equal(found, {"absent": 1, "digest": 1, "last_page": 0, "current": 0}, "changes")
+        self.check_equal(self.output.count("is on air and is next"), 2, "pauses, one before each frame on air")
         self.check_upgraded("absent")
         self.check_upgraded("digest")
         self.check_row("last_page", "current", "already current", NEW, NEW)
@@ -225,7 +236,7 @@ class Test:
 
     def play_again(self):
         self.begin("Another play changes nothing")
-        changes = self.play(0, tolmira_rollout_serial=["100%"], tolmira_rollout_touch_on_air=True)
+        changes = self.play(0, tolmira_rollout_serial=["100%"], **ON_AIR_TOO)
         self.check_equal(changes, dict.fromkeys(self.fleet.frames, 0), "changes")
 
     def run(self):
