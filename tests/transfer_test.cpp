@@ -31,7 +31,7 @@ INSTANTIATE_TEST_SUITE_P(Payload, DeliveredSize,
 // There is no page, or the checksum straddles the last two: the whole pages before that are sent,
 // and nothing closes the upgrade.
 TEST_F(TransferTest, SendsOnlyThePagesThatCanBeCut) {
-    for (const size_t size : {0, 1, 257, 513}) {
+    for (const size_t size : {0U, 1U, 257U, 513U}) {
         SCOPED_TRACE(size);
         const std::string payload = Payload(size);
         const size_t wholePages = size / 256;

@@ -163,9 +163,9 @@ TEST(SyscallSlave, LogsWhichStepOfTheProtocolFailed) {
 TEST(SyscallSlave, RefusesWrongArguments) {
     const std::pair<const char*, const char*> cases[] = {
         {"3", ""}, {"x", "4"}, {"3", "4x"}, {"-1", "4"}, {"3", "4294967299"}};
-    for (const auto& [first, second] : cases) {
-        const auto child = testsupport::RunInChild([&] { BecomeSlave(first, second); });
-        EXPECT_EQ(child.exitValue, 2) << first << ' ' << second;
+    for (const auto& c : cases) {
+        const auto child = testsupport::RunInChild([&] { BecomeSlave(c.first, c.second); });
+        EXPECT_EQ(child.exitValue, 2) << c.first << ' ' << c.second;
         EXPECT_THAT(child.err, testing::StartsWith("usage: "));
     }
 }
