@@ -111,11 +111,15 @@ class Frame:
 
     def cut_connections(self):
         """Kills the ssh server and its sessions, but not the commands they started."""
+        self.kill("sshd")
+
+    def kill(self, program):
+        """Kills all processes of the program inside."""
         inside = os.readlink(f"/proc/{self.pid()}/ns/pid")
         for process in pathlib.Path("/proc").glob("[0-9]*"):
             try:
-                is_server = (process / "comm").read_text() == "sshd\n"
-                if is_server and os.readlink(process / "ns/pid") == inside:
+                is_program = (process / "comm").read_text() == program + "\n"
+                if is_program and os.readlink(process / "ns/pid") == inside:
                     os.kill(int(process.name), signal.SIGKILL)
             except (FileNotFoundError, ProcessLookupError):
                 pass  # the process has ended
