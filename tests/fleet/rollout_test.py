@@ -230,7 +230,7 @@ class Test:
     def mend(self):
         self.begin("After repairs, and after a play killed in mid-transfer; the frames on air, one at a time")
         self.frame("absent").start_controller("--revision", OLD)
-        self.frame("last_page").start_controller("--revision", OLD, "--faults", slow(3, 6, 9, 12))
+        self.frame("last_page").start_controller("--revision", OLD, "--faults", slow(*range(3, 15)))
         self.fleet.variables["digest"].update(tolmira_upgrade_sha256="", tolmira_on_air=True)
         killed = self.start_play("--limit", "last_page")
         self.wait_for_page("last_page", 3)
