@@ -14,7 +14,7 @@ namespace bench {
 
 namespace {
 
-/** Looks and stores, and nothing else. */
+/** Loads and stores without locks. */
 class PlainAccess {
   public:
     PlainAccess(volatile uint32_t* mailbox, unsigned rest) : i_mailbox(mailbox), i_rest(rest) {}
@@ -42,7 +42,7 @@ class PlainAccess {
     unsigned i_rest;
 };
 
-/** What the link's rules ask for at the least. */
+/** The least that the rules of the link require. */
 class LockedAccess {
   public:
     explicit LockedAccess(volatile uint32_t* mailbox) : i_mailbox(mailbox) {}
@@ -86,7 +86,7 @@ class LockedAccess {
 template <typename Access>
 void Send(Access& access, const Frame& frame) {
     for (const unsigned char byte : frame) {
-        // Two looks, as the rules have them: the first would bring a requested direction up.
+        // Two reads, as the rules require. After the first, a host turns on a requested direction.
         if (!access.isReady(MAILBOX_TX_STATE) || !access.isReady(MAILBOX_TX_STATE)) {
             _exit(EXIT_FAILURE);
         }

@@ -8,19 +8,18 @@
 namespace bench {
 
 /**
- * A host with nothing in it but the hand-over of bytes: no lock, no layer, no clock. What it needs
- * for a byte is the lower bound for every host; the processors' distance decides which way of polling
- * is better.
+ * A host that only hands over bytes, without locks, layers or a clock. Its time for a byte is the
+ * lower bound for every host. Whether it is faster with or without a rest depends on the processors.
  *
- * `rest` is the number of empty turns between two looks at a flag.
+ * `rest` is the number of empty loops between two polls of a flag.
  */
 void SendUpgradePlainly(volatile uint32_t* mailbox, const std::vector<Frame>& frames,
                         unsigned rest);
 
 /**
- * The same without a layer, but by the rules of the link: the state is read twice, each access
- * takes a lock, each write keeps the other bits, and each miss reads the clock. What the tool needs
- * beyond this is its own doing. Ends the process if the far side doesn't keep up.
+ * A host without layers that follows the rules of the link: it reads the state twice, each access
+ * takes a lock, each write keeps the other bits, and each poll without a match reads the clock. Any
+ * further time of the tool is its own overhead. Ends the process if the far side is too slow.
  */
 void SendUpgradeByTheRules(volatile uint32_t* mailbox, const std::vector<Frame>& frames);
 

@@ -27,7 +27,7 @@ void Store(volatile uint32_t& word, uint32_t value) {
     word = value;
 }
 
-/** Waits for a value without a rest, as a controller's hardware port would. */
+/** Polls without a pause, as the hardware port of a controller does. */
 void Await(const volatile uint32_t& word, uint32_t value) {
     while (word != value) {
     }
@@ -36,7 +36,7 @@ void Await(const volatile uint32_t& word, uint32_t value) {
 
 }  // namespace
 
-/** Between the two processes: what is to come, and what it took. */
+/** Shared by the two processes: the expected transfer and its result. */
 struct FarSide::Order {
     std::atomic<uint32_t> expected{0};
     std::atomic<uint32_t> armed{0};
@@ -49,7 +49,7 @@ FarSide::FarSide(volatile uint32_t* mailbox, int processor) : i_mailbox(mailbox)
     void* shared =
         mmap(nullptr, sizeof(Order), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (shared == MAP_FAILED) {
-        throw std::runtime_error("no shared memory");
+        throw std::runtime_error("cannot allocate shared memory");
     }
     i_order = new (shared) Order;
     i_process = ForkPinned(processor);
@@ -76,7 +76,7 @@ Transfer FarSide::result() const {
     const uint64_t start = NanosecondsNow();
     while (i_order->done != i_order->expected) {
         if (NanosecondsNow() - start > 1000000000) {
-            throw std::runtime_error("the transfer did not come to its end");
+            throw std::runtime_error("the transfer did not end within a second");
         }
     }
     return i_order->transfer;

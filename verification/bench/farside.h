@@ -7,32 +7,32 @@
 
 namespace bench {
 
-/** What one transfer showed, seen from the far side. */
+/** One transfer, as the far side measures it. */
 struct Transfer {
     /** From the first byte on offer to the last one taken. */
     uint64_t nanoseconds = 0;
-    /** Bytes that were passed, both ways. */
+    /** Bytes in both directions. */
     uint64_t bytes = 0;
 };
 
 /**
- * The far side that all hosts are measured against: a process of its own, pinned, that announces
- * itself, takes an upgrade byte by byte as fast as it can, answers each page with a good result,
- * and looks at nothing in what it takes. It stands for the least that a controller has to do.
+ * The far side for all hosts, a pinned process that does the least a controller must do. It
+ * announces itself, takes an upgrade as fast as it can without checking it, and answers each page
+ * with a good result.
  *
- * The mailbox, which it borrows, lies in memory that a child process shares.
+ * Borrows the mailbox, which must be in memory that a child process shares.
  */
 class FarSide {
   public:
-    /** Starts it on a processor. Throws std::runtime_error if that fails. */
+    /** Starts it on a processor. Throws std::runtime_error on failure. */
     FarSide(volatile uint32_t* mailbox, int processor);
     ~FarSide();
     FarSide(const FarSide&) = delete;
     FarSide& operator=(const FarSide&) = delete;
 
-    /** Clears the mailbox and announces the controller for an upgrade of so many pages. */
+    /** Clears the mailbox and announces the controller for an upgrade of this size. */
     void expect(uint32_t pages);
-    /** The time of the transfer that was expected. Throws if it isn't over a second after. */
+    /** The expected transfer. Throws if it doesn't end within a second. */
     Transfer result() const;
 
   private:

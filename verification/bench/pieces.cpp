@@ -1,4 +1,4 @@
-/** pieces_bench: the parts that the road of a byte and the start of a run are made of. */
+/** pieces_bench: the steps of sending a byte and of starting a run. */
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -23,7 +23,7 @@ constexpr size_t REGION_WORDS = REGION_SIZE / 4;
 constexpr size_t MAILBOX_WORD = MAILBOX_OFFSET / 4;
 constexpr size_t PAGE_SIZE = 256;
 
-/** The card's address space in this process, and the tool's own mailbox over it. */
+/** The card's address space in this process, and the tool's mailbox over it. */
 struct Card {
     std::vector<uint32_t> region = std::vector<uint32_t>(REGION_WORDS);
     std::unique_ptr<RouterCommsInterface> comms{
@@ -48,7 +48,7 @@ void MailboxWrite(benchmark::State& state) {
 }
 BENCHMARK(MailboxWrite);
 
-/** Bytes in memory: the state is up, and the flag says that each byte is taken at once. */
+/** A mailbox in memory whose state is ready and which takes each byte at once. */
 class ReadyMailbox final : public RouterCommsInterface {
   public:
     unsigned char readAddress(unsigned int address) override {
@@ -102,7 +102,7 @@ void DesignUpAndDown(benchmark::State& state) {
 }
 BENCHMARK(DesignUpAndDown)->Unit(benchmark::kMicrosecond);
 
-/** Sends standard output to /dev/null while it lives, line by line as the tool does. */
+/** While it lives, sends standard output to /dev/null, unbuffered as in the tool. */
 class QuietOutput {
   public:
     QuietOutput() : i_saved(dup(STDOUT_FILENO)) {

@@ -14,11 +14,11 @@ inline uint64_t NanosecondsNow() {
     return static_cast<uint64_t>(now.tv_sec) * 1000000000 + static_cast<uint64_t>(now.tv_nsec);
 }
 
-/** The figures of one thing measured again and again; at least one. */
+/** Repeated measurements of one quantity; at least one. */
 class Samples {
   public:
     void add(double figure) { i_figures.push_back(figure); }
-    /** The figure that so many quarters of the others lie below; 2 is the median. */
+    /** Quartile 0 to 4; 2 is the median. */
     double quartile(size_t quarters) const {
         std::vector<double> sorted = i_figures;
         std::sort(sorted.begin(), sorted.end());

@@ -1,7 +1,6 @@
 /**
- * startup_bench: the processor time of the tool's start, from its exec to its first access to the
- * mailbox, and of a whole run that finds its controller there and up to date; and the memory that
- * it takes.
+ * startup_bench: the processor time of the tool's start, from exec to the first access to the
+ * mailbox, and of a whole run whose controller has the tool's revision. Also the tool's memory.
  */
 #include <sys/wait.h>
 #include <unistd.h>
@@ -46,13 +45,13 @@ double ProcessorTime(clockid_t clock) {
 }
 
 /**
- * From the exec to the first look for a controller, which isn't there: the tool sleeps for a second
- * behind it, and uses no processor.
+ * From exec to the first poll for a controller. There is none, so that the tool then sleeps for a
+ * second without using the processor.
  */
 double StartUp(const std::string& tool, const std::string& directory) {
     int ends[2];
     if (pipe(ends) != 0) {
-        throw std::runtime_error("no pipe");
+        throw std::runtime_error("cannot create a pipe");
     }
     const pid_t pid = ForkPinned(0);
     if (pid == 0) {
@@ -64,16 +63,16 @@ double StartUp(const std::string& tool, const std::string& directory) {
     }
     close(ends[1]);
     double before = 0;
-    const bool told = read(ends[0], &before, sizeof before) == sizeof before;
+    const bool started = read(ends[0], &before, sizeof before) == sizeof before;
     close(ends[0]);
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     clockid_t clock = 0;
-    const bool lives = clock_getcpuclockid(pid, &clock) == 0;
+    const bool runs = clock_getcpuclockid(pid, &clock) == 0;
     const double after = ProcessorTime(clock);
     kill(pid, SIGKILL);
     waitpid(pid, nullptr, 0);
-    if (!told || !lives) {
-        throw std::runtime_error("the tool was gone too soon");
+    if (!started || !runs) {
+        throw std::runtime_error("the tool ended too soon");
     }
     return after - before;
 }

@@ -99,7 +99,7 @@ double Bench::nanosecondsPerByte(Host host) {
     FarSide farSide(i_region.mailbox(), i_settings.farProcessor);
     farSide.expect(i_settings.pages);
     RunPinned(i_settings.hostProcessor, EXIT_SUCCESS, [&] {
-        // Made here: memory of this process would count for the tool, which is forked from it.
+        // Created in the child, since the tool is forked from this process and would inherit it.
         host(Upgrade(i_settings.pages));
         _exit(EXIT_SUCCESS);
     });

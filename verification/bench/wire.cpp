@@ -11,7 +11,7 @@ namespace {
 Frame Packed(const YAMPMessage& message, size_t length) {
     Frame frame(length);
     unsigned int packed = 0;
-    // The length is that of the message: packing cannot fail.
+    // The length is that of the message, so packing cannot fail.
     (void)YAMPPack(frame.data(), static_cast<unsigned int>(length), message, &packed);
     return frame;
 }

@@ -6,7 +6,7 @@
 
 namespace bench {
 
-/** A message on the wire, and the lengths of the host's. */
+/** A message on the wire, and the lengths of the host's messages. */
 using Frame = std::vector<unsigned char>;
 
 constexpr size_t BEGIN_LENGTH = 8;
@@ -16,7 +16,7 @@ constexpr size_t END_LENGTH = 8;
 
 Frame GoodAnswer();
 
-/** All that a host sends for an image of so many empty pages, one message behind the other. */
+/** The messages that a host sends for an image of empty pages, in order. */
 std::vector<Frame> Upgrade(uint16_t pages);
 
 }  // namespace bench
