@@ -24,17 +24,6 @@ TEST_F(DecisionTest, UpgradesItsOwnRevisionOnlyIfForced) {
     EXPECT_EQ(controller.report("upgrades"), 2);
 }
 
-TEST_F(DecisionTest, UpgradesOlderAndNewerControllers) {
-    const std::string payload = Payload(300);
-    writeImage(payload);
-    for (const unsigned revision : {19524U, 19526U, 65535U, 0x4500U, 0x0045U}) {
-        SCOPED_TRACE(revision);
-        Controller controller(i_directory, {"--revision", std::to_string(revision)});
-        ExpectRun(upgrade(), 0, SuccessfulRun(payload, revision));
-        EXPECT_EQ(controller.report("upgrades"), 1);
-    }
-}
-
 TEST_F(DecisionTest, WaitsForAControllerThatAppearsLate) {
     const std::string payload = Payload(300);
     writeImage(payload);
