@@ -71,6 +71,9 @@ TEST_F(CampaignTest, AgreesWithTheToolOnBothSidesOfItsLimits) {
     const LimitCase cases[] = {
         {"late=3000@0.1 norearm", 0, "Page 0 sent successfully"},
         {"late=3500@0.1 norearm", 255, "Failed to get response message"},
+        // Two waits follow one another, and the second one starts at a poll.
+        {"late=1@0.1 late=2500@0.1 norearm", 0, "Page 0 sent successfully"},
+        {"late=2500@0.1 late=1@0.1 norearm", 255, "Failed to get response message"},
         {"slow=2000@0.1.5 norearm", 0, "Page 0 sent successfully"},
         {"slow=2500@0.1.5 norearm", 255, "Failed to send YAMP message attempt 0"},
     };

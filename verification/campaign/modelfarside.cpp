@@ -418,7 +418,9 @@ void ModelFarSide::queueVerdict() {
         for (const Fault& fault : faults) {
             const uint32_t value = fault.value.value_or(0);
             const bool here = fault.place.byte == i;
-            byte.lateMs += here && fault.kind == FaultKind::Late ? value : 0;
+            if (here && fault.kind == FaultKind::Late) {
+                byte.waitsMs.push_back(value);
+            }
             byte.overrun |= here && fault.kind == FaultKind::Overrun;
             byte.dieBefore |= fault.kind == FaultKind::Stop && value <= bytes.size() &&
                               i == std::max<size_t>(value, first);
@@ -448,9 +450,9 @@ bool ModelFarSide::offer() {
     if (!mayOffer()) {
         return false;
     }
-    if (next.lateMs != 0) {
-        i_offerAt = i_now + next.lateMs;
-        next.lateMs = 0;
+    if (!next.waitsMs.empty()) {
+        i_offerAt = i_now + next.waitsMs.front();
+        next.waitsMs.pop_front();
         return true;
     }
     i_offerAt.reset();

@@ -35,7 +35,8 @@ class ModelFarSide {
     /** A byte for the host, and the faults in offering it. */
     struct AnswerByte {
         unsigned char byte = 0;
-        int64_t lateMs = 0;
+        /** Waits before it, each from the end of the previous one. */
+        std::deque<uint32_t> waitsMs = {};
         bool overrun = false;
         bool dieBefore = false;
         /** Not a byte: the far side dies after the last one. */

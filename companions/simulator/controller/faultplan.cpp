@@ -140,8 +140,9 @@ std::vector<const Fault*> FaultPlan::stepFaults(const PageAnswer& answer) {
             faults.push_back(&entry.fault);
         }
     }
-    // At the same byte, dying comes before waiting.
-    std::reverse(faults.begin(), faults.end());
+    // At the same byte, dying comes before waiting. Several waits keep their order.
+    std::stable_sort(faults.begin(), faults.end(),
+                     [](const Fault* a, const Fault* b) { return a->kind > b->kind; });
     return faults;
 }
 
