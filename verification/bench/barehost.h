@@ -9,7 +9,7 @@ namespace bench {
 
 /**
  * A host that only hands over bytes, without locks, layers or a clock. Its time for a byte is the
- * lower bound for every host. Whether it is faster with or without a rest depends on the processors.
+ * lower bound for every host. The processors decide whether it is faster with or without a rest.
  *
  * `rest` is the number of empty loops between two polls of a flag.
  */
