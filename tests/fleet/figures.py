@@ -17,19 +17,20 @@ OLD = 19400
 PLAYS = [(1, 1), (FRAMES, 10), (FRAMES, 30)]
 
 
-def programs_in_turn(work, programs):
-    """The programs, with a tool that waits for its turn.
+def add_frame(fleet, name, programs):
+    """Adds a frame with its own tool, which waits for its turn.
 
     Tool and controller each need a processor during a transfer, so the frames of one machine take turns.
     """
-    copies = work / "programs"
-    copies.mkdir()
-    for name in ("tolmira_controller", "tolmira_run", "tolmira_status"):
-        shutil.copy(programs / name, copies)
-    tool = copies / "tolmira_upgrade"
-    tool.write_text(f'#!/bin/sh\nexec flock --no-fork {work}/turn {programs}/tolmira_upgrade "$@"\n')
+    inside = fleet.work / name / "programs"
+    fleet.add(name, tolmira_upgrade_programs=str(inside))
+    inside.mkdir()
+    for program in ("tolmira_controller", "tolmira_run", "tolmira_status"):
+        shutil.copy(programs / program, inside)
+    tool = inside / "tolmira_upgrade"
+    # All frames see the same file of the repository.
+    tool.write_text(f'#!/bin/sh\nexec flock --no-fork {programs}/tfi_make {programs}/tolmira_upgrade "$@"\n')
     tool.chmod(0o755)
-    return copies
 
 
 def measure(fleet, image, count, forks):
@@ -60,14 +61,13 @@ def main():
     work, programs, table = map(pathlib.Path, sys.argv[1:4])
     fleet = frames.Fleet(work, programs)
     try:
-        fleet.programs = programs_in_turn(work, programs)
         image = work / "firmware.tfi"
         make = [programs / "tfi_make", "--pages", str(PAGES), image]
         subprocess.run(make, check=True, stdout=subprocess.DEVNULL)
         for number in range(FRAMES):
-            fleet.add(f"frame_{number:02}")
+            add_frame(fleet, f"frame_{number:02}", programs)
         fleet.wait_for_servers()
-        with table.open("w", newline="") as file:
+        with table.open("w", buffering=1, newline="") as file:
             writer = csv.writer(file, lineterminator="\n")
             writer.writerow(["frames", "forks", "seconds of the play", "seconds of its slowest run"])
             for count, forks in PLAYS:
