@@ -1,5 +1,5 @@
-// frame_report CONFIGURATION: an example of a frame's program. It reads a configuration file, runs a shell
-// command, and shows a live word of the card.
+// frame_report CONFIGURATION: an example of a frame's program. It reads a configuration file, runs
+// a shell command, and shows a live word of the card.
 #include <cstdio>
 #include <sstream>
 

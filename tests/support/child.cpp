@@ -2,6 +2,7 @@
 
 #include <sys/wait.h>
 #include <unistd.h>
+#include <algorithm>
 
 #include <cstdio>
 #include <memory>
@@ -53,11 +54,9 @@ ChildResult ResultOf(int status) {
 }
 
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (std::string& text : texts) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
+    std::vector<char*> pointers(texts.size() + 1);
+    std::transform(texts.begin(), texts.end(), pointers.begin(),
+                   [](std::string& text) { return text.data(); });
     return pointers;
 }
 

@@ -43,8 +43,11 @@ class TolmiraComms final : public RouterCommsInterface {
   private:
     using Mutex = PMutexT<CriticalThreadCantBlockPolicy>;
 
-    using MailboxByte =
-        decltype(std::declval<HWAltera>().sbuf().shelf_status(0).shelf_status_spi_values().value());
+    using MailboxByte = decltype(std::declval<HWAltera&>()
+                                     .sbuf()
+                                     .shelf_status(0)
+                                     .shelf_status_spi_values()
+                                     .value());
 
     // The walk gives the same object each time, so it is made once.
     MailboxByte i_mailboxByte GUARDED_BY(i_mutex);

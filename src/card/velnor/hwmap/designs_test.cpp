@@ -200,9 +200,11 @@ TEST(Designs, StopOnAnInstanceThatDoesNotExist) {
                                           "\" failed.\" at src/card/velnor/hwmap/"));
         EXPECT_THAT(result.err, HasSubstr("src/card/velnor/hwmap/genfpga_velnor_vp_dve_lean.h:"));
         const std::string domain = "hwmap::Design_velnor_vp_dve<A>::Domain_" + c.domain + "::";
-        EXPECT_THAT(result.err, HasSubstr(": " + domain + "Group_" + c.group + "& " + domain +
-                                          c.group + "(unsigned int) [with A = VolatileAccessor]: " +
-                                          "Assertion `" + condition + "' failed"));
+        std::ostringstream report;
+        report << ": " << domain << "Group_" << c.group << "& " << domain << c.group
+               << "(unsigned int) [with A = VolatileAccessor]: Assertion `" << condition
+               << "' failed";
+        EXPECT_THAT(result.err, HasSubstr(report.str()));
     }
 }
 
