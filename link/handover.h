@@ -9,11 +9,11 @@
 // The hand-over of bytes from the host to the controller. If `Comms` is a final class, the compiler
 // inlines every access; if it is the interface, each access is a virtual call.
 
-/** A wait ends when the difference of the whole seconds is greater than this. */
 constexpr time_t SEND_LIMIT_SECONDS = 2;
 
 /**
- * Polls a flag without pausing until it holds `wanted`. When the time is up, the flag is read one
+ * Polls a flag without pausing until it holds `wanted`. The time is up when the difference of the
+ * whole seconds is greater than `limit`, in seconds. When the time is up, the flag is read one
  * last time, and a match on that read is too late.
  */
 template <typename Comms>

@@ -9,7 +9,6 @@
 
 namespace {
 
-/** A wait ends when the difference of the whole seconds is greater than this. */
 constexpr time_t RECEIVE_LIMIT_SECONDS = 3;
 
 }  // namespace

@@ -61,9 +61,9 @@ class FieldMainSlot {
  * Records which threads of the process are the time-critical FieldMain threads, at most two, and
  * the names of the others. The logger and the blocking policies ask it on every use.
  *
- * All operations act on the calling thread. The questions about FieldMain threads take no lock. The
- * names are behind a lock that a FieldMain thread must not take, so such a thread neither names
- * itself nor lists the threads.
+ * All operations act on the calling thread. The questions about FieldMain threads take no lock. A
+ * lock guards the names. A FieldMain thread must not take it, so such a thread neither names itself
+ * nor lists the threads.
  */
 class ThreadRegistrar {
   public:
