@@ -55,7 +55,7 @@ void CardView::open(const std::string& name) {
 
 void CardView::fail(const std::string& name, const std::string& why) {
     i_failure = "shared memory " + name + ": " + why +
-                (i_missing ? "; start what drives the card first" : "; check /dev/shm");
+                (i_missing ? "; start the controller first" : "; check /dev/shm");
 }
 
 std::optional<uint32_t> CardView::word(std::size_t offset) const {

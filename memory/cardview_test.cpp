@@ -156,7 +156,7 @@ TEST_F(CardViews, OnlyAWholeRegularFileIsOpened) {
         void (*make)();
         const char* why;
     } cases[] = {
-        {[] {}, "No such file or directory; start what drives the card first"},
+        {[] {}, "No such file or directory; start the controller first"},
         {[] { makeObject(REGION_SIZE - 1); }, "shorter than the card's address space; check"},
         {[] { ASSERT_EQ(mkfifo(PATH, 0666), 0); }, "not a regular file; check /dev/shm"},
         {[] { ASSERT_EQ(mkdir(PATH, 0777), 0); }, "not a regular file; check /dev/shm"},

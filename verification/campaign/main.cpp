@@ -30,8 +30,8 @@ void AddOptions(const commandline::CommandOptions& program, CampaignSettings& se
     const std::map<std::string, int> images = {{"good", static_cast<int>(ImageKind::Good)},
                                                {"missing", static_cast<int>(ImageKind::Missing)},
                                                {"headless", static_cast<int>(ImageKind::NoHeader)}};
-    program.option("--runs", settings.extent.count, "Number of runs with random faults")
-        .showDefault();
+    program.option("--runs", settings.extent.count,
+                   "Number of runs with random faults; without --seconds, 300 by default");
     program.option("--interrupted", settings.interrupted,
                    "Instead, make this many runs in which the tool is killed");
     program.option("--seconds", settings.extent.seconds, "Start no run after this time");

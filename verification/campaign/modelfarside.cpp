@@ -365,7 +365,7 @@ void ModelFarSide::handleMessage() {
     }
 }
 
-/** Good are the next page and a repetition of the last one, after an opening message. */
+/** After an opening message, the next page and a repetition of the last one are good. */
 unsigned char ModelFarSide::judgePage() {
     constexpr unsigned char good = 0;
     constexpr unsigned char outOfOrder = 2;

@@ -31,7 +31,7 @@ struct Snapshot {
     bool directionUp() const;
     /** Whether a byte of the controller was offered and not taken. */
     bool answerUnread() const;
-    /** Whether the last host has left the mailbox as a host does that ends by itself. */
+    /** Whether the mailbox is as a host leaves it that ends by itself. */
     bool inOrder() const { return !directionUp() && !answerUnread(); }
     /** A run was killed, and the next one could take an unread answer for its own. */
     bool leftByAKilledRun() const { return !host && !inOrder(); }

@@ -180,8 +180,8 @@ const RunCase RUN_CASES[] = {
     {2, "show", "--help"},
     {1, "dump dvx", "no design dvx; did you mean dve? (see velnor_regs list"},
     {2, "write sbuf.chip_misc.R_debug 1", "use --yes"},
-    {1, "read sbuf.chip_misc.R_debug", "start what drives the card first\n"},
-    {1, "write sbuf.chip_misc.R_debug 1 --yes", "start what drives the card first\n"},
+    {1, "read sbuf.chip_misc.R_debug", "start the controller first\n"},
+    {1, "write sbuf.chip_misc.R_debug 1 --yes", "start the controller first\n"},
     {1, "read sbuf.shelf_status.shelf_status_spi_values", "give a word, [0] to [31]\n"},
 };
 

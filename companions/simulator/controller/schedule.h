@@ -16,8 +16,8 @@ namespace controller {
  *
  *     3.1.100     byte 100 at page 3, first attempt
  *     3.1         byte 0 there
- *     begin.5     byte 5 at the opening message; info and end from byte 4 on, when their id is
- * known
+ *     begin.5     byte 5 at the opening message
+ *     info.4      byte 4 at the information; info and end begin at byte 4, when their id is known
  *
  * Bytes count from 0, attempts from 1. A frame counts as an attempt from the moment its first byte
  * is offered, even if it is never completed. Bytes 2 and 3 are a message's id. Before them, the
@@ -34,13 +34,13 @@ namespace controller {
  *     slow=MS      the byte is taken MS milliseconds late; after the last byte, which is
  *                  acknowledged at once, the controller continues MS milliseconds late
  *     die          from here on the controller does nothing at all
- *     reset        the controller clears addresses 5 to 10 and discards the message and its
- * answers; it doesn't come back reset=MS     the same, and MS milliseconds later it brings both
- * directions up again state10=V    address 10 is set to V, 1 or from 3 on; then the byte is taken
- * as usual state7=V     address 7 is set to V, from 3 on; then the byte is taken as usual unasked=R
- * a whole answer with result R is queued for the host early=N      the first N bytes (1 to 9) of a
- * good answer are queued, and the next answer starts after its first N bytes; a reset cancels that
- * too
+ *     reset        the controller clears addresses 5 to 10 and discards the message and its answers
+ *     reset=MS     the same, and MS milliseconds later it brings both directions up again
+ *     state10=V    address 10 is set to V, 1 or from 3 on; then the byte is taken as usual
+ *     state7=V     address 7 is set to V, from 3 on; then the byte is taken as usual
+ *     unasked=R    a whole answer with result R is queued for the host
+ *     early=N      the first N bytes (1 to 9) of a good answer are queued, and the next answer
+ *                  starts after its first N bytes; a reset cancels that too
  *
  * Faults of the answer to a page. Their byte is a byte of the answer and matters only to late and
  * overrun. Several at one place are applied in this order:
@@ -65,7 +65,7 @@ namespace controller {
  *     dirty=MASK   each word is written with these bits set; the low byte of MASK is 0
  *     appear=N     the controller announces itself on the host's presence poll N, counted from 0
  *     revise=V     the revision changes to V when the host asks for the receive direction, before
- * it gets it
+ *                  the controller brings it up
  */
 enum class FaultKind {
     Slow,
