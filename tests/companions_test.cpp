@@ -12,6 +12,7 @@
 #include "tests/support/region.h"
 #include "tests/upgradefixture.h"
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 using testsupport::ProcessResult;
@@ -35,20 +36,30 @@ class CompanionsTest : public UpgradeTest {
 struct UsageCase {
     const char* program;
     Arguments arguments;
+    const char* error;
 };
 
 TEST_F(CompanionsTest, ReportWrongUsageInOneLine) {
     const UsageCase cases[] = {
-        {TOLMIRA_CONTROLLER, {"--bogus"}},
-        {TOLMIRA_CONTROLLER, {"--revision", "65536"}},
-        {TOLMIRA_CONTROLLER, {"--expect-checksum", "12345"}},
-        {TOLMIRA_CONTROLLER, {"--faults", "die@1.0"}},
-        {TOLMIRA_CONTROLLER, {"--faults", "", "--seed", "1", "--pages", "2"}},
-        {TOLMIRA_CONTROLLER, {"--seed", "1"}},
-        {TFI_MAKE, {}},
-        {TFI_MAKE, {"made"}},
-        {TFI_MAKE, {"--size", "2", "--pages", "2", "made"}},
-        {TFI_MAKE, {"--pages", "2", "--pattern", "plaid", "made"}},
+        {TOLMIRA_CONTROLLER, {"--bogus"}, "unexpected argument: --bogus"},
+        {TOLMIRA_CONTROLLER, {"--revision"}, "--revision: give a value"},
+        {TOLMIRA_CONTROLLER, {"--revision", "65536"}, "not a valid value: --revision = 65536"},
+        {TOLMIRA_CONTROLLER,
+         {"--expect-checksum", "12345"},
+         "--expect-checksum: give four hexadecimal digits, not 12345"},
+        {TOLMIRA_CONTROLLER, {"--faults", "die@1.0"}, "info.BYTE or end.BYTE"},
+        {TOLMIRA_CONTROLLER,
+         {"--faults", "", "--seed", "1", "--pages", "2"},
+         "--faults excludes --seed"},
+        {TOLMIRA_CONTROLLER, {"--seed", "1"}, "--seed requires --pages"},
+        {TFI_MAKE, {}, "file is required"},
+        {TFI_MAKE, {"made"}, "exactly 1 option from [--pages,--size] is required"},
+        {TFI_MAKE,
+         {"--size", "2", "--pages", "2", "made"},
+         "exactly 1 option from [--pages,--size] is required and 2 were given"},
+        {TFI_MAKE,
+         {"--pages", "2", "--pattern", "plaid", "made"},
+         "--pattern: plaid not in {random,count,zero}"},
     };
     for (const UsageCase& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.arguments));
@@ -56,7 +67,7 @@ TEST_F(CompanionsTest, ReportWrongUsageInOneLine) {
         EXPECT_EQ(result.exitValue, 2);
         EXPECT_EQ(result.out, "");
         EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
-        EXPECT_THAT(result.err, HasSubstr("--help"));
+        EXPECT_THAT(result.err, EndsWith(std::string(c.error) + " (see --help)\n"));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstring>
 
 #include "companions/commandline/failure.h"
 #include "companions/commandline/nearest.h"
@@ -39,17 +40,39 @@ bool AsksForJson(const CLI::App& app, int argc, const char* const* argv) {
     return known && std::find(argv, argv + argc, std::string("--json")) != argv + argc;
 }
 
+/** The beginnings of the library's errors, and the words that replace them. */
+constexpr std::pair<const char*, const char*> BEGINNINGS[] = {
+    {"A subcommand is required", "give a command"},
+    {"Could not convert: ", "not a valid value: "},
+    {"Exactly ", "exactly "},
+    {"The following argument was not expected: ", "unexpected argument: "},
+    {"The following arguments were not expected: ", "unexpected arguments: "},
+};
+
+/** An error of the library in the form of the program's own errors. */
+std::string Reworded(const std::string& error) {
+    for (const auto& [theirs, ours] : BEGINNINGS) {
+        if (error.rfind(theirs, 0) == 0) {
+            return ours + error.substr(std::strlen(theirs));
+        }
+    }
+    const size_t noValue = error.find(": 1 required ");
+    return noValue == std::string::npos ? error : error.substr(0, noValue) + ": give a value";
+}
+
 /** An unknown command is the reason for any error that the library reports. */
 std::string ReasonOf(const CLI::App& program, const CLI::Error& error, int argc,
                      const char* const* argv) {
     std::vector<std::string> commands;
-    for (const CLI::App* command : program.get_subcommands([](const CLI::App*) { return true; })) {
+    // An option group is a subcommand without a name.
+    const auto isNamed = [](const CLI::App* command) { return !command->get_name().empty(); };
+    for (const CLI::App* command : program.get_subcommands(isNamed)) {
         commands.push_back(command->get_name());
     }
     const auto* const word =
         std::find_if(argv + 1, argv + argc, [](const char* text) { return text[0] != '-'; });
     if (commands.empty() || word == argv + argc || !program.get_subcommands().empty()) {
-        return error.what();
+        return Reworded(error.what());
     }
     return "there is no command " + std::string(*word) + SuggestionFor(*word, commands);
 }
