@@ -348,7 +348,7 @@ TEST_F(KilledRunTest, DoesNotHideARefusalOfTheLastPage) {
     EXPECT_EQ(i_result.exitValue, 255);
 }
 
-TEST_F(SupervisedRunTest, RefusesADirectionThatStaysUp) {
+TEST_F(SupervisedRunTest, TurnsTheDirectionOffOrRefuses) {
     Region region;
     region.setWord(MAILBOX_RX_STATE, STATE_READY);
     region.setWord(MAILBOX_TX_STATE, STATE_READY);
@@ -356,6 +356,12 @@ TEST_F(SupervisedRunTest, RefusesADirectionThatStaysUp) {
                   {{"cause", "receive direction stays up"}, {"recovered", false}});
     EXPECT_EQ(i_result.exitValue, 24);
     EXPECT_NE(std::filesystem::file_size(LOCK_FILE), 0U) << "the marker stays";
+    region.setWord(MAILBOX_REVISION_HIGH, TOOL_REVISION >> 8);
+    region.setWord(MAILBOX_REVISION_LOW, TOOL_REVISION & 0xFF);
+    ExpectMembers(report({}),
+                  {{"cause", "already current"},
+                   {"recovered", true},
+                   {"next_step", "if the killed run was sending pages, start again with -f"}});
 }
 
 TEST_F(SupervisedRunTest, RefusesToRunBesideAnother) {

@@ -55,6 +55,10 @@ std::string HappenedText(const Outcome& outcome) {
 }
 
 const char* NextStepOf(const Outcome& outcome) {
+    // The killed run may have overwritten the image of the revision that the controller reports.
+    if (outcome.recovered && outcome.cause == toollog::e_Cause_AlreadyCurrent) {
+        return "if the killed run was sending pages, start again with -f";
+    }
     return RowOf(outcome).nextStep;
 }
 
