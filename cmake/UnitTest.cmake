@@ -3,8 +3,8 @@ include(GoogleTest)
 # add_unit_test(NAME SOURCES file... LIBRARIES target... [PROPERTIES property value...])
 #
 # One GoogleTest program. ctest runs each case in a separate process; with sanitizers it runs each program
-# as a whole, its cases in random order. Test code is compiled for a short build, the tested libraries with
-# their usual flags.
+# as a whole, its cases in random order, and compiles its files as one. Test code is compiled for a short build,
+# the tested libraries with their usual flags.
 function(add_unit_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES;PROPERTIES")
   add_executable(${name} ${arg_SOURCES})
@@ -13,6 +13,7 @@ function(add_unit_test name)
   target_link_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-lto>)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
   if(TOLMIRA_SANITIZE)
+    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
     add_test(NAME ${name} COMMAND ${name} --gtest_shuffle --gtest_random_seed=1 --gtest_brief=1)
     set_tests_properties(${name} PROPERTIES TIMEOUT 900 ${arg_PROPERTIES})
   else()
