@@ -11,9 +11,6 @@ using std::chrono::milliseconds;
 
 namespace {
 
-constexpr int64_t US_PER_MS = 1000;
-constexpr int64_t US_PER_SECOND = 1000000;
-
 /** Polls in one call, after which a controller that still has work is broken. */
 constexpr int POLL_LIMIT = 10000;
 

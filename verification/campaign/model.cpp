@@ -17,9 +17,6 @@ using toolcontract::EXIT_MISSING;
 using toolcontract::EXIT_NOT_UPGRADED;
 using toolcontract::EXIT_UPGRADED;
 
-constexpr int64_t US_PER_MS = 1000;
-constexpr int64_t US_PER_SECOND = 1000000;
-
 RunOutcome FreshOutcome() {
     RunOutcome outcome;
     outcome.words = FreshWords();

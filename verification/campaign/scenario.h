@@ -11,6 +11,9 @@ namespace campaign {
 
 using toolcontract::TOOL_REVISION;
 
+constexpr int64_t US_PER_MS = 1000;
+constexpr int64_t US_PER_SECOND = 1000000;
+
 enum class ImageKind { Good, Missing, NoHeader };
 
 /** Everything that determines a run. */
