@@ -7,8 +7,8 @@ import pathlib
 import signal
 import subprocess
 import sys
-import threading
 import time
+from concurrent.futures import ThreadPoolExecutor
 
 import frames
 
@@ -44,7 +44,7 @@ class Test:
     def make_frames(self, count):
         self.fleet.add("canary")
         self.fleet.add("cut")
-        self.fleet.add("page_fails")
+        self.fleet.add("page_fails", tolmira_upgrade_verify_seconds=1)
         self.fleet.add("installs", tolmira_upgrade_packages=[str(self.package)], tolmira_upgrade_programs="/usr/bin")
         self.fleet.add("current", tolmira_on_air=True)
         self.fleet.add("absent", tolmira_upgrade_wait_seconds=1)
@@ -168,15 +168,16 @@ class Test:
 
     def stop_at_failure(self):
         self.begin("A batch with a failure is the last one; a lost connection is not a failure")
-        cutter = threading.Thread(target=self.cut_in_mid_transfer)
-        cutter.start()
-        self.play(2, tolmira_rollout_serial=[1, 2, "100%"])
-        cutter.join()
+        with ThreadPoolExecutor() as pool:
+            cut = pool.submit(self.cut_in_mid_transfer)
+            held = pool.submit(self.hold_lock, "page_fails", runs=2)
+            self.play(2, tolmira_rollout_serial=[1, 2, "100%"])
+        cut.result()
+        held.result()
         self.check_upgraded("canary")
         self.check_upgraded("cut")
         self.one_upgrade("cut")
-        self.check_failed("page_fails", "page failed", 11)
-        self.check_equal(self.report("page_fails")["failed_page"]["page"], 2, "failed page")
+        self.check_failed("page_fails", "another run", 75)
         self.check_untouched("current", "left out, on air")
         for name in self.fleet.frames:
             if name not in ("canary", "cut", "page_fails", "current"):
@@ -186,16 +187,44 @@ class Test:
         self.wait_for_page("cut", 6)
         self.frame("cut").cut_connections()
 
+    def hold_lock(self, name, runs):
+        """Holds the frame's lock, as a run does, until that many other runs have written their reports.
+
+        Returns the time of the last report.
+        """
+        holder = self.frame(name).start(
+            "flock", "/dev/shm/resource0.lock", "sleep", "infinity", output=subprocess.DEVNULL
+        )
+        try:
+            time_of_report = self.time_of_report(name)
+            for run in range(runs):
+                old = time_of_report
+                frames.wait_until(lambda: self.time_of_report(name) != old, f"report {run + 1} of {runs} from {name}")
+                time_of_report = self.time_of_report(name)
+        finally:
+            os.killpg(holder.pid, signal.SIGKILL)
+            holder.wait()
+        return time_of_report
+
+    def time_of_report(self, name):
+        report = self.frame(name).path("/var/lib/tolmira-upgrade/report.json")
+        return report.stat().st_mtime if report.exists() else None
+
     def go_on(self):
         self.begin("The rest, despite failures")
         self.kill_a_run("last_page")
-        killer = threading.Thread(target=self.kill_runner_in_mid_transfer)
-        killer.start()
-        changes = self.play(2, tolmira_rollout_serial=["100%"], tolmira_rollout_max_fail_percentage=100)
-        killer.join()
+        self.fleet.variables["page_fails"]["tolmira_upgrade_verify_seconds"] = 3
+        with ThreadPoolExecutor() as pool:
+            killed = pool.submit(self.kill_runner_in_mid_transfer)
+            held = pool.submit(self.hold_lock, "page_fails", runs=1)
+            changes = self.play(2, tolmira_rollout_serial=["100%"], tolmira_rollout_max_fail_percentage=100)
+        killed.result()
+        pause = self.time_of_report("page_fails") - held.result()
+        self.check(pause > 4.9, f"a pause longer than the verification: {pause:.1f} seconds")
         self.check_row("canary", "current", "already current", NEW, NEW)
         self.check_equal((changes["canary"], changes["cut"]), (0, 0), "changes of current frames")
-        self.check_upgraded("page_fails")
+        self.check_failed("page_fails", "page failed", 11)
+        self.check_equal(self.report("page_fails")["failed_page"]["page"], 2, "failed page")
         self.check_row("installs", "failed", "the runner was ended", OLD)
         self.check(self.frame("installs").path("/usr/bin/tolmira_run").exists(), "installed programs")
         self.check_failed("absent", "controller missing", 3)
@@ -232,17 +261,19 @@ class Test:
         self.frame("absent").start_controller("--revision", OLD)
         self.frame("last_page").start_controller("--revision", OLD, "--faults", slow(*range(3, 15)))
         self.fleet.variables["digest"].update(tolmira_upgrade_sha256="", tolmira_on_air=True)
+        del self.fleet.variables["page_fails"]["tolmira_upgrade_verify_seconds"]
         killed = self.start_play("--limit", "last_page")
         self.wait_for_page("last_page", 3)
         os.killpg(killed.pid, signal.SIGKILL)
         killed.communicate()
         changes = self.play(0, tolmira_rollout_serial=["100%"], **ON_AIR_TOO)
-        found = {name: changes[name] for name in ("absent", "digest", "last_page", "current")}
-        self.check_equal(found, {"absent": 1, "digest": 1, "last_page": 0, "current": 0}, "changes")
+        found = {name: changes[name] for name in ("absent", "digest", "page_fails", "last_page", "current")}
+        self.check_equal(found, {"absent": 1, "digest": 1, "page_fails": 1, "last_page": 0, "current": 0}, "changes")
         self.check_equal(self.output.count("is on air and is next"), 2, "pauses, one before each frame on air")
         self.check_upgraded("absent")
         self.check_upgraded("digest")
         self.check_upgraded("installs")
+        self.check_upgraded("page_fails")
         self.check_row("last_page", "current", "already current", NEW, NEW)
         self.check(self.frame("last_page").flash() == self.content, "the flash of last_page")
         self.one_upgrade("last_page")
