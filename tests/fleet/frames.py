@@ -165,7 +165,6 @@ class Fleet:
             "ansible_ssh_common_args": f"-o UserKnownHostsFile={self.work}/known_hosts",
             "tolmira_rollout_become": False,
             "tolmira_upgrade_programs": str(self.programs),
-            "tolmira_upgrade_poll_seconds": 1,
         }
         inventory = {"all": {"hosts": self.variables, "vars": everywhere}}
         (self.work / "frames.yml").write_text(json.dumps(inventory, indent=1))  # JSON is valid YAML
