@@ -63,7 +63,7 @@ TEST_F(AnswersTest, SendsThePageUpToFiveTimes) {
         // An answer of another kind costs an attempt without a line.
         {"id=0x2EA3@1.1", 2, {GOOD}},
         {"body=0@1.1 id=0x2FA6@1.1", 2, {GOOD}},
-        // Of a broken frame only the header is read, so these answers consist of nothing else.
+        // The host reads only the header of a broken frame, so these answers have nothing else.
         {"body=0@1.1 lead=0x03DC@1.1", 2, {NO_RESPONSE, GOOD}},
         {"body=0@1.1 lead=0x02DD@1.1", 2, {NO_RESPONSE, GOOD}},
         {"body=0@1.1 length=7@1.1", 2, {NO_RESPONSE, GOOD}},

@@ -138,7 +138,7 @@ TEST_F(CommandLineTest, StopsWithoutItsMemory) {
     const ProcessResult result = upgrade();
     ASSERT_EQ(rmdir("/dev/shm/resource1"), 0);
     const std::string path = "/sys/bus/pci/devices/0000:01:00.0/resource1";
-    // What mapping a directory fails with.
+    // The error for a directory.
     const std::string why = " (Invalid argument)";
     EXPECT_EQ(testsupport::Normalised(result.out),
               Transcript()

@@ -259,7 +259,7 @@ TEST_F(SupervisedRunTest, IsInterruptedBySignals) {
         Arguments options;
         int signal;
         int times;
-        /** Whether it is during the pages. Else there is no controller. */
+        /** Whether the signal arrives during the pages; otherwise there is no controller. */
         bool during;
         const char* cause;
     } cases[] = {
@@ -295,8 +295,7 @@ TEST_F(SupervisedRunTest, IsInterruptedBySignals) {
     EXPECT_EQ(report({"-f"})["cause"], "upgraded");
 }
 
-/** The controller delays its answer to page 1; meanwhile the runner, and then the tool, is killed.
- */
+/** The controller delays its answer to page 1. Meanwhile the runner is killed, then the tool. */
 class KilledRunTest : public SupervisedRunTest {
   protected:
     void killInPage(const std::string& faults, bool toolToo) {

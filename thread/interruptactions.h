@@ -12,8 +12,7 @@ class InterruptProcess : public InterruptAction {
   public:
     InterruptProcess() = default;
 
-    /** The leader of the group. Until it is set, and for any number below 2, nothing is signalled.
-     */
+    /** The group's leader. Until it is set, and for any number below 2, nothing is signalled. */
     void setProcess(pid_t process) { i_process = process; }
     void interrupt() override;
     void timeout() override;

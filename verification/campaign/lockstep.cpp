@@ -1,5 +1,4 @@
-/** liblockstep.so: preloaded into the tool, it lets the far side set the tool's clock. See turns.h.
- */
+/** liblockstep.so, preloaded into the tool: lets the far side set the tool's clock. See turns.h. */
 #include <dlfcn.h>
 #include <pthread.h>
 #include <sys/mman.h>

@@ -99,8 +99,7 @@ class ModelFarSide {
 
     unsigned i_lastPage = 0;
     unsigned i_attempts = 0;
-    /** The bytes that the host has read since the last page, and whether they were a good answer.
-     */
+    /** The bytes that the host has read since the last page; whether they were a good answer. */
     std::string i_read;
     bool i_good = false;
 

@@ -47,8 +47,7 @@ class RunSession {
         return finish();
     }
 
-    /** Writes only the report, after wrong usage that was already reported. Returns the exit value.
-     */
+    /** Writes only the report, after wrong usage was reported. Returns the exit value. */
     int refuse() {
         i_outcome.cause = toollog::e_Cause_WrongUsage;
         if (prepareReport()) {

@@ -41,8 +41,7 @@ Pieces Cut(const std::string& format) {
     return pieces;
 }
 
-/** End of the value that begins at `from`: a text is matched greedily up to `next`, a number not.
- */
+/** End of the value at `from`: a text is matched greedily up to `next`, a number is not. */
 std::size_t EndOfValue(const std::string& message, std::size_t from, char conversion,
                        const std::string& next) {
     if (conversion != 's') {

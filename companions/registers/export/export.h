@@ -21,8 +21,7 @@ struct ExportedMap {
 
 /** A header of constants for C99 and C++. Throws Failure if two names become the same constant. */
 std::string CHeaderOf(const ExportedMap& map);
-/** A row for each field of each instance, in the format of RFC 4180, but lines end in a line feed.
- */
+/** A row for each field of each instance, as in RFC 4180, but lines end in a line feed. */
 std::string CsvOf(const ExportedMap& map);
 /** CMSIS-SVD 1.3. */
 std::string SvdOf(const ExportedMap& map);

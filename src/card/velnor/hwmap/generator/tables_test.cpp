@@ -22,7 +22,7 @@ Tables Read(const std::string& placementRows, const std::string& catalogue, Find
                       findings);
 }
 
-// What the rows say is compared with the designs made from them; here are only the exceptions.
+// Designs.FollowTheTables compares the rows with the designs. These are only the exceptions.
 TEST(Tables, AllowsCommentsInterleavingAndMarkedOverlaps) {
     Findings findings;
     const Tables tables =
