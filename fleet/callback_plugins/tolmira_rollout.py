@@ -24,7 +24,7 @@ from ansible.plugins.callback import CallbackBase
 
 COLUMNS = ["frame", "outcome", "before", "after", "cause", "seconds", "next_step"]
 TEMPLATES = pathlib.Path(__file__).resolve().parent.parent / "templates"
-PLAY_AGAIN = "play again; the next run waits for one that is under way"
+REPEAT = "repeat the rollout; the next run waits for one that is under way"
 
 
 def csv_text(rows):
@@ -64,7 +64,7 @@ class Rows:
     def take_failure(self, frame, outcome, cause):
         """Records a failure without a report."""
         if self.by_frame.get(frame, {}).get("outcome") != "failed":
-            self.update(frame, outcome=outcome, cause=cause, next_step=PLAY_AGAIN)
+            self.update(frame, outcome=outcome, cause=cause, next_step=REPEAT)
 
     def sorted(self):
         return sorted(self.by_frame.values(), key=lambda row: row["frame"])
