@@ -225,7 +225,7 @@ void ExpectUpgraded(const json& answer, const Region& region) {
 }
 
 TEST_F(SupervisedRunTest, SurvivesItsTerminal) {
-    constexpr size_t places = 20;
+    constexpr size_t places = 6;
     const std::string payload = Payload(256 * places);
     writeImage(payload);
     const Region region;
@@ -235,10 +235,10 @@ TEST_F(SupervisedRunTest, SurvivesItsTerminal) {
             std::filesystem::remove(path("report"));
             // The controller delays its answer to the page, so that the signal arrives there.
             Controller controller(i_directory,
-                                  {"--faults", "late=100@" + std::to_string(place) + ".1.4"});
+                                  {"--faults", "late=1000@" + std::to_string(place) + ".1.4"});
             Terminal terminal(TOLMIRA_RUN, Arguments{"--report", "report"} + USUAL,
                               i_directory.path());
-            EXPECT_TRUE(terminal.waitFor(place == 0 ? "20 pages"
+            EXPECT_TRUE(terminal.waitFor(place == 0 ? "6 pages"
                                                     : "Page " + std::to_string(place - 1) + " s"));
             if (closed) {
                 terminal.hangUp();
@@ -278,7 +278,8 @@ TEST_F(SupervisedRunTest, IsInterruptedBySignals) {
             std::filesystem::remove(OBJECT);
         }
         Process runner = start(c.options, "runner");
-        ASSERT_TRUE(runner.waitForOutput(c.during ? "Page 1 s" : "Controller isn't there"));
+        ASSERT_TRUE(runner.waitForOutput(c.during ? "Page 1 s" : "Controller isn't there"))
+            << read("runner.out") << read("runner.err");
         kill(runner.pid(), c.signal);
         if (c.times == 2) {
             ASSERT_TRUE(WaitUntil(
