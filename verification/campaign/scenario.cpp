@@ -1,12 +1,13 @@
 #include "verification/campaign/scenario.h"
 
-#include "companions/simulator/controller/flash.h"
 #include "companions/simulator/controller/random.h"
 #include "tests/support/image.h"
 
 namespace campaign {
 
 namespace {
+
+constexpr size_t PAGE_SIZE = 256;
 
 const char* ImageName(ImageKind image) {
     switch (image) {
@@ -22,8 +23,7 @@ const char* ImageName(ImageKind image) {
 }  // namespace
 
 uint16_t Pages(const Scenario& scenario) {
-    return static_cast<uint16_t>((scenario.payload + controller::PAGE_SIZE - 1) /
-                                 controller::PAGE_SIZE);
+    return static_cast<uint16_t>((scenario.payload + PAGE_SIZE - 1) / PAGE_SIZE);
 }
 
 uint64_t SeedOfRun(uint64_t campaignSeed, uint64_t run) {
