@@ -34,11 +34,10 @@ uint32_t AddressOf(std::string_view line) {
     constexpr unsigned long largest = std::numeric_limits<uint32_t>::max();
     uint32_t address = 0;
     const auto digits = std::from_chars(line.data(), line.data() + line.size(), address, 16);
-    const bool isPlain = digits.ec == std::errc() && (address != 0 || digits.ptr[-1] != '0');
-    if (isPlain) {
+    if (digits.ec == std::errc() && address != 0) {
         return address;
     }
-    // Leading blanks or 0x, a number that is too large, or no number.
+    // Zero, leading blanks or 0x, a number that is too large, or no number.
     const std::string text(line);
     return static_cast<uint32_t>(std::min(strtoul(text.c_str(), nullptr, 16), largest));
 }
@@ -94,7 +93,7 @@ SymbolMap::SymbolMap(const std::string& path) : i_path(path) {
     if (file == -1) {
         return;
     }
-    // Reserved at once: growing would copy the table again and again, and unused memory costs
+    // Reserved at once, because growing would copy the table repeatedly. Unused memory costs
     // nothing.
     i_lines.reserve(SizeOf(file) / SHORT_LINE);
     std::size_t position = 0;

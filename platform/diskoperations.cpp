@@ -19,23 +19,23 @@ constexpr std::string_view SCHEME_SUFFIX = ".xml";
 constexpr char CUSTOM_SCHEME[] = "Custom";
 constexpr int CUSTOM_SCHEMES = 4;
 
-/** The time limit of a shell command, and how often it is repeated after a time-out. */
-struct Patience {
+/** The time limit of a shell command, and how often it is repeated after a timeout. */
+struct RetryPolicy {
     int seconds;
     int retries;
 };
-constexpr Patience MAKING_A_DIRECTORY = {2, 3};
-constexpr Patience REMOVING_A_FILE = {10, 3};
-constexpr Patience PACKING_LOGS = {30, 2};
-constexpr Patience COPYING_FILES = {90, 2};
+constexpr RetryPolicy MAKING_A_DIRECTORY = {2, 3};
+constexpr RetryPolicy REMOVING_A_FILE = {10, 3};
+constexpr RetryPolicy PACKING_LOGS = {30, 2};
+constexpr RetryPolicy COPYING_FILES = {90, 2};
 
 /** Quotes a path for the shell. The path must not contain a double quote. */
 std::string Quoted(const std::string& path) {
     return '"' + path + '"';
 }
 
-int RunLogged(const std::string& command, const Patience& patience) {
-    return SystemCaller::instance().execRetryLogged(command, patience.seconds, patience.retries);
+int RunLogged(const std::string& command, const RetryPolicy& policy) {
+    return SystemCaller::instance().execRetryLogged(command, policy.seconds, policy.retries);
 }
 
 /**

@@ -68,7 +68,7 @@ bool SendUpgradeContentsToController(std::ifstream& image, long int payloadSize,
             image.read(page.data(), count);
         }
         if (!image.good()) {
-            continue;
+            break;
         }
         if (!SendFlashPageToTolmira(page, pageNumber, writer, reader)) {
             LOG_MESSAGE(ERROR, "Failed to send page %d\n", pageNumber);

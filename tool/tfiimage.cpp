@@ -8,7 +8,7 @@ constexpr const char* LAST_HEADER_LINE = "END";
 
 /** Reads seven lines from the stream's position. False if they are not a TFI header. */
 bool ReadHeader(std::ifstream& image) {
-    constexpr int lineSize = 256;  // with the closing zero
+    constexpr int lineSize = 256;  // including the terminating zero
     char line[lineSize] = "";
     int lines = 0;
     while (lines < TFI_HEADER_LINES && image.good()) {
