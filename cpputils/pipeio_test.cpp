@@ -92,7 +92,7 @@ TEST(PipeIO, ReadsItemsAndNoByteMore) {
     EXPECT_EQ(pipe.rest(), "tail");
 }
 
-// A stream can stop by its end or by an error, here that no byte has arrived yet.
+// A stream can stop at its end or with an error, here because no byte has arrived yet.
 TEST(PipeIO, ReportsTheFirstMissingByteAndKeepsItsTarget) {
     for (const bool ends : {true, false}) {
         const int error = ends ? EPIPE : EAGAIN;

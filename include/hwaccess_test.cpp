@@ -69,7 +69,7 @@ const FieldCase FIELD_CASES[] = {
     {0xff, 8, 0x00005500, 0x55, 0x55, 0x00005500},
 };
 
-// Always one load, then one store: also for the present value and for the full mask.
+// Always one load, then one store, even for an unchanged value and for the full mask.
 TEST(HardwareAccess, FieldsReadThenWriteOneWord) {
     for (const FieldCase& c : FIELD_CASES) {
         SCOPED_TRACE(testing::Message() << std::hex << c.mask << " << " << c.shift);
@@ -104,7 +104,7 @@ TEST(HardwareAccess, CachesNothingAndTakesOneAccessForAWord) {
     EXPECT_EQ(TestMemoryField(&memory, 0xf, 4).get(3), 9U);
 }
 
-// Each body goes past the end of a memory of four words, without an access.
+// Each body addresses a word past the end of a memory of four words, and must not access it.
 TEST(Memory, StopsBeforeAnAccessPastItsEnd) {
     void (*const bodies[])(TestMemory&) = {
         [](TestMemory& memory) { memory.getraw(4); },

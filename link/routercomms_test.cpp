@@ -50,7 +50,7 @@ TEST(RouterCommWriter, SendsAByteByTheHandshake) {
     }
 }
 
-TEST(RouterCommReader, AsksWhenOffAndFailsAtOnceUnlessTheDirectionIsUp) {
+TEST(RouterCommReader, RequestsAnAbsentDirectionAndFailsAtOnceUnlessItIsUp) {
     for (const int state : {0, 1, 2, 3}) {
         RecordingMailbox mailbox;
         mailbox.bytes[MAILBOX_RX_STATE] = static_cast<unsigned char>(state);
@@ -84,21 +84,21 @@ struct WaitCase {
 };
 
 const WaitCase WAIT_CASES[] = {
-    {"sends: mark after 2 s and a bit", true, {10, 999999}, {13, 0}, 0, false, 2},
-    {"sends: match on the read after the mark", true, {10, 999999}, {13, 0}, 2, false, 2},
-    {"sends: match on the read before the mark", true, {10, 999999}, {13, 0}, 1, true, 1},
-    {"sends: no mark within 3 s", true, {10, 0}, {12, 999999}, 3, true, 3},
+    {"sends: timeout just after 2 s", true, {10, 999999}, {13, 0}, 0, false, 2},
+    {"sends: match on the read after the timeout", true, {10, 999999}, {13, 0}, 2, false, 2},
+    {"sends: match on the read before the timeout", true, {10, 999999}, {13, 0}, 1, true, 1},
+    {"sends: no timeout within 3 s", true, {10, 0}, {12, 999999}, 3, true, 3},
     {"sends: clock set back", true, {10, 0}, {1, 0}, 40, true, 40},
     {"sends: never answered", true, {10, 0}, {12, 999999}, 0, false, 51},
-    {"reads: mark after 3 s and a bit", false, {10, 999999}, {14, 0}, 0, false, 2},
-    {"reads: match on the read after the mark", false, {10, 999999}, {14, 0}, 2, false, 2},
-    {"reads: no mark within 4 s", false, {10, 0}, {13, 999999}, 3, true, 3},
+    {"reads: timeout just after 3 s", false, {10, 999999}, {14, 0}, 0, false, 2},
+    {"reads: match on the read after the timeout", false, {10, 999999}, {14, 0}, 2, false, 2},
+    {"reads: no timeout within 4 s", false, {10, 0}, {13, 999999}, 3, true, 3},
     {"reads: never offered", false, {10, 0}, {13, 999999}, 0, false, 51},
 };
 
 // The clock is read once before polling, then after each poll without a match. Only whole seconds
 // count. After the time has run out one more poll follows, and a match on that one is too late.
-TEST(RouterComms, WaitForMoreThanTheirWholeSeconds) {
+TEST(RouterComms, WaitLongerThanTheirLimitInWholeSeconds) {
     for (const WaitCase& c : WAIT_CASES) {
         SCOPED_TRACE(c.name);
         FakeTime time(c.start);

@@ -53,7 +53,7 @@ TEST(Assertion, ReportsOnceAndAborts) {
     }
 }
 
-TEST(Assertion, GoesOnWhenAnEvaluationHolds) {
+TEST(Assertion, ContinuesIfEitherEvaluationHolds) {
     const ChildResult result = RunInChild([] {
         int evaluations = 0;
         ASSERT(++evaluations == 1);

@@ -44,7 +44,7 @@ TEST(Backtrace, NamesTheFunctionsOnTheStack) {
     EXPECT_THAT(crash, Not(ContainsRegex("C: [0-9]+")));
 }
 
-TEST(Backtrace, NeitherNamesNorCutsAForeignAddress) {
+TEST(Backtrace, DoesNotFindOrTruncateAForeignAddress) {
     const auto line = [](uintptr_t number) {
         // An address that no object has. NOLINTNEXTLINE(performance-no-int-to-ptr)
         void* const address = reinterpret_cast<void*>(number);

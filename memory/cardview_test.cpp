@@ -127,7 +127,7 @@ TEST_F(CardViews, WordsAreReadWithoutTouchingTheObject) {
     close(fd);
 }
 
-TEST_F(CardViews, TheMailboxGetsItsPageOrAReason) {
+TEST_F(CardViews, AllocatesTheMailboxPageOrReturnsAReason) {
     EXPECT_EQ(AllocateMailboxPage(), "") << "there is no object";
     EXPECT_NE(access(PATH, F_OK), 0);
     makeObject(REGION_SIZE);

@@ -70,7 +70,7 @@ TEST(FDBufferThread, StopsWithAndWithoutAnEndOfTheStream) {
     EXPECT_EQ(CountDescriptors(), descriptors);
 }
 
-TEST(FDBufferThread, LogsWhatFailed) {
+TEST(FDBufferThread, LogsFailures) {
     const struct {
         const char* line;
         std::function<void(FDBufferThread&)> body;

@@ -92,7 +92,7 @@ TEST(InterruptThread, EndsByTheFirstEventOrByStop) {
     }
 }
 
-TEST(InterruptThread, AStopCountsBeforeAMark) {
+TEST(InterruptThread, StopTakesPrecedenceOverAMark) {
     std::atomic<int> writes{0};
     testsupport::HookWrites([&](int fd, const void* bytes, size_t count) {
         const ssize_t written = testsupport::CallWrite(fd, bytes, count);

@@ -149,7 +149,7 @@ TEST(ThreadRegistrar, ForkedChildOfACriticalThreadCanLog) {
     EXPECT_THAT(result.out,
                 testing::ContainsRegex("S: CRITICAL T: p:[0-9]+ \"from the child\" at"));
     EXPECT_THAT(result.out, testing::Not(HasSubstr("filtered")));
-    // Unregistering takes the lock of the names, which stops a critical thread.
+    // Unregistering takes the lock of the names, which stops the process of a critical thread.
     EXPECT_THAT(result.out, HasSubstr("ASSERT_BLOCKABLE_THREAD Failed"));
     EXPECT_THAT(result.out, HasSubstr("child ended by signal " + std::to_string(SIGABRT)));
 }

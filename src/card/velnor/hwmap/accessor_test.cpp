@@ -1,4 +1,5 @@
-// A design over the test's accessor, which needs the generated sources: the library has none.
+// A design over the test's own accessor. It needs the generated sources, because the library has
+// the classes for VolatileAccessor only.
 
 #include <gtest/gtest.h>
 

@@ -68,7 +68,7 @@ std::string MovedCatalogue() {
     return moved.replace(moved.find("[3:0]"), 5, "[4:1]");
 }
 
-TEST(Emitter, RepeatsItselfAndNamesNoFolder) {
+TEST(Emitter, IsReproducibleAndNamesNoFolder) {
     const std::vector<GeneratedFile> files = Emit(CATALOGUE);
     EXPECT_THAT(Changed(files, Emit(CATALOGUE)), IsEmpty());
     for (const GeneratedFile& file : files) {
