@@ -23,7 +23,7 @@
  * borrow the accessor and the region, which must outlive them.
  *
  * Generated classes add a method for each field, named by a hardware table. The methods here must
- * stay clear of such names (`size`, `mask` and `base` are taken); the generator refuses a clash.
+ * not have such names (the tables use `size`, `mask` and `base`); the generator refuses a clash.
  */
 
 /** Makes each access as one aligned volatile load or store of the whole word. */

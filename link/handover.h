@@ -12,9 +12,9 @@
 constexpr time_t SEND_LIMIT_SECONDS = 2;
 
 /**
- * Polls a flag without pausing until it holds `wanted`. The time is up when the difference of the
- * whole seconds is greater than `limit`, in seconds. When the time is up, the flag is read one
- * last time, and a match on that read is too late.
+ * Polls a flag without pausing. Returns true when it holds `wanted`, and false after a timeout:
+ * when more than `limit` whole seconds of the wall clock have passed, the flag is read one last
+ * time, and a match on that read is too late.
  */
 template <typename Comms>
 bool WaitForFlag(Comms& comms, unsigned int address, unsigned char wanted, time_t limit) {
@@ -29,7 +29,7 @@ bool WaitForFlag(Comms& comms, unsigned int address, unsigned char wanted, time_
     }
 }
 
-/** One byte; see RouterCommWriter for the failures. */
+/** Hands over one byte; RouterCommWriter describes the failures. */
 template <typename Comms>
 [[nodiscard]] bool HandOverByte(Comms& comms, unsigned char byte) {
     if (comms.readAddress(MAILBOX_TX_STATE) == STATE_REQUESTED) {
@@ -47,7 +47,7 @@ template <typename Comms>
     return true;
 }
 
-/** `count` bytes, up to the first that fails. */
+/** Hands over `count` bytes, up to the first that fails. */
 template <typename Comms>
 [[nodiscard]] bool HandOver(Comms& comms, const unsigned char* bytes, unsigned int count) {
     for (unsigned int i = 0; i < count; ++i) {

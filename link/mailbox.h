@@ -3,8 +3,8 @@
 #include <cstddef>
 
 /**
- * The mailbox between the host and the controller: its place, the addresses of its bytes, and the
- * values that the two sides write to each other. Both ends of the link share this header and
+ * The mailbox between the host and the controller: its location, the addresses of its bytes, and
+ * the values that the two sides write to each other. Both ends of the link share this header and
  * nothing else.
  */
 
@@ -31,7 +31,8 @@ constexpr unsigned int MAILBOX_REVISION_LOW = 16;
 constexpr unsigned int MAILBOX_REVISION_HIGH = 17;
 
 /**
- * The flag of a data byte: the sender sets it after the byte, the receiver after taking the byte.
+ * The flag of a data byte: the sender sets it to OFFERED after writing the byte, the receiver to
+ * TAKEN after reading it.
  */
 constexpr unsigned char RX_BYTE_OFFERED = 243;
 constexpr unsigned char RX_BYTE_TAKEN = 63;

@@ -19,8 +19,8 @@ class RouterCommsInterface {
 };
 
 /**
- * What a mailbox offers beside the interface if it can hand over bytes without a virtual call for
- * each access. Accesses, their order and the result are those of RouterCommWriter::sendBytes.
+ * A second interface of a mailbox that can hand over bytes without a virtual call for each access.
+ * The accesses, their order and the result are those of RouterCommWriter::sendBytes.
  */
 class DirectHandOver {
   public:
@@ -34,17 +34,19 @@ class DirectHandOver {
 void ResetMailbox(RouterCommsInterface& comms);
 
 /**
- * The direction from the host to the controller. It borrows the interface, one thread at a time.
+ * Sends bytes and messages from the host to the controller. Borrows the interface, and belongs to
+ * one thread at a time.
  *
  * False has two causes:
  * - The mailbox was not up. This is found at once, and no byte is written.
  * - The controller did not take a byte for more than two seconds. The mailbox is reset, and both
  *   directions are down.
  *
- * Nothing on the wire marks an incomplete sequence. Nothing is logged: the caller words the
+ * Nothing on the wire marks an incomplete sequence. Nothing is logged: the caller reports the
  * failure.
  *
- * Times are whole seconds of the wall clock, so each byte has its own wait of 2 to 3 seconds.
+ * The limit applies to each byte. Only whole seconds of the wall clock count, so a timeout comes
+ * after 2 to 3 seconds.
  */
 class RouterCommWriter {
   public:
@@ -58,7 +60,8 @@ class RouterCommWriter {
     [[nodiscard]] bool send(const YAMPMessage& message);
 
     /**
-     * Sends `count` bytes, up to the first that fails. A null pointer sends nothing and is true.
+     * Sends `count` bytes, up to the first that fails. For a null pointer, sends nothing and
+     * returns true.
      */
     [[nodiscard]] bool sendBytes(const void* bytes, unsigned int count);
     [[nodiscard]] bool sendByte(unsigned char byte);
@@ -71,7 +74,8 @@ class RouterCommWriter {
 };
 
 /**
- * The direction from the controller to the host. It borrows the interface, one thread at a time.
+ * Receives bytes and messages from the controller. Borrows the interface, and belongs to one thread
+ * at a time.
  *
  * A failure has two causes:
  * - The direction was not up. This is found at once, and nothing is written.
@@ -88,7 +92,7 @@ class RouterCommReader {
     RouterCommReader(const RouterCommReader&) = delete;
     RouterCommReader& operator=(const RouterCommReader&) = delete;
 
-    /** Requests the direction if it is off. */
+    /** Requests the direction if its state is STATE_ABSENT. */
     void enable();
 
     /**
@@ -101,7 +105,7 @@ class RouterCommReader {
      */
     std::unique_ptr<SmartBufferReader> readMessage(RefPtr<RefBuffer>& buffer, uint16_t& id);
 
-    /** True if exactly `count` bytes were read; at most `capacity` are. Null is false. */
+    /** Reads at most `capacity` bytes. True if it read `count`; false for a null pointer. */
     [[nodiscard]] bool readBytes(void* bytes, unsigned int capacity, unsigned int count);
     /** `byte` is set only when the result is true. */
     [[nodiscard]] bool readByte(unsigned char* byte);

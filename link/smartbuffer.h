@@ -9,7 +9,7 @@
 #include "logger/assertion.h"
 
 /**
- * Smart buffers: cursors over a byte array of the caller's, with typed, bounds-checked,
+ * Smart buffers: cursors over the caller's byte array, with typed, bounds-checked,
  * machine-independent access.
  *
  * Numbers are high byte first; a long is always 8 bytes. Consecutive bools share a byte, from the
@@ -381,7 +381,8 @@ WriteableSmartBuffer& operator<<(WriteableSmartBuffer& buffer, const std::vector
 }
 
 /**
- * The same bytes and the same result, but copied in one piece if they fit: a page is such a vector.
+ * Writes the same bytes as the template, but in one piece if they fit, because a page is such a
+ * vector.
  */
 inline WriteableSmartBuffer& operator<<(WriteableSmartBuffer& buffer,
                                         const std::vector<char>& bytes) {

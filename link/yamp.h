@@ -57,7 +57,8 @@ class TolmiraMessageT : public YAMPMessage {
 
 /**
  * Builds the frame of `message` in `buffer` and stores its total length, in bytes, in `packedSize`.
- * Returns 0, or -1 if the buffer is too small; `packedSize` is unchanged if the body didn't fit.
+ * Returns 0, or -1, with `packedSize` unchanged, if the buffer is null or too small, or the message
+ * can't be packed.
  */
 [[nodiscard]] int YAMPPack(void* buffer, unsigned int bufferSize, const YAMPMessage& message,
                            unsigned int* packedSize);

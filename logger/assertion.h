@@ -23,8 +23,8 @@
  * again. An expression with side effects, such as taking a lock, is therefore repeated. If it
  * succeeds the second time, the run continues. Both evaluations see the same errno.
  *
- * The report shows the expression with its macros expanded: NULL shows as __null. For that the
- * expression passes through ASSERTION_TEXT before it is made a string.
+ * The report shows the expression with its macros expanded, such as __null for NULL, because the
+ * expression passes through ASSERTION_TEXT before it becomes a string.
  */
 #define ASSERT(...)                                                                    \
     do {                                                                               \
@@ -44,7 +44,7 @@
 #define ASSERT_MESSAGE(message) STOP_WITH_REPORT(#message)
 
 /**
- * Logs `text` as the failed assertion and stops on the expression "false", without a second test.
+ * Logs `text` as the failed assertion and stops on the expression "false". Evaluates nothing.
  */
 #define STOP_WITH_REPORT(text)                                                   \
     do {                                                                         \

@@ -9,10 +9,10 @@
  */
 
 /**
- * "Address: 0x…, Symbol: 0x…" with the line of the symbol file, or NOT FOUND. An address of more
- * than 32 bits, such as one in a shared library, is never found.
+ * Logs "Address: 0x…, Symbol: 0x…" with the line of the symbol file, or NOT FOUND in its place. An
+ * address of more than 32 bits, such as one in a shared library, is never found.
  */
 void LogSymbol(void* address, e_LogSeverity severity);
 
-/** A banner, then a line for each caller, nearest first, at most 99. */
+/** Logs a banner, then a line for each caller, nearest first, at most 99. */
 void LogBacktrace(e_LogSeverity severity);

@@ -32,8 +32,9 @@ const char* SeverityName(int severity);
  *
  *     C: 042 S: NOTICE T: p:777 "message" at file:line.
  *
- * The counter is for the lines of this function alone, modulo 1000. A message is cut at 1023 bytes;
- * a newline at its end stays inside the quotes. A severity outside 0 to 8 counts as DEBUG. A
+ * The counter counts only the lines of this function, modulo 1000. The thread is left out if
+ * LoggerConfig says so, and a CRASH line ends after the quotes. A message is cut at 1023 bytes; a
+ * newline at its end stays inside the quotes. A severity outside 0 to 8 counts as DEBUG. A
  * suppressed line allocates nothing. Any thread may call it; errno is preserved.
  */
 void LogMessage(int severity, const char* function, const char* file, unsigned line,

@@ -25,10 +25,12 @@ class LoggerConfig {
     /** The same for time-critical threads, unless all threads log alike. */
     void setTimeCritMinLogSeverity(int severity);
     void setAllThreadLogging(bool on);
+    /** Whether a line shows its thread. */
     void setPrintLogThreadId(bool on);
     /** Stored only: the sink is always standard output. */
     void setPrintToStdOut(bool on);
 
+    /** NOTICE, CRITICAL for time-critical threads, the thread shown, everything else off. */
     void resetToDefaults();
     /**
      * Takes the settings from the default section: ALL_THREAD_LOGGING, MIN_LOG_SEVERITY,

@@ -25,9 +25,9 @@ void LockAsHost(int fd);
 [[nodiscard]] bool LockAsController(int fd);
 
 /**
- * The id of a process that holds the host's or the controller's lock, or 0 if it belongs to another
- * pid namespace. No value if no other process holds it: a process doesn't see its own lock. `fd`
- * need only be open for reading.
+ * The id of a process that holds the host's or the controller's lock, or 0 if the kernel can't name
+ * it, as for a process in another pid namespace. No value if no other process holds it: a process
+ * doesn't see its own lock. `fd` need only be open for reading.
  */
 std::optional<pid_t> HostOf(int fd);
 std::optional<pid_t> ControllerOf(int fd);

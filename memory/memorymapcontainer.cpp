@@ -78,7 +78,7 @@ MemoryMap* MemoryMapContainer::createMemoryMap(e_MemoryMapType type, size_t size
         return &map;
     }
     const AutoLockT<Mutex> lock(i_mutex);
-    // Another thread may have made it while this one waited for the lock.
+    // Another thread may have created it while this one waited for the lock.
     return map.getAddress() != nullptr ? &map : openMap(type, size);
 }
 

@@ -111,9 +111,9 @@ class MemoryMap {
  * host's lock on it (memory/hostlock.h). It doesn't if the object can't be locked or if the process
  * closes another descriptor of it.
  *
- * Any thread that may block can create maps; a time-critical thread that tries is stopped. The
- * pointers handed out stay valid as long as the container exists. Its destructor, which unmaps and
- * closes, must not run at the same time as any other call.
+ * Any thread that may block can create maps; if a time-critical thread tries, the process stops.
+ * The pointers handed out stay valid as long as the container exists. Its destructor, which unmaps
+ * and closes, must not run at the same time as any other call.
  */
 class MemoryMapContainer {
   public:
@@ -132,7 +132,7 @@ class MemoryMapContainer {
 
     /** The map if it is created, else null. Takes no lock. */
     [[nodiscard]] MemoryMap* getMemoryMap(e_MemoryMapType type);
-    /** The map, which must be created. Takes no lock. */
+    /** The map. If it isn't created, the process stops. Takes no lock. */
     MemoryMap& getMemoryMapReference(e_MemoryMapType type);
 
   private:

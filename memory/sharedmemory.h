@@ -14,9 +14,9 @@ class SharedMemory {
     virtual ~SharedMemory() = default;
 
     /**
-     * Opens the object, creates it if it doesn't exist, and sets its size to the stored one. A new
-     * object reads as zeroes; an existing one keeps its contents. Returns the descriptor, or -1
-     * with errno set and the failure logged.
+     * Opens the object, creates it if it doesn't exist, and sets its size. A new object reads as
+     * zeroes; an existing one keeps its contents. Returns the descriptor, or -1 with errno set and
+     * the failure logged.
      */
     [[nodiscard]] int createFd();
 

@@ -19,8 +19,8 @@ inline const std::string defaultSection = "default";
  *
  * Lines are trimmed. A key line is split at its first "=", and both parts are trimmed again; the
  * name of a section is not trimmed. Of two lines with the same key the later one counts. A line
- * that is neither a header nor a key line is skipped, and so is a last line without a newline. No
- * contents are an error.
+ * that is neither a header nor a key line is skipped, and so is a last line without a newline.
+ * Any contents are accepted.
  *
  * A section exists only while it holds a key. An instance belongs to one thread at a time.
  */

@@ -14,7 +14,7 @@ void CpuRateFromConfiguration(const Configuration& configuration) {
     uint32_t rate = DEFAULT_CPU_RATE;
     std::istringstream stream;
     if (configuration.getValue(defaultSection, "CPU_RATE", stream) == 0) {
-        // Read as 32 bits: a larger number becomes the largest; truncated it could be 0.
+        // A larger number becomes the largest 32-bit number. Truncated, it could become 0.
         stream >> rate;
     }
     Clock::instance().setRate(rate);

@@ -5,8 +5,8 @@
 
 /**
  * The frame's storage layout: X(constant, text). Relative paths start at the working directory; the
- * three storage roots are next to it. A text that begins with a slash is meant to be appended to a
- * directory.
+ * three storage roots are next to it. A text that begins with a slash is appended to a directory,
+ * except for the directories in /tmp, which are absolute paths.
  *
  * The constants are built before main, in this order, by one source unit. A row may use the rows
  * above it; another unit must not use them before main.
@@ -76,9 +76,9 @@ enum e_StorageLocation : int {
 #undef STORAGE_LOCATION_ENUMERATOR
 };
 
-/** An unknown word is the internal location; upper case matters. */
+/** Returns the internal location for an unknown word. Case-sensitive. */
 e_StorageLocation storageLocationFromString(const std::string& word);
-/** A value outside the enumeration is "internal". */
+/** Returns "internal" for a value outside the enumeration. */
 std::string storageLocationToString(e_StorageLocation location);
 
 /**
@@ -116,7 +116,7 @@ bool pathExists(const std::string& path);
 [[nodiscard]] int copyFilesToOrFromUSB(const std::string& from, const std::string& to,
                                        const std::string& filepattern);
 
-/** Packs the log files below /tmp into an archive on the USB stick, and replaces an earlier one. */
+/** Packs the log files in /tmp into an archive on the USB stick, which replaces an earlier one. */
 [[nodiscard]] int copyLogs();
 /** As above. e_Error_NotFound without a USB stick. */
 [[nodiscard]] int copyLogsToUSB();

@@ -6,8 +6,8 @@
 #include "platform/optionkeys.h"
 #include "platform/options.h"
 
-// Apart from the rest of Options: creating a directory needs the slave, and programs that only read
-// the options do without it.
+// Separate from the rest of Options: creating a directory needs the slave, and programs that only
+// read the options do without it.
 
 namespace {
 

@@ -44,7 +44,10 @@ size_t GetMaxNumMEs(e_VelnorType hardwarePlatform);
 size_t GetDefaultNumInputs(e_VelnorType hardwarePlatform);
 size_t GetMaxNumInputs(e_VelnorType hardwarePlatform);
 
-/** Changes 16 inputs to 18 on platforms that have 18. Any other count stays. */
+/**
+ * Changes 16 inputs to 18 on platforms that have 18. Any other count stays. Asserts that the number
+ * is a platform.
+ */
 size_t AdjustNumInputs(e_VelnorType hardwarePlatform, size_t numInputs);
 
 /**

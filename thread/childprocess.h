@@ -6,13 +6,14 @@
  */
 
 /**
- * Gives every signal its default action and blocks none: ignored signals and the mask survive exec.
+ * Gives every signal its default action and unblocks all of them, because ignored signals and the
+ * mask survive exec.
  */
 void ResetSignals();
 /** Keeps the descriptor open across exec. */
 void KeepOnExec(int fd);
 /**
- * Ends a child whose exec failed, with the exit value that a shell uses for that. Neither flushes
- * the parent's buffered output a second time nor runs its destructors.
+ * Ends a child whose exec failed with the exit value 127, as a shell does. Neither flushes the
+ * parent's buffered output a second time nor runs its destructors.
  */
 [[noreturn]] void EndFailedExec();

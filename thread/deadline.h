@@ -10,5 +10,5 @@
  */
 [[nodiscard]] bool IsValidTimeout(const timeval& timeout);
 
-/** The moment `timeout` from now, on the real-time clock, which the timed waits use. */
+/** The time `timeout`, a valid one, from now, on the real-time clock, which the timed waits use. */
 timespec DeadlineAfter(const timeval& timeout);

@@ -40,6 +40,7 @@ class FDBufferThread : public Runnable {
     [[nodiscard]] int join(void** result);
     bool isCreated() const;
 
+    /** Copies of everything read so far. */
     std::string getText();
     std::list<char> getBytes();
 

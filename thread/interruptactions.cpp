@@ -24,7 +24,7 @@ void InterruptProcess::endGroup() const {
     signalGroup(SIGKILL);
 }
 
-/** kill with the negative of a number below 2 would signal far more than one group. */
+/** For 1, 0 and -1, kill would signal every process, this process's own group, or init. */
 void InterruptProcess::signalGroup(int signal) const {
     if (i_process >= 2) {
         kill(-i_process, signal);

@@ -5,7 +5,7 @@
 #include "thread/interruptthread.h"
 
 /**
- * Ends a command's process group: SIGTERM, and a second later SIGKILL. Interrupt and time-out do
+ * Ends a command's process group: SIGTERM, and a second later SIGKILL. Interrupt and timeout do
  * the same.
  */
 class InterruptProcess : public InterruptAction {
@@ -24,7 +24,7 @@ class InterruptProcess : public InterruptAction {
     pid_t i_process = -1;
 };
 
-/** Forwards an interrupt or a time-out: writes its mark to the borrowed end of the command pipe. */
+/** Forwards an interrupt or a timeout: writes its mark to the borrowed end of the command pipe. */
 class InterruptForwarder : public InterruptAction {
   public:
     explicit InterruptForwarder(int writeFd) : i_writeFd(writeFd) {}

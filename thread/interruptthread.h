@@ -16,7 +16,7 @@
 inline constexpr unsigned char INTERRUPT_MARK = 0xFF;
 inline constexpr unsigned char TIMEOUT_MARK = 0xFE;
 
-/** The actions on an interrupt and on a time-out, called on the InterruptThread. */
+/** The actions on an interrupt and on a timeout, called on the InterruptThread. */
 class InterruptAction {
   public:
     virtual ~InterruptAction() = default;
@@ -31,20 +31,20 @@ class Interrupter {
     /** The command has ended. Called on the thread that waits for it. */
     virtual void commandFinished() = 0;
     /**
-     * Between attach and detach, one byte written to `fd`, InterruptMark or TimeoutMark, ends the
-     * command. Both are called on the InterruptThread, which owns the descriptor. If it can't
-     * create one, only detach is called, with -1.
+     * Writing INTERRUPT_MARK or TIMEOUT_MARK to `fd` between attach and detach ends the command.
+     * The InterruptThread calls both functions and owns the descriptor. If it can't create one, it
+     * calls only detach, with -1.
      */
     virtual void attachInterruptFd(int fd) = 0;
     virtual void detachInterruptFd(int fd) = 0;
 };
 
 /**
- * Waits, during one command, for a mark or a time-out, then calls the action once and ends. The
+ * Waits, during one command, for a mark or a timeout, then calls the action once and ends. The
  * action, the interrupter and the descriptor of the second constructor are borrowed and must
  * outlive it. One thread starts, stops and destroys it; destroying it stops it.
  *
- *     built --start--> waiting --stop, mark or time-out--> ended --stop--> joined
+ *     built --start--> waiting --stop, mark or timeout--> ended --stop--> joined
  */
 class InterruptThread : public Runnable {
   public:
@@ -66,7 +66,10 @@ class InterruptThread : public Runnable {
     [[nodiscard]] int stop();
     bool isCreated() const;
 
-    /** The result, 0, -1 or e_Error_Timeout, and its text. Valid when the thread is joined. */
+    /**
+     * The result and its text: 0 and no text if `stop` came first, else -1 or e_Error_Timeout.
+     * Valid when the thread is joined.
+     */
     int rc() const { return i_rc; }
     const std::string& message() const { return i_message; }
 

@@ -17,7 +17,8 @@ void CloseEnd(int& fd) {
 }
 
 /**
- * Moves the descriptor above the standard ones. On failure returns -1 with errno set, and keeps it.
+ * Moves the descriptor above the standard ones. On failure returns -1 with errno set, and leaves
+ * the descriptor open.
  */
 int Raise(int& fd) {
     if (fd > STDERR_FILENO) {

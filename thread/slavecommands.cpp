@@ -23,7 +23,7 @@ bool Succeeds(const char* step, int error) {
     return error == 0;
 }
 
-/** Skips marks before the echo: they arrived too late. */
+/** Skips the marks before the echo: they came too late for the command. */
 int ReadEcho(int fd) {
     unsigned char byte = 0;
     int error = 0;

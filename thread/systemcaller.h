@@ -31,14 +31,15 @@ class SystemCaller {
     /** The result of a command. */
     struct RC {
         /**
-         * 0, or a failure of the machinery: -1, also for an interrupted command, e_Error_Timeout,
-         * or e_Error_NotInitialized.
+         * 0, e_Error_Timeout, e_Error_NotInitialized, or -1 for an interrupted command and any
+         * other failure of the call.
          */
         int localRC = 0;
         /** The status as waitpid returns it: the exit value 3 is 768. */
         int commandRC = 0;
+        /** The command's standard output. */
         std::string stdout;
-        /** The command's output or, with a localRC, the description of that failure. */
+        /** The command's standard error or, if localRC isn't 0, the description of that failure. */
         std::string stderr;
     };
 
@@ -50,8 +51,8 @@ class SystemCaller {
 
     /**
      * Starts the slave, in place of a running one. It is the program syscallslave in the directory
-     * part of `path`; without a slash it is searched in PATH. If the slave can't start, the first
-     * command fails.
+     * part of `path`; without a slash it is searched for in PATH. If the slave can't start, the
+     * first command fails.
      */
     void initialize(const std::string& path);
     /** Ends the slave, which takes a second. */
@@ -64,7 +65,10 @@ class SystemCaller {
      */
     [[nodiscard]] RC exec(const std::string& command, Interrupter* interrupter,
                           const timeval* timeout);
-    /** These return localRC or, if that is 0, commandRC, and log what isn't 0. */
+    /**
+     * These return localRC or, if that is 0, commandRC; a result other than 0 is logged. `seconds`
+     * limits each run of the command.
+     */
     [[nodiscard]] int execLogged(const std::string& command);
     [[nodiscard]] int execTimed(const std::string& command, int seconds, Interrupter* interrupter);
     /**

@@ -3,8 +3,8 @@
 #include "link/routercomms.h"
 
 /**
- * Waits about a minute for the controller: 60 polls, and after each that fails a log line and a
- * second's sleep. False if it never appears.
+ * Waits about a minute for the controller: polls up to 60 times, and after each failed poll logs a
+ * line and sleeps for a second. False if the controller never appears.
  */
 [[nodiscard]] bool WaitForController(RouterCommWriter& writer);
 

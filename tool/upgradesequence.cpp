@@ -10,7 +10,7 @@
 
 namespace {
 
-/** The facts in the header and at the end of an image. */
+/** What the transfer needs to know about an image. */
 struct ImageFacts {
     long payloadSize;  // bytes, the checksum included
     uint16_t checksum;

@@ -3,8 +3,8 @@
 #include <string>
 
 /**
- * The build's version record. The tool leaves a controller alone if it reports this revision, which
- * therefore stays below 65536.
+ * The build's version record. Without -f, the tool leaves a controller alone that reports this
+ * revision. A controller reports 16 bits, so the revision must stay below 65536.
  */
 class VersionInfo {
   public:

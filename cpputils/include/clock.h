@@ -10,8 +10,8 @@
  * The rate is set once, at start-up on the main thread, and only read afterwards, so nothing is
  * locked. Until it is set, it is 0 and every conversion yields 0. Reading the time needs no rate.
  *
- * Ticks and microseconds are unsigned and wrap at the width of the argument: 32-bit ticks last 6.4
- * seconds at 666 ticks per microsecond.
+ * Ticks and microseconds are unsigned and wrap at the width of the argument: at 666 ticks per
+ * microsecond, 32-bit ticks wrap after 6.4 seconds.
  */
 class Clock {
   public:

@@ -108,6 +108,7 @@ class serializer {
 
     virtual ~serializer() = default;
     virtual std::string class_name() const = 0;
+    /** The name of the library's lexer for the format. */
     virtual std::string lexer_name() const = 0;
     /** The first line of its output, which identifies the format. */
     virtual std::string magic_cookie() const = 0;

@@ -3,7 +3,7 @@
 #include "logger/assertion.h"
 #include "thread/threadregistrar.h"
 
-// Inline as far as the registrar's one flag: each mailbox access asks first.
+// Inline up to the load of the registrar's flag, because each mailbox access checks it.
 
 /** True for a thread that holds a FieldMain slot of the ThreadRegistrar. Lock-free. */
 [[gnu::always_inline]] inline bool IsCurrentThreadCritical() {
@@ -11,8 +11,8 @@
 }
 
 /**
- * Stops the process if the calling thread is a time-critical one. Every operation that may sleep
- * calls it first, and it stops the process even if the operation would not sleep this time.
+ * Stops the process if the calling thread is time-critical. Every operation that may sleep calls it
+ * first, so it stops the process even if the operation would not have slept this time.
  */
 #define ASSERT_BLOCKABLE_THREAD()                               \
     do {                                                        \

@@ -13,8 +13,8 @@
 
 /**
  * The mailbox over the register map `HWAltera`: the byte at an address is the low byte of the word
- * at that offset of the memory shelf_status_spi_values. Bit 8 of the word is cleared by a write and
- * dropped by a read; the bits above it stay as they are.
+ * at that offset of the memory shelf_status_spi_values. A write clears bit 8 of the word and keeps
+ * the bits above it; a read drops them all.
  *
  * Each call holds the mutex for its whole length, so it is atomic against other threads of this
  * process, but not against the far side, which can change a word between the load and the store of
@@ -49,15 +49,15 @@ class TolmiraComms final : public RouterCommsInterface {
                                      .shelf_status_spi_values()
                                      .value());
 
-    // The walk gives the same object each time, so it is made once.
+    // The walk through the map gives the same object each time, so it is done once.
     MailboxByte i_mailboxByte GUARDED_BY(i_mutex);
     Mutex i_mutex;
 };
 
 /**
  * The mailbox that the tool creates: a register map over the mapped region and the binding to it.
- * The region, which it borrows, has to stay mapped for as long as the mailbox is used; its
- * construction and destruction don't touch it.
+ * The region, which it borrows, must stay mapped for as long as the mailbox is used. Constructing
+ * and destroying the mailbox doesn't touch the region.
  */
 template <typename HWAltera>
 class TolmiraUpgradeComms final : public RouterCommsInterface, public DirectHandOver {
@@ -65,7 +65,7 @@ class TolmiraUpgradeComms final : public RouterCommsInterface, public DirectHand
     explicit TolmiraUpgradeComms(void* base)
         : i_design(VolatileAccessor(), base), i_comms(&i_design) {}
 
-    // Inline by order, here and in TolmiraComms: `handOver` consists of these accesses.
+    // Forced inline, here and in TolmiraComms: `handOver` consists of these accesses.
     [[gnu::always_inline]] unsigned char readAddress(unsigned int address) override {
         return i_comms.readAddress(address);
     }

@@ -5,7 +5,7 @@
 
 /**
  * The hardware tables' descriptions of groups, registers, memories and fields: texts, access rules
- * and reset values. They are apart from the designs, so that programs that use a design neither
+ * and reset values. They are separate from the designs, so that programs that use a design neither
  * compile nor link them.
  */
 namespace hwmap {

@@ -19,7 +19,7 @@ constexpr std::uint32_t WORD_BITS = 32;
  */
 constexpr std::uint64_t MAX_ELEMENTS = 65536;
 
-/** Words of the language, and names that the standard headers define as macros. */
+/** Words of the language, and names that headers define as macros. */
 const std::set<std::string> RESERVED_WORDS = {
     "alignas",       "alignof",     "and",       "and_eq",    "asm",          "assert",
     "auto",          "bitand",      "bitor",     "bool",      "break",        "case",

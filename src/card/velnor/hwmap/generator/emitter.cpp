@@ -257,7 +257,7 @@ void DesignClass(const DesignModel& design, Source& out) {
         DomainClass(domain, out);
     }
     out.line(
-        "/** Borrows the region at `base` and touches nothing in it; uses its own accessor. */");
+        "/** Borrows the region and doesn't access it. Ignores `accessor` and makes its own. */");
     out.line("$1(A accessor, void* base);", {design.className});
     NotCopyable(design.className, out);
     for (const TableDomain& domain : design.map->domains) {
@@ -419,8 +419,8 @@ std::string LeanHeader(const DesignModel& design) {
     Source out;
     OpenHeader(
         design, out,
-        "// The design with the groups marked inline alone, which is what the mailbox needs;\n"
-        "// the others are only declared. All of them: $1.h.");
+        "// The design with only the groups marked inline, which the mailbox needs; the others\n"
+        "// are declared. $1.h has all of them.");
     out.plain("#include <cstddef>");
     out.plain("#include <cstdint>");
     out.plain("");
@@ -442,8 +442,8 @@ std::string LeanHeader(const DesignModel& design) {
 std::string DesignHeader(const DesignModel& design) {
     Source out;
     OpenHeader(design, out,
-               "// The whole design, every group navigable. $1_lean.h has the\n"
-               "// groups marked inline alone and compiles faster.");
+               "// The whole design, every group navigable. $1_lean.h has\n"
+               "// only the groups marked inline, and compiles faster.");
     for (std::size_t unit = 0; unit < design.units.size(); ++unit) {
         Include(UnitName(design, unit) + ".h", out);
     }

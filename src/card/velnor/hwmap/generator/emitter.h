@@ -20,7 +20,7 @@ struct GeneratedFile {
  *   STEM_lean.h        the design and its domains, but only the groups marked inline; the
  *                      others are declared. It compiles faster.
  *   STEM_domains.cpp   construction and teardown of design and domains
- *   STEM_1.h, _1.cpp   classes, and their construction and teardown, of a part of the groups;
+ *   STEM_1.h, _1.cpp   the classes of some of the groups, their construction and teardown; and
  *                      so on up to `units`
  *   STEM_walk.h, .cpp  the walk over the constructed objects
  *

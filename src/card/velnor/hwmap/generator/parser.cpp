@@ -208,7 +208,7 @@ bool ParseMeaning(Row& row, TableField& field) {
     return true;
 }
 
-/** name[hi:lo] or name[bit], then xN+S if it repeats, then the access and the reset value */
+/** name[hi:lo] or name[bit], then xN+S if it repeats, then the access and the reset value. */
 bool ParseField(Row& row, TableField& field) {
     const std::string word = row.take();
     const std::size_t open = word.find('[');

@@ -47,7 +47,7 @@ struct TableField {
     /** The reset value of each element, right-aligned; no value if the data sheet does not say. */
     std::optional<std::uint32_t> reset;
 
-    /** The width of the field in low-order ones. */
+    /** As many low-order ones as the field has bits. */
     std::uint32_t mask() const { return 0xffffffffU >> (31U - (high - low)); }
 };
 
