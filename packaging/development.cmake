@@ -66,7 +66,7 @@ install(DIRECTORY ${PROJECT_BINARY_DIR}/api/html
   DESTINATION share/doc/libtolmira-frame-dev COMPONENT frame_dev OPTIONAL)
 debian_package(frame_dev libtolmira-frame-dev libdevel
   DESCRIPTION
-    "framework of a video switcher frame's programs (development files)"
+    "framework for a video switcher frame's programs (development files)"
     "Configuration, logging, locks, threads, shell commands through a slave"
     "process, mapped card memory and typed register access: headers, static"
     "libraries, the CMake package TolmiraFrame and a pkg-config file."
