@@ -28,7 +28,7 @@ def add_frame(fleet, name, programs):
     for program in ("tolmira_controller", "tolmira_run", "tolmira_status"):
         shutil.copy(programs / program, inside)
     tool = inside / "tolmira_upgrade"
-    # All frames see the same file of the repository.
+    # The lock is on tfi_make, a file that all frames share.
     tool.write_text(f'#!/bin/sh\nexec flock --no-fork {programs}/tfi_make {programs}/tolmira_upgrade "$@"\n')
     tool.chmod(0o755)
 

@@ -217,7 +217,7 @@ class Test:
         with ThreadPoolExecutor() as pool:
             killed = pool.submit(self.kill_runner_in_mid_transfer)
             held = pool.submit(self.hold_lock, "page_fails", runs=1)
-            # Four of the first six frames fail, so the seventh one is a batch of its own.
+            # Four of the first six frames fail, fewer than the limit, so the second batch follows.
             changes = self.play(2, tolmira_rollout_serial=[6, "100%"], tolmira_rollout_max_fail_percentage=70)
         killed.result()
         pause = self.time_of_report("page_fails") - held.result()
