@@ -94,7 +94,7 @@ TEST_F(CompanionsTest, ReportFailuresWithARemedy) {
     EXPECT_THAT(controller.err, StartsWith("tolmira_controller: shared memory /no/such: cannot"));
 }
 
-TEST_F(CompanionsTest, EndWithOnceWhenTheHostIsDone) {
+TEST_F(CompanionsTest, EndAfterTheHostWithOnce) {
     writeImage(testsupport::Payload(300));
     testsupport::Process controller(TOLMIRA_CONTROLLER,
                                     {"--once", "--trace", "--json", "--idle-timeout", "100"},

@@ -100,7 +100,7 @@ std::vector<Entry> ExpectedEntries(const std::string& output) {
 
 const Arguments TO_JOURNAL = {"--journal", "-f", "image", "configuration"};
 
-TEST_F(JournalTest, GetsEachReportOnceAndTheTerminalNone) {
+TEST_F(JournalTest, GetsEachLineOnceInsteadOfTheTerminal) {
     writeImage(Payload(600));
     Controller controller(i_directory, {"--faults", "result=1@1.1"});
     const ProcessResult plain = runProgram(TOLMIRA_RUN, TO_JOURNAL);

@@ -201,7 +201,7 @@ TEST_F(SupervisedRunTest, LeavesTheOutputUnchanged) {
     EXPECT_EQ(read("value"), "0\n");
 }
 
-// 256 pages and more have a log that fills any pipe.
+// The log of 2000 pages is larger than a pipe's buffer.
 TEST_F(SupervisedRunTest, DoesNotWaitForAReaderOfTheLog) {
     writeImage(Payload(size_t{256} * 2000));
     Controller controller(i_directory);
@@ -217,7 +217,7 @@ TEST_F(SupervisedRunTest, DoesNotWaitForAReaderOfTheLog) {
     EXPECT_THAT(reader.wait().out, HasSubstr("Page 1999 sent successfully\n"));
 }
 
-/** Whether an upgrade has succeeded, and has left the mailbox in order. */
+/** Expects an upgrade that succeeded and left the mailbox in order. */
 void ExpectUpgraded(const json& answer, const Region& region) {
     ExpectMembers(answer, {{"cause", "upgraded"}, {"exit_value", 0}});
     EXPECT_EQ(region.byte(MAILBOX_RX_STATE), STATE_ABSENT);
@@ -388,7 +388,8 @@ TEST_F(SupervisedRunTest, RefusesToRunBesideAnother) {
     EXPECT_EQ(runOn({}).exitValue, 75);
 }
 
-// The terminal reaches no process of another session, and no signal but SIGKILL ends the tool.
+// The terminal can't reach a process of another session. In addition, the tool ignores the signals
+// of a terminal, and SIGTERM.
 TEST_F(SupervisedRunTest, StartsTheToolOutOfTheTerminalsReach) {
     const std::string out = runOn(script("read -r _ _ _ _ _ session _ </proc/$$/stat; "
                                          "test $session = $$ && echo leader; "
@@ -447,7 +448,7 @@ TEST_F(SupervisedRunTest, ReportsAnUnreadableMailbox) {
     std::filesystem::resize_file(OBJECT, REGION_SIZE);
     const testsupport::FullSharedMemory memory;
     if (!memory.full()) {
-        GTEST_SKIP() << "this machine permits no /dev/shm of its own";
+        GTEST_SKIP() << "the machine doesn't permit a private /dev/shm";
     }
     EXPECT_EQ(report({})["cause"], "mailbox unreadable");
     EXPECT_EQ(i_result.exitValue, 74);
@@ -501,7 +502,7 @@ TEST_F(SupervisedRunTest, WritesAReportWholeOrNotAtAll) {
     EXPECT_EQ(readReport()["cause"], "unknown");
     ASSERT_EQ(mkdir(path("disk").c_str(), 0700), 0);
     if (mount("tmpfs", path("disk").c_str(), "tmpfs", 0, "size=32k") != 0) {
-        GTEST_SKIP() << "no disk of its own here";
+        GTEST_SKIP() << "the machine doesn't permit mounting";
     }
     i_directory.write("disk/report", "old");
     const Arguments onDisk = {"--report", "disk/report"};
@@ -528,15 +529,15 @@ TEST_F(SupervisedRunTest, RefusesADirectoryWithoutWritePermission) {
     });
     chmod(directory.c_str(), 0755);
     if (result.exitValue == 77) {
-        GTEST_SKIP() << "no other user can be had here";
+        GTEST_SKIP() << "another user can't run the program here";
     }
     EXPECT_EQ(result.exitValue, 73);
     EXPECT_EQ(result.out, "") << "the tool has not run";
     EXPECT_THAT(result.err, StartsWith("tolmira_run: cannot write the report report: Permission"));
 }
 
-// While the tool waits for an answer. Set forward, the clock ends that wait, and all further
-// attempts at the page may come before the controller is ready again.
+// The clock is set while the tool waits for an answer. Set forward, it ends that wait, and all
+// further attempts at the page may come before the controller is ready again.
 TEST_F(SupervisedRunTest, SurvivesTheClockBeingSet) {
     writeImage(Payload(1000));
     const long hour = 3600;

@@ -51,7 +51,7 @@ TEST_F(TransferTest, SendsOnlyThePagesThatCanBeCut) {
 }
 
 // The byte is bits 0 to 7 of a word. A write clears bit 8 and keeps the bits above it.
-TEST_F(TransferTest, LeavesTheSendDirectionUpAndTheUpperBitsAlone) {
+TEST_F(TransferTest, KeepsTheSendDirectionUpAndTheUpperBits) {
     writeImage(Payload(300));
     Controller controller(i_directory);
     Region region;

@@ -1,6 +1,6 @@
 /**
- * libpreloaded.so: preloaded into programs whose surroundings a test changes while they run. The
- * variables of the environment say how:
+ * libpreloaded.so: preloaded into programs, so that a test can change their surroundings while they
+ * run. These environment variables control it:
  *
  *     SET_CLOCK=FILE             the wall clock is off by the seconds in this file
  *     REMOVED_BEFORE_LOCK=FILE   this file is removed before the first lock is taken
@@ -16,7 +16,7 @@
 
 namespace {
 
-/** Read anew each time, without memory from the heap. */
+/** Reads the file at each call, since the test replaces it. Allocates nothing. */
 long OffBy() {
     const char* file = getenv("SET_CLOCK");
     const int fd = file == nullptr ? -1 : open(file, O_RDONLY | O_CLOEXEC);

@@ -30,7 +30,7 @@ pid_t Spawn(const std::string& program, std::vector<std::string> arguments,
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), flags, 0666);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), flags, 0666);
     posix_spawn_file_actions_addchdir_np(&actions, workingDirectory.c_str());
-    // A script's background job, such as this test may be, ignores SIGINT and SIGQUIT.
+    // In a background job of a script, SIGINT and SIGQUIT are ignored, and children inherit that.
     sigset_t defaults;
     sigemptyset(&defaults);
     sigaddset(&defaults, SIGINT);

@@ -31,7 +31,7 @@ Terminal::Terminal(const std::string& program, std::vector<std::string> argument
     const winsize size = {24, columns, 0, 0};
     i_pid = forkpty(&i_terminal, nullptr, nullptr, &size);
     if (i_pid == 0) {
-        // A script's background job, such as this test may be, ignores them.
+        // In a background job of a script, they are ignored, and children inherit that.
         signal(SIGINT, SIG_DFL);
         signal(SIGQUIT, SIG_DFL);
         if (chdir(workingDirectory.c_str()) == 0) {

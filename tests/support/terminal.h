@@ -26,7 +26,6 @@ class Terminal {
     /** Waits for the program's end. Returns its exit value, or -1 if a signal ended it. */
     int wait();
 
-    pid_t pid() const { return i_pid; }
     /** Everything shown so far. */
     const std::string& shown() const { return i_shown; }
 

@@ -1,8 +1,8 @@
 /**
  * transfer_bench: what a host adds to the hand-over of a byte. In each round the built tool and
- * three bare hosts send the same upgrade to the same far side, one after the other and pinned, and
- * the far side takes the time. The tool is compared with the bare host that keeps the rules of the
- * link. The better of the two that keep no rules is the round's lower bound.
+ * three bare hosts send the same upgrade to the same far side, one after the other and each pinned
+ * to a processor. The far side measures the time. The tool is compared with the bare host that
+ * keeps the rules of the link. The better of the two that keep no rules is the round's lower bound.
  */
 #include <sys/resource.h>
 #include <unistd.h>
@@ -46,7 +46,7 @@ struct BenchSettings {
     bool csv = false;
 };
 
-/** Nanoseconds a byte of all hosts, each measured once. */
+/** One measurement of each host, in nanoseconds a byte. */
 struct Round {
     double hard = 0;
     double resting = 0;
@@ -202,10 +202,10 @@ int Run(int argc, char** argv) {
     BenchSettings settings;
     commandline::Program program("Compares the tool with bare hosts over the same far side.",
                                  "transfer_bench");
-    program.option("--tool", settings.tools, "the built tool; more than one are compared")
-        .required();
+    program.option("--tool", settings.tools, "the built tool, or several to compare").required();
     program.option("--pages", settings.pages, "pages of the image").showDefault();
-    program.option("--rounds", settings.rounds, "how often all hosts run").showDefault();
+    program.option("--rounds", settings.rounds, "number of rounds; all hosts run in each")
+        .showDefault();
     program.option("--host", settings.hostProcessor, "processor of the hosts").showDefault();
     program.option("--far", settings.farProcessor, "processor of the far side").showDefault();
     program.flag("--csv", settings.csv,

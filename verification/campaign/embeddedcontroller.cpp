@@ -11,7 +11,7 @@ using std::chrono::milliseconds;
 
 namespace {
 
-/** Polls in one call, after which a controller that still has work is broken. */
+/** A controller that still has work after so many polls in one call is broken. */
 constexpr int POLL_LIMIT = 10000;
 
 uint32_t* Initialised(uint32_t* words) {
@@ -93,7 +93,7 @@ void EmbeddedController::act() {
     const bool offered = holds(MAILBOX_TX_FLAG, TX_BYTE_OFFERED);
     const bool read = holds(MAILBOX_RX_FLAG, RX_BYTE_TAKEN);
     i_bytesGiven += read && i_onOffer ? 1 : 0;
-    // Until two polls in a row find no work: the end of one may start something that is due at
+    // Until two polls in a row find no work: a poll without work may leave something that is due at
     // once.
     for (int polls = 0, idle = 0; idle < 2; ++polls) {
         idle = i_session.poll(now()) ? 0 : idle + 1;

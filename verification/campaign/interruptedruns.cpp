@@ -37,7 +37,7 @@ using std::chrono::milliseconds;
     X(InInfo, "in the information or before it")             \
     X(InEnd, "in the end message or before it")              \
     X(AllSent, "all sent")                                   \
-    X(InVain, "waiting in vain for an answer, resetting")
+    X(InVain, "waiting for a missing answer, resetting")
 
 enum KillPoint {
 #define KILL_POINT(name, words) e_##name,
@@ -53,17 +53,17 @@ constexpr const char* KILL_POINT_NAMES[] = {
 };
 
 /** How the tool is started again. */
-enum Way { e_AtOnce, e_Rest, e_NoImage, e_Supervised, e_Ways };
+enum Way { e_AtOnce, e_Pause, e_NoImage, e_Supervised, e_Ways };
 
 constexpr const char* WAY_NAMES[e_Ways] = {
     "at once",
-    "after a rest of 5 seconds",
+    "after a pause of 5 seconds",
     "after a run with a missing image",
     "through tolmira_run",
 };
 
 /** Longer than the controller's timeout for the rest of a message. */
-constexpr milliseconds REST{5000};
+constexpr milliseconds PAUSE{5000};
 
 /** The result of a run. */
 enum Result { e_Upgraded, e_OnStaleAnswer, e_AlreadyCurrent, e_Failed, e_Results };
@@ -239,8 +239,8 @@ void Interruption::kill() {
 }
 
 void Interruption::goOn() {
-    if (i_way == e_Rest) {
-        i_controller->idle(REST);
+    if (i_way == e_Pause) {
+        i_controller->idle(PAUSE);
     } else if (i_way == e_NoImage) {
         Scenario missing = i_scenario;
         missing.image = ImageKind::Missing;
@@ -381,7 +381,7 @@ void PrintRefused(const Table& table) {
     printf(
         "\nSecond runs with a controller that refuses the last page: failed, and successful\n"
         "%-40s  %-15s %-15s %-15s %-15s %-15s\n",
-        "killed", "at once", "rest", "missing image", "tolmira_run", "answers kept");
+        "killed", "at once", "pause", "missing image", "tolmira_run", "answers kept");
     for (size_t killPoint = 0; killPoint < e_KillPoints; ++killPoint) {
         printf("%-40s", KILL_POINT_NAMES[killPoint]);
         for (const auto& way : table.refused) {

@@ -9,7 +9,7 @@ namespace campaign {
 
 /**
  * Kills the tool before a random access to the mailbox, and starts it again with the same
- * controller and the same shared memory: at once, after a rest, after a run with a missing image,
+ * controller and the same shared memory: at once, after a pause, after a run with a missing image,
  * or through tolmira_run. Prints the results by the place of the kill. True if no run falsely
  * reported success and each failure was reported.
  */

@@ -44,7 +44,7 @@ void AddOptions(const commandline::CommandOptions& program, CampaignSettings& se
     Scenario& scenario = settings.scenario;
     program.option("--faults", settings.faults, "Make one run, with these faults");
     program.option("--payload", scenario.payload, "Bytes of its image, with the checksum");
-    program.choice("--image", settings.image, images, "good, missing or headless");
+    program.choice("--image", settings.image, images, "Its image: good, missing or headless");
     program.option("--revision", scenario.revision, "Revision that its controller announces");
     program.option("--start-us", scenario.start,
                    "Time of its start, in microseconds since the epoch");
@@ -84,11 +84,11 @@ int Run(CampaignSettings& settings) {
 
 }  // namespace campaign
 
-// If memory runs out, std::terminate is good enough.
+// If memory runs out, std::terminate may end the program.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     OpenStandardDescriptors();
     commandline::Program program(
-        "Compare runs of the tool with a model of it, with a controller that has random faults.\n"
+        "Run the tool with controllers that have random faults, and compare it with a model.\n"
         "Exit value: 0 no difference, 1 differences, 2 wrong usage.",
         "fault_campaign");
     campaign::CampaignSettings settings;

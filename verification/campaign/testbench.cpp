@@ -9,8 +9,7 @@ namespace campaign {
 
 namespace {
 
-/** Without its symbol file, which only crash reports need, the tool starts in a third of the time.
- */
+/** Without its symbol file, which only stack reports need, the copy starts faster. */
 std::string CopyOf(const std::string& program, const testsupport::RunDirectory& directory) {
     std::string copy = directory.path(LOCKSTEP_PROGRAM);
     std::filesystem::copy_file(program, copy);

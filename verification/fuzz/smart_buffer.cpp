@@ -109,7 +109,7 @@ class Model {
 template <typename T>
 bool AreSame(const T& left, const T& right) {
     if constexpr (std::is_arithmetic_v<T>) {
-        // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the bits are meant
+        // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): compares bits on purpose
         return memcmp(&left, &right, sizeof left) == 0;
     } else {
         return left == right;

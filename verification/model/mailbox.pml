@@ -34,7 +34,7 @@
  *
  *   CLEARS      the start of an upgrade drops answers too
  *   FORWARD     it reads the words in the order in which the host writes them, not in the reverse
- *   HASTY       it takes a receive direction that went off for a reset
+ *   HASTY       it mistakes a receive direction that was turned off for a reset
  *   KEEPS       it keeps answers over a reset
  *   LEAVES      it leaves a byte on offer over a reset
  *
@@ -130,7 +130,7 @@ bool quiet = false; /* the controller has given up the first run's message */
 
 /*
  * The property that is checked. A search for a witness (SEEKS) leaves out the other checks, so that the
- * first error is the witness. OVERWRITTEN is the host's write for which a lost store is wanted.
+ * first error is the witness. With OVERWRITTEN, it is a store that this write of the host overwrites.
  */
 #define HONEST (!success || WHOLE)
 #define ENDED (!success || upgraded)
