@@ -42,6 +42,7 @@ struct UsageCase {
 TEST_F(CompanionsTest, ReportWrongUsageInOneLine) {
     const UsageCase cases[] = {
         {TOLMIRA_CONTROLLER, {"--bogus"}, "unexpected argument: --bogus"},
+        {TOLMIRA_CONTROLLER, {"a", "b", "--c"}, ": unexpected arguments: a b --c"},
         {TOLMIRA_CONTROLLER, {"--revision"}, "--revision: give a value"},
         {TOLMIRA_CONTROLLER, {"--revision", "65536"}, "not a valid value: --revision = 65536"},
         {TOLMIRA_CONTROLLER,

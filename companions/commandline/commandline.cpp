@@ -11,6 +11,14 @@ namespace commandline {
 
 namespace {
 
+std::string UnexpectedText(const std::vector<std::string>& words) {
+    std::string text = words.size() == 1 ? "unexpected argument:" : "unexpected arguments:";
+    for (const std::string& word : words) {
+        text += ' ' + word;
+    }
+    return text;
+}
+
 /** A long option before the other program's words can only be meant for this one. */
 void RefuseUnknownOption(const std::vector<std::string>& words) {
     for (const std::string& word : words) {
@@ -18,7 +26,7 @@ void RefuseUnknownOption(const std::vector<std::string>& words) {
             return;
         }
         if (word.compare(0, 2, "--") == 0) {
-            throw CLI::ExtrasError({word});
+            throw CLI::ParseError(UnexpectedText({word}), CLI::ExitCodes::ExtrasError);
         }
     }
 }
@@ -30,7 +38,7 @@ void DropEndOfOptions(std::vector<std::string>& words) {
     }
 }
 
-/** Looks at the words, since wrong usage may have stopped the parser before --json. */
+/** Searches the words, since wrong usage may have stopped the parser before --json. */
 bool AsksForJson(const CLI::App& app, int argc, const char* const* argv) {
     const auto knows = [](const CLI::App* one) {
         return one->get_option_no_throw("--json") != nullptr;
@@ -45,8 +53,6 @@ constexpr std::pair<const char*, const char*> BEGINNINGS[] = {
     {"A subcommand is required", "give a command"},
     {"Could not convert: ", "not a valid value: "},
     {"Exactly ", "exactly "},
-    {"The following argument was not expected: ", "unexpected argument: "},
-    {"The following arguments were not expected: ", "unexpected arguments: "},
 };
 
 /** An error of the library in the form of the program's own errors. */
@@ -60,7 +66,7 @@ std::string Reworded(const std::string& error) {
     return noValue == std::string::npos ? error : error.substr(0, noValue) + ": give a value";
 }
 
-/** An unknown command is the reason for any error that the library reports. */
+/** An unknown command takes precedence over the error that the library reports. */
 std::string ReasonOf(const CLI::App& program, const CLI::Error& error, int argc,
                      const char* const* argv) {
     std::vector<std::string> commands;
@@ -71,10 +77,13 @@ std::string ReasonOf(const CLI::App& program, const CLI::Error& error, int argc,
     }
     const auto* const word =
         std::find_if(argv + 1, argv + argc, [](const char* text) { return text[0] != '-'; });
-    if (commands.empty() || word == argv + argc || !program.get_subcommands().empty()) {
-        return Reworded(error.what());
+    if (!commands.empty() && word != argv + argc && program.get_subcommands().empty()) {
+        return "there is no command " + std::string(*word) + SuggestionFor(*word, commands);
     }
-    return "there is no command " + std::string(*word) + SuggestionFor(*word, commands);
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+        return UnexpectedText(program.remaining(true));  // the error has them in reverse order
+    }
+    return Reworded(error.what());
 }
 
 template <typename Number>

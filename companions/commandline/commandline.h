@@ -25,7 +25,7 @@ namespace commandline {
 
 constexpr int EXIT_WRONG_USAGE = 2;
 
-/** Returns the error in a word, or an empty text. Called within read(). */
+/** Returns what is wrong with a word, or an empty text. Called within read(). */
 using Rule = std::function<std::string(const std::string& word)>;
 
 /** Takes a word of the command line. Called within read(). */
@@ -79,7 +79,7 @@ class CommandOptions {
     Option option(const std::string& name, uint32_t& value, const std::string& help) const;
     Option option(const std::string& name, uint64_t& value, const std::string& help) const;
 
-    /** No value if the option isn't given, or with an empty word. */
+    /** No value if the option isn't given or its word is empty. */
     Option option(const std::string& name, std::optional<std::string>& value,
                   const std::string& help) const;
     Option option(const std::string& name, std::optional<uint16_t>& value,
@@ -136,9 +136,9 @@ class Program : public CommandOptions {
                         const std::string& help);
 
     /**
-     * Reads the words into the variables; to be called once. Without a value the program goes on. A
-     * value is the exit value to end with, after help, version or wrong usage were printed. With
-     * --json, wrong usage is reported as JSON too.
+     * Reads the words into the variables; to be called once. Returns no value if the program should
+     * go on. Otherwise it has printed help, the version or an error, and returns the exit value to
+     * end with. With --json, wrong usage is reported as JSON too.
      */
     [[nodiscard]] std::optional<int> read(int argc, const char* const* argv);
 

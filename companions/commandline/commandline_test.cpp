@@ -1,6 +1,5 @@
 #include "companions/commandline/commandline.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,7 +15,6 @@
 #include "tests/support/testdirectory.h"
 
 using commandline::OpenRegularFile;
-using testing::HasSubstr;
 
 namespace {
 

@@ -27,7 +27,7 @@ constexpr std::size_t LONGEST_DIGEST_FILE = 1 << 20;
 
 using ByteHandler = std::function<bool(const char* bytes, std::size_t count)>;
 
-/** Passes at most `most` bytes of a file on; false if a read or the handler fails. */
+/** Passes at most `most` bytes of a file to the handler; false if a read or the handler fails. */
 bool ReadAll(int fd, std::size_t most, const ByteHandler& handler) {
     std::array<char, 65536> buffer;
     while (most > 0) {
@@ -132,7 +132,7 @@ ImageFile::e_Result ImageFile::take(const std::string& file,
     }
     i_facts.size = SizeOf(opened.get());
     if (*i_facts.size > MOST_BYTES) {
-        why = "it has more than 17 MiB";
+        why = "it is larger than 17 MiB";
         return digest ? e_Result_Refused : e_Result_Good;
     }
     if (!digest) {

@@ -53,7 +53,8 @@ constexpr int TOOLS_OWN = -2;
       "image")                                                                                    \
     X(WrongDigest, "wrong digest", 27, 27,                                                        \
       "nothing was sent; get the image and its digest again from their source")                   \
-    X(ImageRefused, "image refused", 28, 28, "nothing was sent; use a regular file")             \
+    X(ImageRefused, "image refused", 28, 28,                                                      \
+      "nothing was sent; check the image's path, permissions and size")                           \
     X(MailboxUnreadable, "mailbox unreadable", 74, 74,                                            \
       "nothing was sent; check /dev/shm/resource0 and its permissions")                                \
     X(ImageChecked, "image checked", 0, 0, "nothing was sent; start without --check to send it")  \

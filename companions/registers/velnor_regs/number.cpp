@@ -21,7 +21,7 @@ std::uint64_t NumberOf(const std::string& text, std::uint64_t largest) {
             "\"" + text + "\" is not a number; give decimal digits, or 0x and hexadecimal");
     }
     if (error != std::errc() || number > largest) {
-        throw Failure(EXIT_WRONG_USAGE, text + " is too large; at most " + HexText(largest));
+        throw Failure(EXIT_WRONG_USAGE, text + " is too large; give at most " + HexText(largest));
     }
     return number;
 }

@@ -101,9 +101,9 @@ class Walker {
     }
 
     [[noreturn]] static void refuseToEnd(const std::string& path, const std::string& next) {
-        throw Failure(EXIT_FINDING, path + " is not a word; " +
-                                        (next.empty() ? "choose another path, since it is empty"
-                                                      : "continue as in " + path + "." + next));
+        throw Failure(EXIT_FINDING, path + (next.empty() ? " is an empty group; choose another path"
+                                                         : " is not a word; continue as in " +
+                                                               path + "." + next));
     }
 
   private:
@@ -152,8 +152,10 @@ class Walker {
                                         commandline::SuggestionFor(written, AllNames(i_map)));
     }
 
-    /** Takes the step's first index. A lone index of a memory that doesn't repeat is its word, and
-     * is left. */
+    /**
+     * Takes the step's first index. The only index of a memory that doesn't repeat is its word, and
+     * is left.
+     */
     template <class Element>
     const Element& element(const Series<Element>& series, bool shown) {
         std::vector<std::size_t>& indices = current().indices;
@@ -206,7 +208,7 @@ class Walker {
     std::string i_path;
 };
 
-/** The objects nearest to an address without one. */
+/** The objects nearest to an address that belongs to none. */
 struct Neighbours {
     std::uint64_t address;
     std::string below = "nothing";
