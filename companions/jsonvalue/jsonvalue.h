@@ -40,9 +40,7 @@ class JsonValue {
     /** The member of an object, added as null if there is none. */
     JsonValue& operator[](const std::string& key);
 
-    /**
-     * On one line, or indented by so many blanks per level. Invalid UTF-8 becomes U+FFFD.
-     */
+    /** On one line, or with `indent` blanks per level. Invalid UTF-8 becomes U+FFFD. */
     std::string dump(int indent = -1) const;
 
   private:

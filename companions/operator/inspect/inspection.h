@@ -33,7 +33,7 @@ struct Layout {
     long payloadSize;
     long pages;
     uint16_t checksum;
-    /** Without the checksum; -1 if the checksum begins in the page before. */
+    /** Without the checksum; -1 if the checksum begins in the previous page. */
     long lastPageContent;
 };
 

@@ -33,10 +33,10 @@ class Console {
     void log(const toollog::LogLine& report);
     /** The closing line. */
     void close(const std::string& text, const std::string& cause, bool isFailure);
-    /** A line on standard error with the program's name before it; errors are printed always. */
+    /** Print a line on standard error with the program's name; only notes obey `quiet`. */
     void error(const std::string& text);
     void note(const std::string& text);
-    /** On standard output. */
+    /** Writes the text to standard output. */
     void output(const std::string& text);
 
     /** Longest progress line in characters; 0 if no terminal shows it. */

@@ -39,7 +39,7 @@ class ImageFile {
     std::string path() const { return i_path; }
     int descriptor() const { return i_memory.get(); }
 
-    /** In bytes; 65535 pages and the longest header are slightly less. */
+    /** In bytes; 65535 pages and the longest header take little more than 16 MiB. */
     static constexpr long MOST_BYTES = 17L << 20;
 
   private:

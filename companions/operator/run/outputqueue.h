@@ -32,7 +32,7 @@ class OutputQueue {
 
     /** Never waits. Bytes above the limit are dropped. */
     void put(int descriptor, const std::string& bytes);
-    /** The same without a descriptor: the thread calls `send` once. `bytes` counts for LIMIT. */
+    /** The same without a descriptor: the thread calls `send` once, and LIMIT includes `bytes`. */
     void put(std::function<void()> send, std::size_t bytes);
     /** Whether everything has been written. */
     bool empty() const;

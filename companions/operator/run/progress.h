@@ -21,9 +21,10 @@ class Progress {
 
     Progress(const RunSettings& settings, Console& console);
 
-    /** May be called at any rate; shows at most one state in BETWEEN. */
+    /** May be called at any rate; shows at most one state per BETWEEN. */
     void show(const toollog::RunRecord& record);
     void showWait(long secondsLeft);
+    /** Writes the last line of JSON. */
     void end(const std::string& cause, int exitValue);
     /** Waits until all JSON is written, at most a second. */
     void finish();

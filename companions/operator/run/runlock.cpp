@@ -44,7 +44,7 @@ int OpenOrCreate(const char* name, bool& writable) {
     return fd;
 }
 
-/** False if the file was removed or replaced since it was opened. */
+/** False if the file has been removed or replaced since it was opened. */
 bool IsStillThere(int fd, const char* name) {
     struct stat opened = {};
     struct stat named = {};

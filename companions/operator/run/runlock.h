@@ -9,7 +9,7 @@ namespace run {
 struct Marker {
     /** 0 if the file can't be read as a marker. */
     int pid = 0;
-    /** When the run began, as RFC 3339 has it. */
+    /** When the run began, in the format of RFC 3339. */
     std::string start;
     /** Path of its report; empty without one. */
     std::string report;
@@ -19,9 +19,9 @@ struct Marker {
  * Prevents a second run on the same mailbox. The lock is a file in the same directory as the
  * shared-memory object, so processes share the lock exactly if they share the object.
  *
- * The kernel holds the lock while any process has the file open. The tool inherits it, so the lock
- * outlasts a killed tolmira_run as long as the tool runs. The file is never removed. It is empty,
- * or has the marker of a run that is under way or did not end cleanly.
+ * The kernel keeps the lock until each process that shares the descriptor has closed it. The tool
+ * inherits it, so the lock outlasts a killed tolmira_run as long as the tool runs. The file is
+ * never removed. It is empty, or has the marker of a run that is under way or did not end cleanly.
  */
 class RunLock {
   public:
@@ -44,13 +44,13 @@ class RunLock {
     int descriptor() const { return i_fd; }
     void release();
 
-    /** The last run's marker; no value if that ended cleanly. Requires the lock, as do the next
-     * two.
-     */
+    // The next three require the lock.
+
+    /** The last run's marker; no value if that run ended cleanly. */
     std::optional<Marker> marker() const;
-    /** False with the reason in `error()` if the file can't be written. */
+    /** Writes the marker. False with the reason in `error()` if the file can't be written. */
     [[nodiscard]] bool mark(const Marker& marker);
-    /** To be called once the mailbox is in order. */
+    /** Empties the file; to be called once the mailbox is in order. */
     void clearMark();
 
     const std::string& error() const { return i_error; }

@@ -68,11 +68,12 @@ void AddReporting(const commandline::Program& program, RunSettings& settings) {
                     "Write --progress json to descriptor N, a line for each change")
             .typeName("N")
             .obeys(NotOpen);
-    const auto form = program
-                          .option("--progress", settings.progress,
-                                  "Show the progress in this form; line needs a terminal")
-                          .typeName("FORM")
-                          .oneOf({PROGRESS_LINE, PROGRESS_JSON, PROGRESS_NONE});
+    const auto form =
+        program
+            .option("--progress", settings.progress,
+                    "Show the progress in this form; line, the default, needs a terminal")
+            .typeName("FORM")
+            .oneOf({PROGRESS_LINE, PROGRESS_JSON, PROGRESS_NONE});
     descriptor.needs(form);
     program.flag("--exit-by-cause", settings.exitByCause, "Exit with the cause's own value");
     program.flag("--current-ok", settings.currentOk,

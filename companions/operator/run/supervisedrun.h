@@ -31,6 +31,7 @@ class SupervisedRun {
     SupervisedRun(const RunSettings& settings, Signals& signals, Console& console,
                   Progress& progress, Marker marker);
 
+    /** Runs the steps; to be called once. */
     Outcome perform();
     /** Releases the lock, and clears the marker if the mailbox is in order. */
     void close();
@@ -55,7 +56,7 @@ class SupervisedRun {
     void cleanUpAfterKill();
     void takeCauseOf(const Course& course);
     bool endWithoutStart(int error);
-    /** Polls until `wanted` holds, a signal arrives or `limit` is over; the last snapshot. */
+    /** Polls until `wanted` holds, a signal arrives or `limit` ends. Returns the last snapshot. */
     status::Snapshot await(std::chrono::milliseconds limit,
                            const std::function<bool(const status::Snapshot&)>& wanted,
                            const std::function<void(long secondsLeft)>& show);

@@ -2,8 +2,6 @@
 
 #include <poll.h>
 
-#include <cstring>
-
 namespace run {
 
 bool SignalRule::ends(bool duringPages, Clock::time_point now) {

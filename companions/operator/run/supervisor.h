@@ -26,8 +26,9 @@ struct Course {
 };
 
 /**
- * Decides which signals end a run. Before and after the pages it is the first one. While pages are
- * sent, an end would leave the controller without an image; it takes a second one within TO_INSIST.
+ * Decides which signals end a run. Before and after the pages, the first signal does. While pages
+ * are sent, ending would leave the controller without a complete image, so it takes two signals
+ * within TO_INSIST.
  */
 class SignalRule {
   public:

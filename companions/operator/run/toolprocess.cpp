@@ -16,8 +16,10 @@ namespace run {
 
 namespace {
 
-/** Size of the log's pipe in bytes, the most without root. While this process is stopped, the tool
- * can write as much. */
+/**
+ * Size of the log's pipe in bytes: the largest that needs no privilege. The tool can write this
+ * much while this process is stopped.
+ */
 constexpr int PIPE_SIZE = 1 << 20;
 
 std::vector<char*> ArgumentsOf(const Command& command) {

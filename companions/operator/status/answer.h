@@ -6,7 +6,7 @@
 
 namespace status {
 
-/** 2 is wrong usage. */
+/** The exit values; 2 is wrong usage. */
 enum e_Exit {
     e_Exit_Current = 0,
     e_Exit_OtherRevision = 1,

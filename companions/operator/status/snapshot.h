@@ -20,7 +20,7 @@ struct Snapshot {
     bool missing = false;
     /** The mailbox's words by their addresses. */
     std::map<unsigned, uint32_t> words;
-    /** Process id of the host at work; 0 if it is in another pid namespace. */
+    /** Process id of the host at work, 0 in another pid namespace; no value without a host. */
     std::optional<pid_t> host;
 
     unsigned char byte(unsigned address) const;
@@ -31,9 +31,9 @@ struct Snapshot {
     bool directionUp() const;
     /** Whether a byte of the controller was offered and not taken. */
     bool answerUnread() const;
-    /** Whether the mailbox is as a host leaves it that ends by itself. */
+    /** Whether the mailbox is as a host leaves it when it ends by itself. */
     bool inOrder() const { return !directionUp() && !answerUnread(); }
-    /** A run was killed, and the next one could take an unread answer for its own. */
+    /** Whether a run was killed, so that the next one could take an unread answer for its own. */
     bool leftByAKilledRun() const { return !host && !inOrder(); }
     /** Bits 8 to 31 of the words that have any set. */
     std::map<unsigned, uint32_t> upperBits() const;

@@ -10,7 +10,7 @@ namespace {
 
 constexpr char POSITION[] = "\" at ";
 
-/** Parses a line from its start; a step that doesn't match is false and consumes nothing. */
+/** Parses a line from its start. A step that doesn't match returns false and consumes nothing. */
 class Steps {
   public:
     explicit Steps(const std::string& line) : i_line(line) {}

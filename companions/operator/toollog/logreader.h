@@ -16,7 +16,7 @@ struct LogLine {
 };
 
 /**
- * Splits the tool's output into reports, whatever pieces it arrives in.
+ * Splits the tool's output, which arrives in pieces of any size, into reports.
  *
  * A report begins with a line in the logger's format and ends with a source position. That is
  * usually on a later line, since messages contain newlines. A file name in a message may contain

@@ -95,8 +95,8 @@ e_Cause RunRecord::cause(int exitValue, int signal) const {
     if (signal != 0) {
         return signal == SIGABRT && seen(e_LogText_Assertion) ? e_Cause_Assertion : e_Cause_Signal;
     }
-    // Text in the log, exit value, and the cause of both together. Done ends runs of many causes,
-    // so it comes last.
+    // A text in the log and an exit value, and the cause that the two imply. Runs with many causes
+    // log Done, so it comes last.
     const struct {
         e_LogText text;
         int exitValue;

@@ -46,7 +46,7 @@ class RunRecord {
     e_Cause cause(int exitValue, int signal) const;
 
     std::optional<long> revision() const { return i_revision; }
-    /** Pages of the image, also if they are too many; no value before it is open. */
+    /** Pages of the image, even if there are too many; no value before it is open. */
     std::optional<long> pages() const { return i_pages; }
     long pagesSent() const { return i_pagesSent; }
     /** Seconds that the tool has waited for the controller. */

@@ -51,7 +51,7 @@ Recognised Recognise(const std::string& severity, const std::string& message);
 /** The message with these values at its conversions; empty for e_LogText_Other. */
 std::string Message(e_LogText text, const std::vector<std::string>& values = {});
 
-/** A message for a list or another log, which ends lines by itself. */
+/** The message without a newline at its end, for output that ends its own lines. */
 std::string WithoutNewline(std::string message);
 
 }  // namespace toollog

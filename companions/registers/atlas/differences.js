@@ -28,7 +28,7 @@ function show() {
       make('span', {}, `${map.groupTypes} groups in ${map.groups} instances`),
       make('span', {}, `${map.members} registers and memories, ${map.fields} fields`)))),
     make('h1', {}, 'Differences'),
-    make('p', {class: 'about'}, `${shown.length} differences. A group is shown by address, count and step, ` +
+    make('p', {class: 'about'}, `${shown.length} shown. A group is shown by address, count and step, ` +
          'a register or memory by offset, count and step, a field by its bits. Everything else is the same.'),
     table(['Path', ...names], shown.map(row)));
 }

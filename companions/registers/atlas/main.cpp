@@ -51,7 +51,7 @@ JsonValue Repeated(JsonValue object, const regs::Repeat& repeat) {
     return object;
 }
 
-/** Left out if it is empty. */
+/** Adds the text unless it is empty. */
 void AddText(JsonValue& object, const char* name, const std::string& text) {
     if (!text.empty()) {
         object[name] = text;

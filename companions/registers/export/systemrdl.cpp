@@ -12,8 +12,8 @@ namespace {
 constexpr char HEAD[] =
     R"(// Register map of the FPGA design $. Written by velnor_regs; SystemRDL 2.0.
 //
-// Repeated fields are listed one by one; the name property is the map's name and index. After //+ is
-// what the language cannot express: a group without members, and instances that overlap. A reader
+// Repeated fields are listed one by one; the name property is the map's name and index. What the
+// language cannot express follows //+: a group without members, and instances that overlap. A reader
 // may treat it as part of the text.
 )";
 
@@ -141,7 +141,7 @@ class Text {
     std::string text() const { return i_text.str(); }
 
   private:
-    /** Begins at its lowest group, so that domains of one base do not overlap. */
+    /** Begins at its lowest group, so that domains with the same base do not overlap. */
     void addDomain(const std::vector<GroupOutline>& groups) {
         open("addrmap");
         std::uint64_t base = groups[0].address;

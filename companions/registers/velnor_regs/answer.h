@@ -30,7 +30,7 @@ struct Answer {
     std::vector<std::pair<std::string, Cell>> facts;
     /** Printed only as text, since it repeats the rows. */
     std::vector<std::string> drawing;
-    /** What the rows are, and the names of their cells. */
+    /** The kind of the rows, and the names of their cells. */
     std::string subject;
     std::vector<std::string> columns;
     std::vector<Row> rows;

@@ -20,7 +20,7 @@ struct Request {
     std::uint64_t count = 0;
 };
 
-/** Each finds its operands complete, and throws Failure if it has no answer. */
+/** Each expects all its operands, and throws Failure if it has no answer. */
 Answer List(const Request& request);
 Answer Dump(const Request& request);
 Answer Find(const Request& request);

@@ -11,7 +11,8 @@ namespace regs {
 class LiveRegion {
   public:
     /**
-     * Allocates memory for the word at `offset` first, since a store without would raise SIGBUS.
+     * Allocates memory for the word at `offset` first, since a store without it would raise
+     * SIGBUS.
      * Throws Failure if the object is missing or can't be written.
      */
     explicit LiveRegion(std::size_t offset);

@@ -25,7 +25,7 @@ constexpr char PLACE_HELP[] = "Path of a group, word or field, or an address";
 constexpr char VALUES_HELP[] =
     "Value of the word, decimal or 0x and hexadecimal; for a group, of its words in order";
 constexpr char VALUE_HELP[] = "A number, decimal or 0x and hexadecimal";
-constexpr char DESIGN_HELP[] = "Name of a design; the command list shows them";
+constexpr char DESIGN_HELP[] = "Name of a design; velnor_regs list shows them";
 
 struct Operand {
     const char* name;
@@ -134,7 +134,8 @@ void AddCommand(commandline::Program& program, const RegsCommand& command, RegsS
     if (command.run == Write) {
         sub.flag("--yes", settings.request.yes, "Confirm that the card is to be changed");
         sub.flag("--force", settings.request.force,
-                 "Write even if a tolmira_upgrade is at work or the place is read-only");
+                 "Write even if a tolmira_upgrade is at work, the place is read-only or reading it "
+                 "clears bits");
     }
     if (command.stream == Watch) {
         sub.flag("--json", settings.request.json,
@@ -145,7 +146,7 @@ void AddCommand(commandline::Program& program, const RegsCommand& command, RegsS
         sub.option("--count", settings.request.count, "Exit after N lines; 0: never");
     }
     if (command.run == Read || command.stream == Watch) {
-        sub.flag("--force", settings.request.force, "Read even if the read clears bits");
+        sub.flag("--force", settings.request.force, "Read even if reading clears bits");
     }
     if (command.stream == Export) {
         sub.option("--format", settings.request.format,

@@ -43,7 +43,7 @@ struct Series {
 struct Field {
     unsigned int mask;  // right-aligned
     unsigned int shift;
-    // The one that the field's owner has; the other is null.
+    // The object in a register or in a memory; the other is null.
     RegisterFieldObject* registerObject;
     MemoryFieldObject* memoryObject;
 };
@@ -51,7 +51,7 @@ struct Field {
 struct Member {
     std::uintptr_t address;
     std::size_t words;  // 1 for a register
-    // The one that it is; the other is null.
+    // The register or the memory; the other is null.
     RegisterObject* registerObject;
     MemoryObject* memoryObject;
     std::vector<Series<Field>> fields;

@@ -5,8 +5,10 @@
 
 namespace regs {
 
-/** Reads a decimal number, or 0x and hexadecimal digits. Throws Failure if it is anything else, or
- * above `largest`. */
+/**
+ * Reads a decimal number, or 0x and hexadecimal digits. Throws Failure for anything else, and for a
+ * number above `largest`.
+ */
 std::uint64_t NumberOf(const std::string& text, std::uint64_t largest);
 
 /** 0x and hexadecimal digits. */

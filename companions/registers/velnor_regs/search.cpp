@@ -13,7 +13,7 @@ namespace {
 
 const std::vector<std::string> COLUMNS = {"kind", "path", "address", "bits"};
 
-/** Words of a memory that are listed. Larger memories are outside the mapped space. */
+/** How many words of a memory are listed. Larger memories are outside the mapped space. */
 constexpr std::size_t MOST_WORDS = 1024;
 
 const char* KindOf(const Member& member) {
@@ -26,8 +26,7 @@ std::string Lower(std::string text) {
     return text;
 }
 
-/** Collects the objects with the text in their name, at the end of their path, or in their
- * description. */
+/** Collects objects with the text in their name, description or at the end of their path. */
 class Finder {
   public:
     explicit Finder(const std::string& text) : i_text(Lower(text)) {}
@@ -127,7 +126,7 @@ void AddGroupPaths(const Domain& domain, std::vector<std::string>& paths) {
     }
 }
 
-/** Paths that may continue the beginning, and others that don't match it. */
+/** Candidates for continuing the beginning, including some that don't match it. */
 std::vector<std::string> Continuations(const Map& map, const std::string& beginning) {
     std::vector<std::string> paths;
     const std::size_t dot = beginning.rfind('.');

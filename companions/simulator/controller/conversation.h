@@ -45,8 +45,8 @@ struct MessageCounts {
  * mailbox. It programs the flash and checks every message. Errors of the host go to the event log
  * as findings.
  *
- * How the image's checksum is computed is known only to the image's maker. So it is compared with
- * the expected one, if there is one, and otherwise only stored.
+ * Only the image's maker knows how its checksum is computed. The checksum is therefore compared
+ * with the expected one, if there is one, and otherwise only stored.
  *
  * Borrows the flash and the event log. One thread.
  */

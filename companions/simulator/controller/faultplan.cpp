@@ -15,7 +15,7 @@ bool IsOf(const Fault& fault, const PageAnswer& answer) {
            fault.place.attempt == answer.attempt;
 }
 
-/** A fault in the sending of bytes, not in their values. */
+/** Whether the fault affects the sending of bytes, not their values. */
 bool IsStep(FaultKind kind) {
     return kind >= FaultKind::Late;
 }

@@ -18,7 +18,7 @@ struct AnswerStep {
         Offer,
         /** Writes a byte without offering it; the next one overwrites it. */
         Lose,
-        /** Waits so many milliseconds, from when the next byte could be offered. */
+        /** Waits `value` milliseconds from the moment when the next byte could be offered. */
         Wait,
         /** The controller dies. */
         Die,
@@ -35,8 +35,8 @@ struct AnswerStep {
 std::vector<AnswerStep> FaultlessSteps(const std::vector<uint8_t>& bytes);
 
 /**
- * Applies a schedule: selects the faults that act now, each once, those of a whole run whenever
- * they apply. Each is logged when it first acts.
+ * Applies a schedule: selects the faults that act now. Each acts once, except those of the whole
+ * run, which act whenever they apply. Each is logged when it first acts.
  *
  * Borrows the event log. One thread. The faults that it returns live as long as the plan.
  */
@@ -44,7 +44,7 @@ class FaultPlan {
   public:
     FaultPlan(const Schedule& schedule, EventLog& events);
 
-    /** There are no faults. */
+    /** Whether the schedule has no faults. */
     bool empty() const { return i_entries.empty(); }
     /** The next fault at this byte of the host, which now acts; null if there is none left. */
     const Fault* next(const BytePosition& place);

@@ -8,8 +8,8 @@ namespace controller {
  * The controller's view of the mailbox: one 32-bit word per address, the byte in bits 0 to 7.
  *
  * A write stores the whole word. The bits above the byte are zero, as with the device's own port,
- * except those of setDirt(). A read returns the byte alone. Loads acquire and stores release, so
- * the other process sees a byte that was written before its flag once it sees the flag.
+ * except those of setDirt(). A read returns the byte alone. Loads acquire and stores release, so a
+ * process that sees a flag also sees the byte that was written before it.
  *
  * Borrows the words; any thread, no lock.
  */

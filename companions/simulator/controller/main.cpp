@@ -82,7 +82,7 @@ void Converse(Session& session, const FaultPlan& plan, EventLog& events,
         const std::chrono::milliseconds quiet = pacer.miss();
         session.idle(quiet);
         if (settings.idleTimeoutS != 0 && quiet >= std::chrono::seconds(settings.idleTimeoutS)) {
-            events.finding("no activity of a host for " + std::to_string(settings.idleTimeoutS) +
+            events.finding("no host activity for " + std::to_string(settings.idleTimeoutS) +
                            " seconds");
             return;
         }

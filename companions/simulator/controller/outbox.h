@@ -34,8 +34,10 @@ class Outbox {
     void queueEarly(size_t bytes);
 
     bool empty() const { return i_steps.empty(); }
-    /** Offers the next byte if the host has taken the last one. True if there was anything to do.
-        The receive direction must be up. */
+    /**
+     * Offers the next byte if the host has taken the last one. True if there was anything to do.
+     * The receive direction must be up.
+     */
     bool offer(Time now);
     /** When a delayed byte is due; no value if there is none. */
     std::optional<Time> due() const { return i_offerAt; }

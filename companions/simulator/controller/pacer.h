@@ -13,6 +13,7 @@ class Pacer {
   public:
     using Clock = std::chrono::steady_clock;
 
+    /** To be called after each poll that found something to do. */
     void busy() { i_misses = 0; }
     /** To be called after each miss. Returns the length of the silence, 0 while it is short. */
     std::chrono::milliseconds miss();

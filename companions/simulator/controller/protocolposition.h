@@ -21,7 +21,10 @@ namespace controller {
  */
 class ProtocolPosition {
   public:
-    /** A byte is offered after these already taken of its message. To be called for each byte. */
+    /**
+     * Notes that a byte is offered; `begun` has the bytes of its message that were taken before. To
+     * be called for each byte.
+     */
     void follow(const std::vector<uint8_t>& begun) {
         i_place.byte = static_cast<unsigned>(begun.size());
         if (!i_begun || begun.size() == ID_KNOWN || begun.size() == NUMBER_KNOWN) {

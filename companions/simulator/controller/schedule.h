@@ -123,7 +123,7 @@ using Schedule = std::vector<Fault>;
 /** The text that parses to this schedule. */
 std::string ScheduleText(const Schedule& schedule);
 
-/** A random schedule for an image of so many pages; the same for the same seed on every machine. */
+/** A random schedule for an image of `pages` pages; a seed gives the same one on every machine. */
 Schedule RandomSchedule(uint64_t seed, uint16_t pages);
 
 }  // namespace controller

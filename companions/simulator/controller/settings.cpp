@@ -77,10 +77,10 @@ void AddOptions(commandline::Program& program, ControllerSettings& settings, Raw
             "")
         .typeName("HEX");
     AddFaultOptions(program, settings, raw);
-    program.flag("--once", settings.once, "Exit when a host has come and gone");
+    program.flag("--once", settings.once, "Exit after a host has come and gone");
     program
         .option("--idle-timeout", settings.idleTimeoutS,
-                "Exit after SECONDS without activity of a host; 0: never")
+                "Exit after SECONDS without host activity; 0: never")
         .typeName("SECONDS");
     program.flag("--trace", settings.trace, "Log the decoded messages too");
     program.flag("--json", settings.json,

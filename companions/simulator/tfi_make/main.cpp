@@ -130,7 +130,7 @@ void AddOptions(commandline::Program& program, ImageSettings& settings) {
                        "Add a header line, up to six times; missing ones are empty");
     program.option("--end-text", settings.endText, "Add this text after END on the seventh line");
     program.option("--checksum", settings.checksum,
-                   "Set this checksum, also as 0x1234, instead of the sum of the content");
+                   "Set this checksum, decimal or as 0x1234, instead of the sum of the content");
 }
 
 int Run(int argc, const char* const* argv) {
