@@ -226,7 +226,7 @@ class Test:
         self.check_equal((changes["canary"], changes["cut"]), (0, 0), "changes of current frames")
         self.check_failed("page_fails", "page failed", 11)
         self.check_equal(self.report("page_fails")["failed_page"]["page"], 2, "failed page")
-        self.check_row("installs", "failed", "the runner was ended", OLD)
+        self.check_row("installs", "failed", "the runner was killed", OLD)
         self.check(self.frame("installs").path("/usr/bin/tolmira_run").exists(), "installed programs")
         self.check_failed("absent", "controller missing", 3)
         self.check_failed("last_page", "page failed", 11)
