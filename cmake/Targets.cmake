@@ -1,3 +1,15 @@
+option(TOLMIRA_UNITY "Compile the files of each companion and test program as one unit" ON)
+
+# compile_as_one(TARGET...)
+#
+# Most of the time to compile these files goes into the headers that they share.
+function(compile_as_one)
+  set_target_properties(${ARGN} PROPERTIES
+    UNITY_BUILD ${TOLMIRA_UNITY}
+    UNITY_BUILD_BATCH_SIZE 0
+    UNITY_BUILD_CODE_BEFORE_INCLUDE "// NOLINTNEXTLINE(bugprone-suspicious-include)")
+endfunction()
+
 # add_tolmira_library(NAME SOURCES file... [PUBLIC target...] [PRIVATE target...])
 #
 # A library of hand-written code, or an interface library if it has no .cpp file. Its users get the include roots
@@ -26,4 +38,5 @@ function(add_companion name)
   target_compile_definitions(${name} PRIVATE TOLMIRA_VERSION="${PROJECT_VERSION}")
   target_link_libraries(${name} PRIVATE build_flags commandline standarddescriptors ${arg_LIBRARIES})
   target_link_options(${name} PRIVATE -pie)
+  compile_as_one(${name})
 endfunction()

@@ -8,6 +8,9 @@ struct evp_md_ctx_st;
 
 namespace digest {
 
+/** Hexadecimal digits of a SHA-256. */
+constexpr std::size_t SHA256_DIGITS = 64;
+
 /**
  * Computes the SHA-256 of bytes that arrive in pieces, with libcrypto. After an error of the
  * library the digest is empty. One thread.
@@ -17,7 +20,7 @@ class Sha256 {
     Sha256();
 
     void add(const void* bytes, std::size_t count);
-    /** 64 hexadecimal digits in lower case; empty if the library failed. To be called once. */
+    /** SHA256_DIGITS digits in lower case; empty if the library failed. To be called once. */
     std::string hex();
 
   private:

@@ -20,7 +20,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds SHOWN_LIMIT{60};
 constexpr std::chrono::seconds END_LIMIT{100};
-constexpr int POLL_INTERVAL = 5;  // milliseconds
+constexpr int READ_INTERVAL = 5;  // milliseconds
 
 }  // namespace
 
@@ -73,7 +73,7 @@ bool Terminal::waitFor(const std::string& text) {
     const auto end = Clock::now() + SHOWN_LIMIT;
     while (i_shown.find(text) == std::string::npos) {
         const bool last = ended();
-        if (!readSome(POLL_INTERVAL) && (last || Clock::now() > end)) {
+        if (!readSome(READ_INTERVAL) && (last || Clock::now() > end)) {
             return false;
         }
     }
@@ -96,8 +96,8 @@ void Terminal::hangUp() {
 int Terminal::wait() {
     const auto end = Clock::now() + END_LIMIT;
     while (!ended()) {
-        if (!readSome(POLL_INTERVAL)) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(POLL_INTERVAL));
+        if (!readSome(READ_INTERVAL)) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(READ_INTERVAL));
         }
         if (Clock::now() > end) {
             kill(i_pid, SIGKILL);

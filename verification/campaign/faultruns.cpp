@@ -78,7 +78,7 @@ void Check(TestBench& bench, Figures& figures, const Scenario& scenario) {
     }
 }
 
-void Print(const Figures& figures, double seconds) {
+void PrintFigures(const Figures& figures, double seconds) {
     printf("runs %lu, differences %lu, %.1f seconds, %.0f runs a second\n", figures.runs.load(),
            figures.differences.load(), seconds, static_cast<double>(figures.runs) / seconds);
     printf("exit value 0: %lu, 1: %lu, 255: %lu\n", figures.exitValues[0].load(),
@@ -111,7 +111,7 @@ bool RunAll(const Programs& programs, const WorkLimits& extent,
         };
     });
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
-    Print(*figures, time.count());
+    PrintFigures(*figures, time.count());
     return good && figures->differences == 0 && figures->runs != 0;
 }
 

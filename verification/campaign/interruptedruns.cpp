@@ -391,7 +391,7 @@ void PrintRefused(const Table& table) {
     }
 }
 
-void Print(const Table& table) {
+void PrintTable(const Table& table) {
     for (size_t way = 0; way < e_Ways; ++way) {
         printf(
             "\nStarted again %s.\nBy run: upgraded, upgraded with an answer left unread, "
@@ -420,7 +420,7 @@ bool RunInterrupted(const Programs& programs, uint64_t seed, const WorkLimits& e
             Interruption(*bench, *table, SeedOfRun(seed, run)).run();
         };
     });
-    Print(*table);
+    PrintTable(*table);
     return good && table->findings == 0;
 }
 

@@ -7,7 +7,7 @@ namespace campaign {
 
 namespace {
 
-constexpr size_t PAGE_SIZE = 256;
+constexpr size_t PAGE_PAYLOAD = 256;
 
 const char* ImageName(ImageKind image) {
     switch (image) {
@@ -23,7 +23,7 @@ const char* ImageName(ImageKind image) {
 }  // namespace
 
 uint16_t Pages(const Scenario& scenario) {
-    return static_cast<uint16_t>((scenario.payload + PAGE_SIZE - 1) / PAGE_SIZE);
+    return static_cast<uint16_t>((scenario.payload + PAGE_PAYLOAD - 1) / PAGE_PAYLOAD);
 }
 
 uint64_t SeedOfRun(uint64_t campaignSeed, uint64_t run) {

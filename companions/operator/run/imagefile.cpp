@@ -21,7 +21,6 @@ namespace {
 
 using commandline::Descriptor;
 
-constexpr std::size_t DIGEST_DIGITS = 64;
 /** Bytes of a file of digests. */
 constexpr std::size_t LONGEST_DIGEST_FILE = 1 << 20;
 
@@ -81,7 +80,7 @@ bool Exists(const std::string& file) {
     return stat(file.c_str(), &status) == 0;
 }
 
-bool IsRegular(const std::string& file) {
+bool NamesRegularFile(const std::string& file) {
     struct stat status = {};
     return stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
@@ -106,12 +105,12 @@ std::string Unescaped(const std::string& name) {
 std::optional<DigestLine> ReadLine(std::string line) {
     const bool escaped = !line.empty() && line[0] == '\\';
     line.erase(0, escaped ? 1 : 0);
-    if (line.size() < DIGEST_DIGITS + 3 || line[DIGEST_DIGITS] != ' ' ||
-        line.find_first_not_of("0123456789abcdefABCDEF") != DIGEST_DIGITS) {
+    if (line.size() < digest::SHA256_DIGITS + 3 || line[digest::SHA256_DIGITS] != ' ' ||
+        line.find_first_not_of("0123456789abcdefABCDEF") != digest::SHA256_DIGITS) {
         return std::nullopt;
     }
-    const std::string name = line.substr(DIGEST_DIGITS + 2);
-    std::string digits = line.substr(0, DIGEST_DIGITS);
+    const std::string name = line.substr(digest::SHA256_DIGITS + 2);
+    std::string digits = line.substr(0, digest::SHA256_DIGITS);
     std::transform(digits.begin(), digits.end(), digits.begin(), tolower);
     return DigestLine{digits, escaped ? Unescaped(name) : name};
 }
@@ -127,7 +126,7 @@ ImageFile::e_Result ImageFile::take(const std::string& file,
     i_path = file;
     const Descriptor opened = commandline::OpenRegularFile(file, why);
     if (!opened) {
-        const bool toolReports = !digest && (!Exists(file) || IsRegular(file));
+        const bool toolReports = !digest && (!Exists(file) || NamesRegularFile(file));
         return toolReports ? e_Result_NotOpened : e_Result_Refused;
     }
     i_facts.size = SizeOf(opened.get());

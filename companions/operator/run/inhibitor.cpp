@@ -29,7 +29,7 @@ const char* const COMMAND[] = {"systemd-inhibit",
                                nullptr};
 
 /** The child's id; 0 if it can't be started. */
-pid_t Spawn(int input, int output, const Signals& signals) {
+pid_t SpawnInhibitor(int input, int output, const Signals& signals) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
@@ -62,7 +62,7 @@ void Inhibitor::ask() {
     if (i_write < 0 || write(i_write, "\n", 1) != 1 || pipe2(ends, O_CLOEXEC) != 0) {
         return;
     }
-    i_child = Spawn(i_read, ends[1], i_signals);
+    i_child = SpawnInhibitor(i_read, ends[1], i_signals);
     i_askedAt = Clock::now();
     i_echo = ends[0];
     close(ends[1]);

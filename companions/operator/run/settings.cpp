@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "companions/commandline/commandline.h"
+#include "companions/digest/sha256.h"
 #include "companions/operator/toollog/causes.h"
 
 namespace run {
@@ -15,7 +16,6 @@ namespace run {
 namespace {
 
 constexpr char REPORT_OPTION[] = "--report";
-constexpr std::size_t DIGEST_DIGITS = 64;
 
 std::string Column(const std::string& text, std::size_t width) {
     return text + std::string(text.size() < width ? width - text.size() : 1, ' ');
@@ -42,7 +42,7 @@ std::string ExitTable() {
 }
 
 std::string NotADigest(const std::string& word) {
-    const bool fits = word.size() == DIGEST_DIGITS &&
+    const bool fits = word.size() == digest::SHA256_DIGITS &&
                       word.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
     return fits ? "" : "give 64 hexadecimal digits, not " + word;
 }

@@ -32,7 +32,7 @@ std::vector<char*> ArgumentsOf(const Command& command) {
 }
 
 /** Starts the program with the given standard output; 0 or an errno. */
-int Spawn(const Command& command, int output, const Signals& signals, pid_t& pid) {
+int SpawnTool(const Command& command, int output, const Signals& signals, pid_t& pid) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
@@ -65,7 +65,7 @@ int ToolProcess::start(const Command& command, const Signals& signals) {
     i_output = ends[0];
     (void)fcntl(i_output, F_SETPIPE_SZ, PIPE_SIZE);  // if refused, the default size will do
     fcntl(i_output, F_SETFL, O_NONBLOCK);
-    const int error = Spawn(command, ends[1], signals, i_pid);
+    const int error = SpawnTool(command, ends[1], signals, i_pid);
     close(ends[1]);
     if (error != 0) {
         return error;

@@ -10,7 +10,7 @@ namespace regs {
 
 namespace {
 
-constexpr char HEAD[] = R"(/*
+constexpr char C_HEAD[] = R"(/*
  * Register map of the FPGA design $. Written by velnor_regs; for C99 and C++.
  *
  * NAME_ADDRESS            of the first instance and element, in bytes from the base of the card's
@@ -60,7 +60,7 @@ std::string BitsOf(const FieldOutline& field) {
 class Header {
   public:
     explicit Header(const ExportedMap& map) : i_guard("VELNOR_" + Upper(map.design) + "_H") {
-        const std::string head = HEAD;
+        const std::string head = C_HEAD;
         const std::size_t mark = head.find('$');
         i_text << head.substr(0, mark) << map.design << head.substr(mark + 1);
         i_text << "#ifndef " << i_guard << "\n#define " << i_guard << '\n';

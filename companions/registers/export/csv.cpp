@@ -26,7 +26,7 @@ const Cells COLUMNS = {"domain",
                        "group_description",
                        "member_description"};
 
-std::string Quoted(const std::string& cell) {
+std::string QuotedCell(const std::string& cell) {
     if (cell.find_first_of(",\"\r\n") == std::string::npos) {
         return cell;
     }
@@ -91,7 +91,7 @@ class Sheet {
     void add(const Cells& row) {
         const char* separator = "";
         for (const std::string& cell : row) {
-            i_text += separator + Quoted(cell);
+            i_text += separator + QuotedCell(cell);
             separator = ",";
         }
         i_text += '\n';

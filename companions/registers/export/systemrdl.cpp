@@ -9,7 +9,7 @@ namespace regs {
 
 namespace {
 
-constexpr char HEAD[] =
+constexpr char RDL_HEAD[] =
     R"(// Register map of the FPGA design $. Written by velnor_regs; SystemRDL 2.0.
 //
 // Repeated fields are listed one by one; the name property is the map's name and index. What the
@@ -99,7 +99,7 @@ std::string Identifier(const std::string& name) {
     return (KEYWORDS.count(name) != 0 ? "\\" : "") + name;
 }
 
-std::string Quoted(const std::string& text) {
+std::string QuotedText(const std::string& text) {
     std::string quoted = "\"";
     for (const char c : text) {
         quoted += (c == '"' || c == '\\') ? std::string("\\") + c : std::string(1, c);
@@ -123,7 +123,7 @@ const char* PropertiesOf(hwmap::e_Access access) {
 class Text {
   public:
     explicit Text(const ExportedMap& map) {
-        const std::string head = HEAD;
+        const std::string head = RDL_HEAD;
         const std::size_t mark = head.find('$');
         i_text << head.substr(0, mark) << map.design << head.substr(mark + 1);
         open("addrmap velnor_vp_" + map.design);
@@ -157,7 +157,7 @@ class Text {
     /** A memory is allowed only in an address map. */
     void addGroup(const GroupOutline& group, std::uint64_t base) {
         if (group.members.empty()) {
-            line("//+ regfile { desc = " + Quoted(group.said.about) + "; } " +
+            line("//+ regfile { desc = " + QuotedText(group.said.about) + "; } " +
                  Identifier(group.name) + PlaceOf(group.address - base, group.repeat) + ";");
             return;
         }
@@ -209,7 +209,8 @@ class Text {
         const bool isOne = field.repeat.count == 1;
         const std::string number = std::to_string(element);
         const std::uint64_t low = field.shift + element * field.repeat.step;
-        line("field {" + (isOne ? "" : " name = " + Quoted(field.name + "[" + number + "]") + ";") +
+        line("field {" +
+             (isOne ? "" : " name = " + QuotedText(field.name + "[" + number + "]") + ";") +
              PropertiesOf(field.said.access) + " } " +
              (isOne ? Identifier(field.name) : field.name + "_" + number) + "[" +
              std::to_string(low + WidthOf(field.mask) - 1) + ":" + std::to_string(low) + "]" +
@@ -218,7 +219,7 @@ class Text {
 
     void addAbout(const Said& said) {
         if (!said.about.empty()) {
-            line("desc = " + Quoted(said.about) + ";");
+            line("desc = " + QuotedText(said.about) + ";");
         }
     }
 

@@ -18,7 +18,7 @@ namespace regs {
 namespace {
 
 /** More words than a group within the mapped space can have. */
-constexpr std::size_t MOST_WORDS = 65536;
+constexpr std::size_t MOST_WORDS_READ = 65536;
 
 /** Refuses a location that isn't a single word of the card, before the card is accessed. */
 void CheckLocation(const MapLocation& place) {
@@ -83,7 +83,7 @@ std::vector<MapLocation> WordsToRead(const std::variant<MapLocation, GroupLocati
     if (const auto* word = std::get_if<MapLocation>(&location)) {
         words.push_back(*word);
     } else {
-        words = WordsOf(std::get<GroupLocation>(location), MOST_WORDS);
+        words = WordsOf(std::get<GroupLocation>(location), MOST_WORDS_READ);
     }
     for (const MapLocation& word : words) {
         CheckLocation(word);

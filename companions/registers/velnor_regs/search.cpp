@@ -11,10 +11,10 @@ namespace regs {
 
 namespace {
 
-const std::vector<std::string> COLUMNS = {"kind", "path", "address", "bits"};
+const std::vector<std::string> FOUND_COLUMNS = {"kind", "path", "address", "bits"};
 
 /** How many words of a memory are listed. Larger memories are outside the mapped space. */
-constexpr std::size_t MOST_WORDS = 1024;
+constexpr std::size_t MOST_WORDS_LISTED = 1024;
 
 const char* KindOf(const Member& member) {
     return member.isMemory() ? "memory" : "register";
@@ -77,8 +77,8 @@ class Finder {
     const std::string i_text;
 };
 
-void AddFields(const std::string& path, const Member& member, std::uint64_t address,
-               std::vector<Row>& rows) {
+void AddFieldRows(const std::string& path, const Member& member, std::uint64_t address,
+                  std::vector<Row>& rows) {
     for (const auto& field : member.fields) {
         for (std::size_t i = 0; i < field.elements.size(); ++i) {
             rows.push_back({"field", path + "." + field.name + IndexOf(field.repeats(), i),
@@ -109,7 +109,7 @@ void AddMemberPaths(const std::string& group, const Series<Member>& series,
         const std::string path = group + "." + series.name + IndexOf(series.repeats(), i);
         paths.push_back(path);
         if (member.isMemory() && beginning.rfind(path + "[", 0) == 0) {
-            AddElements(path, std::min(member.words, MOST_WORDS), paths);
+            AddElements(path, std::min(member.words, MOST_WORDS_LISTED), paths);
         }
         if (beginning == path) {
             AddFieldPaths(path, member, paths);
@@ -169,7 +169,7 @@ Answer Find(const Request& request) {
     Answer answer;
     answer.facts = {{"design", request.design}};
     answer.subject = "found";
-    answer.columns = COLUMNS;
+    answer.columns = FOUND_COLUMNS;
     answer.rows = std::move(finder.rows);
     return answer;
 }
@@ -180,11 +180,11 @@ Answer At(const Request& request) {
     Answer answer;
     answer.facts = {{"design", request.design}, {"address", Hex{address}}};
     answer.subject = "found";
-    answer.columns = COLUMNS;
+    answer.columns = FOUND_COLUMNS;
     for (const std::string& path : PathsAt(map, address)) {
         const Member& member = *ResolvePath(map, path).member;
         answer.rows.push_back({KindOf(member), path, Hex{address}, {}});
-        AddFields(path, member, address, answer.rows);
+        AddFieldRows(path, member, address, answer.rows);
     }
     return answer;
 }

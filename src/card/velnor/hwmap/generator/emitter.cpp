@@ -204,7 +204,7 @@ void GroupClass(const PlacedGroup& group, Source& out) {
     out.line("class $1 {", {group.templateName});
     out.line("public:");
     out.line("static constexpr unsigned int NUM_INSTANCES = $1;",
-             {Decimal(group.placement->count)});
+             {DecimalLiteral(group.placement->count)});
     for (const TableMember& member : group.body->members) {
         MemberClass(member, out);
     }
@@ -288,9 +288,10 @@ void MemberBodies(const PlacedGroup& group, const TableMember& member, Source& o
     out.line("    : $1<A, unsigned int>(accessor, address$2) {",
              {BaseOf(member), member.isRegister() ? "" : ", size"});
     for (const TableField& field : member.fields) {
-        out.each(field.repeat, "i_field_$1@ = new $2(this, $3, $4$5);",
-                 {field.name, ClassOf(member, field), Hex(field.mask()), Decimal(field.low),
-                  Distance(field.repeat, Decimal(field.repeat.step))});
+        out.each(
+            field.repeat, "i_field_$1@ = new $2(this, $3, $4$5);",
+            {field.name, ClassOf(member, field), HexLiteral(field.mask()),
+             DecimalLiteral(field.low), Distance(field.repeat, DecimalLiteral(field.repeat.step))});
     }
     out.line("}");
     out.plain("template <class A>");
@@ -311,9 +312,9 @@ void GroupBodies(const PlacedGroup& group, Source& out) {
              {group.templateName, name, group.body->isEmpty ? "" : " accessor"});
     for (const TableMember& member : group.body->members) {
         out.each(member.repeat, "i_member_$1@ = new $2(accessor, base + $3$4$5);",
-                 {member.name, ClassOf(member), Hex(member.offset),
-                  Distance(member.repeat, Hex(member.repeat.step)),
-                  member.isRegister() ? "" : ", " + Decimal(member.words)});
+                 {member.name, ClassOf(member), HexLiteral(member.offset),
+                  Distance(member.repeat, HexLiteral(member.repeat.step)),
+                  member.isRegister() ? "" : ", " + DecimalLiteral(member.words)});
     }
     out.line("}");
     out.plain("template <class A>");
@@ -335,8 +336,8 @@ void DomainBodies(const DesignModel& design, const TableDomain& domain, Source& 
     for (const Placement& placement : domain.placements) {
         const TableRepeat repeat{placement.count, placement.stride};
         out.each(repeat, "i_group_$1$2 = new Group_$1(accessor, base + $3$4);",
-                 {placement.group, repeat.isArray() ? "@" : "[0]", Hex(placement.first),
-                  Distance(repeat, Hex(placement.stride))});
+                 {placement.group, repeat.isArray() ? "@" : "[0]", HexLiteral(placement.first),
+                  Distance(repeat, HexLiteral(placement.stride))});
     }
     out.line("}");
     out.plain("template <class A>");
@@ -358,7 +359,8 @@ void DesignBody(const DesignModel& design, Source& out) {
     out.line("    : i_accessor()");
     out.line("    , i_base(reinterpret_cast<std::uintptr_t>(base))");
     for (const TableDomain& domain : design.map->domains) {
-        out.line("    , i_domain_$1(i_accessor, i_base + $2)", {domain.name, Hex(domain.base)});
+        out.line("    , i_domain_$1(i_accessor, i_base + $2)",
+                 {domain.name, HexLiteral(domain.base)});
     }
     out.line("{");
     out.line("}");
@@ -379,7 +381,7 @@ void WalkGroup(const PlacedGroup& group, Source& out) {
     out.line("void Walk($1& group, MapVisitor& visitor) {", {group.instanceName});
     for (const TableMember& member : group.body->members) {
         out.line("for (unsigned int element = 0; element < $1; ++element) {",
-                 {Decimal(member.repeat.count)});
+                 {DecimalLiteral(member.repeat.count)});
         out.line("auto& member = group.$1($2);",
                  {member.name, member.repeat.isArray() ? "element" : ""});
         out.line("visitor.$1(\"$2\", element, member);",
@@ -396,7 +398,8 @@ void WalkGroup(const PlacedGroup& group, Source& out) {
 void WalkDesign(const DesignModel& design, Source& out) {
     out.line("void Walk($1& design, MapVisitor& visitor) {", {InstanceOf(design)});
     for (const PlacedGroup& group : design.groups) {
-        out.line("for (unsigned int i = 0; i < $1; ++i) {", {Decimal(group.placement->count)});
+        out.line("for (unsigned int i = 0; i < $1; ++i) {",
+                 {DecimalLiteral(group.placement->count)});
         out.line("auto& group = design.$1().$2(i);", {group.domain->name, group.placement->group});
         out.line("visitor.group(\"$1\", \"$2\", i, group.absoluteAddress(), &group);",
                  {group.domain->name, group.placement->group});

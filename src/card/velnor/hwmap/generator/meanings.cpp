@@ -52,7 +52,7 @@ class Rows {
     void add(const Body& body, const TableMember& member, const TableField& field) {
         if (field.access != e_Access_Unstated || field.reset) {
             row(body, member.name, field.name, "", field.access,
-                field.reset ? Hex(*field.reset) : "-1");
+                field.reset ? HexLiteral(*field.reset) : "-1");
         }
     }
     void row(const Body& body, const std::string& member, const std::string& field,

@@ -28,13 +28,13 @@ std::string Filled(const std::string& pattern, std::initializer_list<std::string
     return text;
 }
 
-std::string Hex(std::uint32_t number) {
+std::string HexLiteral(std::uint32_t number) {
     char text[16];
     (void)snprintf(text, sizeof(text), "0x%xU", number);
     return text;
 }
 
-std::string Decimal(std::uint32_t number) {
+std::string DecimalLiteral(std::uint32_t number) {
     return std::to_string(number) + "U";
 }
 
@@ -64,7 +64,7 @@ void Source::each(const TableRepeat& repeat, const std::string& pattern,
         line(Replaced(statement, "@", ""));
         return;
     }
-    line("for (unsigned int i = 0; i < $1; ++i) {", {Decimal(repeat.count)});
+    line("for (unsigned int i = 0; i < $1; ++i) {", {DecimalLiteral(repeat.count)});
     line(Replaced(statement, "@", "[i]"));
     line("}");
 }

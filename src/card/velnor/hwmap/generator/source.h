@@ -12,8 +12,8 @@ namespace hwmaptables {
 std::string Filled(const std::string& pattern, std::initializer_list<std::string> values);
 
 /** Unsigned literals. */
-std::string Hex(std::uint32_t number);
-std::string Decimal(std::uint32_t number);
+std::string HexLiteral(std::uint32_t number);
+std::string DecimalLiteral(std::uint32_t number);
 
 /** The text of a generated source, indented by its braces. */
 class Source {
