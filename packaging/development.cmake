@@ -71,6 +71,7 @@ debian_package(frame_dev libtolmira-frame-dev libdevel
     "process, mapped card memory and typed register access: headers, static"
     "libraries, the CMake package TolmiraFrame and a pkg-config file."
   RELATIONS
+    SHLIBDEPS OFF
     DEPENDS "libboost-dev (>= 1.74)"
     SUGGESTS "tolmira-upgrade (= ${debianVersion}), libtolmira-maps-dev")
 
@@ -83,4 +84,4 @@ debian_package(maps_dev libtolmira-maps-dev libdevel
     "register maps of a video switcher frame's FPGA designs (development files)"
     "The registers of five FPGA designs as C++ classes over mapped memory:"
     "headers, static libraries and the CMake package TolmiraMaps."
-  RELATIONS DEPENDS "libtolmira-frame-dev (= ${debianVersion})")
+  RELATIONS SHLIBDEPS OFF DEPENDS "libtolmira-frame-dev (= ${debianVersion})")
