@@ -233,7 +233,7 @@ Option CommandOptions::choice(const std::string& name, int& value,
 }
 
 Option CommandOptions::flag(const std::string& name, bool& value, const std::string& help) const {
-    return Option(*i_app->add_flag(name, value, help));
+    return Option(*i_app->add_flag(name, value, help)->disable_flag_override());
 }
 
 Program::Program(const std::string& description, const std::string& name)

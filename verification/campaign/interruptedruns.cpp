@@ -308,7 +308,7 @@ controller::Schedule Refusal(uint16_t lastPage) {
 
 void Interruption::choose() {
     i_scenario.payload = i_random.oneOf({2, 100, 256, 258, 511, 700, 1000});
-    i_scenario.start = i_random.below(1000000);
+    i_scenario.start = i_random.below(US_PER_SECOND);
     i_way = static_cast<Way>(i_random.below(e_Ways));
     i_silent = i_random.oneIn(10);
     if (i_silent) {

@@ -32,7 +32,6 @@ uint64_t SeedOfRun(uint64_t campaignSeed, uint64_t run) {
 }
 
 Scenario RandomScenario(uint64_t seed) {
-    constexpr uint32_t microsecondsPerSecond = 1000000;
     controller::Random random(seed);
     Scenario scenario;
     scenario.payload =
@@ -46,8 +45,8 @@ Scenario RandomScenario(uint64_t seed) {
         scenario.image = random.oneIn(2) ? ImageKind::Missing : ImageKind::NoHeader;
     }
     // Any second of half a century, and often the edges of the second.
-    scenario.start = int64_t{random.below(1600000000)} * microsecondsPerSecond;
-    const uint32_t part = random.below(microsecondsPerSecond);
+    scenario.start = int64_t{random.below(1600000000)} * US_PER_SECOND;
+    const uint32_t part = random.below(US_PER_SECOND);
     scenario.start += random.oneIn(2) ? part : random.oneOf({0, 1, 999, 999000, 999999, part});
     scenario.silenceMs = random.oneOf({50, 100, 250, 700, 1000});
     // Slow, so only in some runs.

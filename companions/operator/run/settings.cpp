@@ -15,6 +15,9 @@ namespace run {
 
 namespace {
 
+/** In seconds. */
+constexpr int LONGEST_WAIT = 65535;
+
 constexpr char REPORT_OPTION[] = "--report";
 
 std::string Column(const std::string& text, std::size_t width) {
@@ -85,7 +88,8 @@ void AddSupervision(const commandline::Program& program, RunSettings& settings) 
         .typeName("FILE");
     program
         .option("--wait", settings.wait, "Wait this long for a controller before the tool starts")
-        .typeName("SECONDS");
+        .typeName("SECONDS")
+        .inRange(0, LONGEST_WAIT);
     program.flag("--interruptible", settings.interruptible,
                  "End at the first signal, even while pages are sent");
     const auto verify = program.flag("--verify", settings.verify,
@@ -93,6 +97,7 @@ void AddSupervision(const commandline::Program& program, RunSettings& settings) 
     program.option("--verify-seconds", settings.verifySeconds, "Let --verify wait this long")
         .typeName("SECONDS")
         .showDefault()
+        .inRange(0, LONGEST_WAIT)
         .needs(verify);
 }
 

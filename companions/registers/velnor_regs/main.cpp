@@ -2,7 +2,6 @@
  * velnor_regs: shows the register maps of the five designs, and reads and writes the live card
  * through them.
  */
-#include <algorithm>
 #include <cstdio>
 #include <iostream>
 
@@ -166,7 +165,16 @@ void AddCommand(commandline::Program& program, const RegsCommand& command, RegsS
     }
 }
 
-/** The program; throws Failure to end early. */
+/** Throws Failure to end early. */
+int RunCommand(const RegsCommand& command, const Request& request) {
+    if (command.stream != nullptr) {
+        return command.stream(request);
+    }
+    const Answer answer = command.run(request);
+    (request.json ? PrintAsJson : PrintAsText)(std::cout, answer);
+    return answer.exitValue;
+}
+
 int Run(int argc, const char* const* argv) {
     RegsSettings settings;
     settings.request.design = DEFAULT_DESIGN;
@@ -186,12 +194,13 @@ int Run(int argc, const char* const* argv) {
     }
     settings.request.operands.insert(settings.request.operands.end(), settings.more.begin(),
                                      settings.more.end());
-    if (settings.command->stream != nullptr) {
-        return settings.command->stream(settings.request);
+    try {
+        return RunCommand(*settings.command, settings.request);
+    } catch (const Failure& failure) {
+        commandline::ReportFailure("velnor_regs", failure.what(), failure.exitValue,
+                                   settings.request.json);
+        return failure.exitValue;
     }
-    const Answer answer = settings.command->run(settings.request);
-    (settings.request.json ? PrintAsJson : PrintAsText)(std::cout, answer);
-    return answer.exitValue;
 }
 
 }  // namespace
@@ -202,11 +211,5 @@ int Run(int argc, const char* const* argv) {
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
     OpenStandardDescriptors();
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-    try {
-        return regs::Run(argc, argv);
-    } catch (const regs::Failure& failure) {
-        const bool json = std::find(argv, argv + argc, std::string("--json")) != argv + argc;
-        commandline::ReportFailure("velnor_regs", failure.what(), failure.exitValue, json);
-        return failure.exitValue;
-    }
+    return regs::Run(argc, argv);
 }

@@ -1,20 +1,12 @@
 #include "src/card/velnor/hwmap/generator/tables.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "src/card/velnor/hwmap/generator/checks.h"
 #include "src/card/velnor/hwmap/generator/parser.h"
 
 namespace hwmaptables {
-
-namespace {
-
-bool EndsIn(const std::string& text, const std::string& ending) {
-    return text.size() >= ending.size() &&
-           text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
-}
-
-}  // namespace
 
 const Body* Tables::findBody(const TableMap& map, const std::string& group) const {
     const auto found = std::find_if(bodies.begin(), bodies.end(), [&](const Body& body) {
@@ -41,9 +33,10 @@ void Findings::add(const Origin& origin, const std::string& text) {
 Tables ReadTables(const std::vector<TableFile>& files, Findings& findings) {
     Tables tables;
     for (const TableFile& file : files) {
-        if (EndsIn(file.name, ".placement")) {
+        const std::filesystem::path extension = std::filesystem::path(file.name).extension();
+        if (extension == ".placement") {
             ParsePlacement(file, tables, findings);
-        } else if (EndsIn(file.name, ".catalogue")) {
+        } else if (extension == ".catalogue") {
             ParseCatalogue(file, tables, findings);
         } else {
             findings.add({file.name, 1}, "neither a .placement nor a .catalogue");
