@@ -44,6 +44,7 @@ TEST_F(CompanionsTest, ReportWrongUsageInOneLine) {
         {TOLMIRA_CONTROLLER, {"--bogus"}, "unexpected argument: --bogus"},
         {TOLMIRA_CONTROLLER, {"a", "b", "--c"}, ": unexpected arguments: a b --c"},
         {TOLMIRA_CONTROLLER, {"--revision"}, "--revision: give a value"},
+        {TOLMIRA_CONTROLLER, {"--trace=no"}, "--trace: takes no value"},
         {TOLMIRA_CONTROLLER, {"--revision", "65536"}, "not a valid value: --revision = 65536"},
         {TOLMIRA_CONTROLLER,
          {"--expect-checksum", "12345"},

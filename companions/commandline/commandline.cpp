@@ -55,6 +55,16 @@ constexpr std::pair<const char*, const char*> BEGINNINGS[] = {
     {"Exactly ", "exactly "},
 };
 
+/** What follows an option in the library's errors, and the words before and after it instead. */
+constexpr struct {
+    const char* theirs;
+    const char* before;
+    const char* after;
+} ENDINGS[] = {
+    {": 1 required ", "", ": give a value"},
+    {" was given a disallowed flag override", "--", ": takes no value"},
+};
+
 /** An error of the library in the form of the program's own errors. */
 std::string Reworded(const std::string& error) {
     for (const auto& [theirs, ours] : BEGINNINGS) {
@@ -62,8 +72,12 @@ std::string Reworded(const std::string& error) {
             return ours + error.substr(std::strlen(theirs));
         }
     }
-    const size_t noValue = error.find(": 1 required ");
-    return noValue == std::string::npos ? error : error.substr(0, noValue) + ": give a value";
+    for (const auto& [theirs, before, after] : ENDINGS) {
+        if (const size_t end = error.find(theirs); end != std::string::npos) {
+            return before + error.substr(0, end) + after;
+        }
+    }
+    return error;
 }
 
 /** An unknown command takes precedence over the error that the library reports. */
