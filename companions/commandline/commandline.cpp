@@ -238,14 +238,6 @@ Option CommandOptions::repeatable(const std::string& name, std::vector<std::stri
         *i_app->add_option(name, values, help)->expected(1, most)->allow_extra_args(false));
 }
 
-Option CommandOptions::choice(const std::string& name, int& value,
-                              const std::map<std::string, int>& names,
-                              const std::string& help) const {
-    return Option(*i_app->add_option(name, value, help)
-                       ->type_name("NAME")
-                       ->transform(CLI::CheckedTransformer(names)));
-}
-
 Option CommandOptions::flag(const std::string& name, bool& value, const std::string& help) const {
     return Option(*i_app->add_flag(name, value, help)->disable_flag_override());
 }

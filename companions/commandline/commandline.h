@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -97,11 +96,8 @@ class CommandOptions {
     /** May be given up to `most` times, each time with one word. */
     Option repeatable(const std::string& name, std::vector<std::string>& values, int most,
                       const std::string& help) const;
-    /** One of the names, or one of their numbers. */
-    Option choice(const std::string& name, int& value, const std::map<std::string, int>& names,
-                  const std::string& help) const;
 
-    /** True if given; a name with a leading ! makes it false. */
+    /** True if given; a name with a leading ! makes it false. Takes no value. */
     Option flag(const std::string& name, bool& value, const std::string& help) const;
 
   private:

@@ -2,8 +2,8 @@
  * fault_campaign: runs the built tool with controllers that have random faults, in lockstep and on
  * a simulated clock. Compares each run with a model that predicts it exactly.
  */
+#include <algorithm>
 #include <cstdio>
-#include <map>
 #include <optional>
 
 #include "companions/commandline/commandline.h"
@@ -22,14 +22,9 @@ struct CampaignSettings {
     uint64_t seed = 1;
     std::optional<std::string> faults;
     Scenario scenario;
-    /** The scenario's ImageKind. */
-    int image = static_cast<int>(ImageKind::Good);
 };
 
 void AddOptions(const commandline::CommandOptions& program, CampaignSettings& settings) {
-    const std::map<std::string, int> images = {{"good", static_cast<int>(ImageKind::Good)},
-                                               {"missing", static_cast<int>(ImageKind::Missing)},
-                                               {"headless", static_cast<int>(ImageKind::NoHeader)}};
     program.option("--runs", settings.extent.count,
                    "Number of runs with random faults; without --seconds, 300 by default");
     program.option("--interrupted", settings.interrupted,
@@ -44,7 +39,11 @@ void AddOptions(const commandline::CommandOptions& program, CampaignSettings& se
     Scenario& scenario = settings.scenario;
     program.option("--faults", settings.faults, "Make one run, with these faults");
     program.option("--payload", scenario.payload, "Bytes of its image, with the checksum");
-    program.choice("--image", settings.image, images, "Its image: good, missing or headless");
+    const auto takeImage = [&scenario](const std::string& name) {
+        const auto found = std::find(IMAGE_NAMES.begin(), IMAGE_NAMES.end(), name);
+        scenario.image = static_cast<ImageKind>(found - IMAGE_NAMES.begin());
+    };
+    program.option("--image", takeImage, "Its image").typeName("NAME").oneOf(IMAGE_NAMES);
     program.option("--revision", scenario.revision, "Revision that its controller announces");
     program.option("--start-us", scenario.start,
                    "Time of its start, in microseconds since the epoch");
@@ -76,7 +75,6 @@ int Run(CampaignSettings& settings) {
         return commandline::EXIT_WRONG_USAGE;
     }
     settings.scenario.faults = *schedule;
-    settings.scenario.image = static_cast<ImageKind>(settings.image);
     return ExitValue(RunOne(settings.programs, settings.scenario));
 }
 

@@ -9,17 +9,6 @@ namespace {
 
 constexpr size_t PAGE_PAYLOAD = 256;
 
-const char* ImageName(ImageKind image) {
-    switch (image) {
-        case ImageKind::Missing:
-            return "missing";
-        case ImageKind::NoHeader:
-            return "headless";
-        default:
-            return "good";
-    }
-}
-
 }  // namespace
 
 uint16_t Pages(const Scenario& scenario) {
@@ -57,8 +46,9 @@ Scenario RandomScenario(uint64_t seed) {
 
 std::string Options(const Scenario& scenario) {
     std::string text = "--faults '" + controller::ScheduleText(scenario.faults) + "' --payload " +
-                       std::to_string(scenario.payload) + " --image " + ImageName(scenario.image) +
-                       " --revision " + std::to_string(scenario.revision) + " --start-us " +
+                       std::to_string(scenario.payload) + " --image " +
+                       IMAGE_NAMES.at(static_cast<size_t>(scenario.image)) + " --revision " +
+                       std::to_string(scenario.revision) + " --start-us " +
                        std::to_string(scenario.start) + " --silence-ms " +
                        std::to_string(scenario.silenceMs);
     return text + (scenario.force ? " --force" : "") +

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "companions/simulator/controller/schedule.h"
 #include "companions/toolcontract/toolcontract.h"
@@ -15,6 +16,8 @@ constexpr int64_t US_PER_MS = 1000;
 constexpr int64_t US_PER_SECOND = 1000000;
 
 enum class ImageKind { Good, Missing, NoHeader };
+/** In the order of ImageKind. */
+inline const std::vector<std::string> IMAGE_NAMES = {"good", "missing", "headless"};
 
 /** Everything that determines a run. */
 struct Scenario {
