@@ -16,8 +16,6 @@ namespace testsupport {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr std::chrono::seconds SHOWN_LIMIT{60};
 constexpr std::chrono::seconds END_LIMIT{100};
 constexpr int READ_INTERVAL = 5;  // milliseconds
@@ -70,10 +68,10 @@ bool Terminal::readSome(int milliseconds) {
 }
 
 bool Terminal::waitFor(const std::string& text) {
-    const auto end = Clock::now() + SHOWN_LIMIT;
+    const auto end = std::chrono::steady_clock::now() + SHOWN_LIMIT;
     while (i_shown.find(text) == std::string::npos) {
         const bool last = ended();
-        if (!readSome(READ_INTERVAL) && (last || Clock::now() > end)) {
+        if (!readSome(READ_INTERVAL) && (last || std::chrono::steady_clock::now() > end)) {
             return false;
         }
     }
@@ -94,7 +92,7 @@ void Terminal::hangUp() {
 }
 
 int Terminal::wait() {
-    const auto end = Clock::now() + END_LIMIT;
+    const auto end = std::chrono::steady_clock::now() + END_LIMIT;
     while (!ended()) {
         if (!readSome(READ_INTERVAL)) {
             std::this_thread::sleep_for(std::chrono::milliseconds(READ_INTERVAL));

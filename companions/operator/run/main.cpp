@@ -21,8 +21,6 @@ namespace run {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 /** One run from its command line to its report. */
 class RunSession {
   public:
@@ -98,6 +96,8 @@ class RunSession {
         i_progress.finish();
         return signal == 0 ? exitValue : SIGNAL_OFFSET + signal;
     }
+
+    using Clock = std::chrono::steady_clock;
 
     const RunSettings& i_settings;
     const std::string i_start;
