@@ -2,7 +2,20 @@
 
 #include <openssl/evp.h>
 
+#include <algorithm>
+#include <cctype>
+
 namespace digest {
+
+std::optional<std::string> ReadSha256(const std::string& text) {
+    if (text.size() != SHA256_DIGITS ||
+        text.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
+        return std::nullopt;
+    }
+    std::string digits = text;
+    std::transform(digits.begin(), digits.end(), digits.begin(), tolower);
+    return digits;
+}
 
 void Sha256::FreeContext::operator()(evp_md_ctx_st* context) const {
     EVP_MD_CTX_free(context);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 
 struct evp_md_ctx_st;
@@ -10,6 +11,9 @@ namespace digest {
 
 /** Hexadecimal digits of a SHA-256. */
 constexpr std::size_t SHA256_DIGITS = 64;
+
+/** The digits in lower case; no value if the text is not exactly the digits of a SHA-256. */
+std::optional<std::string> ReadSha256(const std::string& text);
 
 /**
  * Computes the SHA-256 of bytes that arrive in pieces, with libcrypto. After an error of the

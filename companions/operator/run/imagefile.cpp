@@ -105,14 +105,12 @@ std::string Unescaped(const std::string& name) {
 std::optional<DigestLine> ReadLine(std::string line) {
     const bool escaped = !line.empty() && line[0] == '\\';
     line.erase(0, escaped ? 1 : 0);
-    if (line.size() < digest::SHA256_DIGITS + 3 || line[digest::SHA256_DIGITS] != ' ' ||
-        line.find_first_not_of("0123456789abcdefABCDEF") != digest::SHA256_DIGITS) {
+    const auto digits = digest::ReadSha256(line.substr(0, digest::SHA256_DIGITS));
+    if (!digits || line.size() < digest::SHA256_DIGITS + 3 || line[digest::SHA256_DIGITS] != ' ') {
         return std::nullopt;
     }
     const std::string name = line.substr(digest::SHA256_DIGITS + 2);
-    std::string digits = line.substr(0, digest::SHA256_DIGITS);
-    std::transform(digits.begin(), digits.end(), digits.begin(), tolower);
-    return DigestLine{digits, escaped ? Unescaped(name) : name};
+    return DigestLine{*digits, escaped ? Unescaped(name) : name};
 }
 
 std::string NameIn(const std::string& path) {

@@ -2,9 +2,9 @@
 
 #include <fcntl.h>
 
-#include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 #include <system_error>
 
 #include "companions/commandline/commandline.h"
@@ -16,7 +16,7 @@ namespace run {
 namespace {
 
 /** In seconds. */
-constexpr int LONGEST_WAIT = 65535;
+constexpr int LONGEST_WAIT = std::numeric_limits<uint16_t>::max();
 
 constexpr char REPORT_OPTION[] = "--report";
 
@@ -45,9 +45,7 @@ std::string ExitTable() {
 }
 
 std::string NotADigest(const std::string& word) {
-    const bool fits = word.size() == digest::SHA256_DIGITS &&
-                      word.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
-    return fits ? "" : "give 64 hexadecimal digits, not " + word;
+    return digest::ReadSha256(word) ? "" : "give 64 hexadecimal digits, not " + word;
 }
 
 std::string NotOpen(const std::string& word) {
@@ -149,8 +147,7 @@ std::optional<int> Judge(RunSettings& settings) {
         return WrongUsage("--progress json needs --progress-fd");
     }
     if (settings.digest) {
-        std::transform(settings.digest->begin(), settings.digest->end(), settings.digest->begin(),
-                       tolower);
+        settings.digest = digest::ReadSha256(*settings.digest);
     }
     return std::nullopt;
 }
